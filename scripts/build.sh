@@ -1,0 +1,12 @@
+#!/usr/bin/env bash
+# Configures and builds one variant into build/<variant>: release (default) or asan.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+variant=${1:-release}
+case "$variant" in
+  release) extra=(-DCMAKE_BUILD_TYPE=RelWithDebInfo) ;;
+  asan) extra=(-DCMAKE_BUILD_TYPE=Debug -DTARSEL_SANITIZE=ON) ;;
+  *) echo "unknown variant: $variant" >&2; exit 2 ;;
+esac
+cmake -S . -B "build/$variant" "${extra[@]}" "${@:2}" >/dev/null
+cmake --build "build/$variant" -j"$(nproc)"

@@ -1,0 +1,2 @@
+#include "qelvoarc.h"
+int main(void) { return 0; }
