@@ -1,0 +1,1367 @@
+/*
+ * qelvoarc.h - the device client library of Orvena network HSMs.
+ *
+ * Conventions (they hold for every function below unless its comment says otherwise):
+ *  - Every function returns a uint32_t status: Q_OK (0) or one of the Q_ERR_* codes at the end
+ *    of this file. QGetErrorString gives the text of a code.
+ *  - Handles are opaque 64-bit values. 0 is never a valid handle. A handle is never reused
+ *    after it was released; a released, unknown or wrong-kind handle gives
+ *    Q_ERR_INVALID_HANDLE. Each kind is released by its own function.
+ *  - The session (or the object handle) comes first, `flags` last. Arguments named `flags`
+ *    or `reserved` must be 0 unless documented.
+ *  - `[out]` pointers are written only on success. `[in,out]` lengths carry the capacity of
+ *    the buffer in and the bytes written (or needed, with Q_ERR_BUFFER_TOO_SMALL) out.
+ *  - Memory the library returns (`**` out parameters, lists, blobs, texts) is freed by the
+ *    caller with QFree and nothing else. Memory that the library is to own is obtained with
+ *    QAlloc. Never mix allocators.
+ *  - Texts are NUL-terminated unless a record field says otherwise. Fixed text fields of
+ *    records are NUL-padded and are not terminated when full.
+ *  - Records are little-endian with the exact byte layouts given; pointers inside records
+ *    are 8 bytes (64-bit platforms only).
+ *  - Secrets given to the library (passwords, OTPs, PINs, key material) are copied as needed
+ *    and the library's copies are wiped after use; the caller wipes its own.
+ *  - Thread safety: different sessions may be used from different threads at the same time.
+ *    One session serves one request at a time (calls on one session are serialised).
+ *    QInitialize and QFinalize must not race with any other call.
+ *  - Functions the connected HSM or this build does not provide return
+ *    Q_ERR_NOT_SUPPORTED; they never pretend success.
+ */
+#ifndef QELVOARC_H
+#define QELVOARC_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#define QELVOARC_STATIC_ASSERT(cond, msg) static_assert(cond, msg)
+#else
+#define QELVOARC_STATIC_ASSERT(cond, msg) _Static_assert(cond, msg)
+#endif
+
+#if defined(__GNUC__)
+#define QELVOARC_API __attribute__((visibility("default")))
+#else
+#define QELVOARC_API
+#endif
+
+/* ======================================================================================= */
+/* Handles and callbacks                                                                    */
+/* ======================================================================================= */
+
+typedef uint64_t QSessionHandle;     /* QOpenSession .. QCloseSession */
+typedef uint64_t QKeyHandle;         /* QGenerateKey, QImportKey, QGetUserKey .. QDestroyKey */
+typedef uint64_t QHashHandle;        /* QCreateHash .. QDestroyHash */
+typedef uint64_t QObjMetadataHandle; /* QCreateObjMetadata, QManageObjMetadata .. QDestroy.. */
+typedef uint64_t QP11InfoHandle;     /* QGetHSMP11Info .. QDestroyHSMP11Info */
+typedef uint64_t QLogHandle;         /* QGetHSMLogInit .. QGetHSMLogEnd */
+typedef uint64_t QSPBHandle;         /* QSPBEncodeInit/QSPBDecodeInit .. *End */
+
+/* Called once per item and once more with isFinal non-zero (name NULL) to mark the end.
+ * Runs on the calling thread, inside the library call: it must not call the library on the
+ * same session. A non-zero return stops the enumeration; the calling function then returns
+ * that value. */
+typedef uint32_t (*QNameCallback)(const char *name, void *context, int isFinal);
+
+/* ======================================================================================= */
+/* Library and sessions                                                                     */
+/* ======================================================================================= */
+
+/* QInitialize flags. */
+#define Q_INIT_DEFAULT 0u
+#define Q_INIT_INTERACTIVE 128u /* the caller is an interactive console; no effect on behaviour */
+
+/* Prepares the library (OpenSSL, tables). Idempotent: a second call is counted and needs a
+ * matching QFinalize. Must precede every call except QAlloc, QFree, QGetErrorString,
+ * QGetReturnCodeString, QVersion, QBase642ByteArray, QByteArray2Base64 and QSCIsLibLoaded. */
+QELVOARC_API uint32_t QInitialize(uint32_t flags);
+
+/* Releases the library: closes every session still open and releases every handle.
+ * Q_ERR_NOT_INITIALIZED when the library is not initialised. */
+QELVOARC_API uint32_t QFinalize(void);
+
+/* The library's own version. reserved: 0. [out] each part (any may be NULL). */
+QELVOARC_API uint32_t QVersion(uint32_t reserved, uint32_t *major, uint32_t *minor, uint32_t *build,
+                               uint32_t *revision);
+
+/* Login methods (QOpenSession `method`) and the record each takes. */
+#define Q_LOGIN_ANONYMOUS 1u            /* QAnonymousLoginRecord, 164 bytes */
+#define Q_LOGIN_PASSWORD 16u            /* QPasswordLoginRecord, 180 bytes */
+#define Q_LOGIN_ACCESS_TOKEN 32u        /* QAccessTokenLoginRecord, 164 bytes */
+#define Q_LOGIN_CREDENTIAL_MANAGER 128u /* QCredentialManagerLoginRecord, 132 bytes */
+
+/* Authentication modes of the password record. */
+#define Q_AUTH_PASSWORD 0u   /* password only */
+#define Q_AUTH_OTP 1u        /* password and OATH one-time password: otp points at the text */
+#define Q_AUTH_MUTUAL_TLS 2u /* password and TLS client certificate: otp -> QMutualTlsRecord */
+
+#define Q_DEFAULT_PORT 4433u
+#define Q_MAX_ADDRESS 128u
+#define Q_MAX_USER_ID 16u
+#define Q_MAX_PASSWORD 16u
+#define Q_MAX_OBJ_NAME 49u /* object names: at most 49 characters (50-byte buffers) */
+
+/* Session flags (QOpenSession `flags`): exactly one of Q_SESSION_TLS and Q_SESSION_CLEAR.
+ * TLS sessions negotiate TLS 1.2 or later. Without mutual TLS the server certificate is not
+ * verified: pin it out of band (export it with QGetHSMTLSCert and log in with
+ * Q_AUTH_MUTUAL_TLS, which checks it). */
+#define Q_SESSION_TLS 0x1u
+#define Q_SESSION_CLEAR 0x4u
+#define Q_SESSION_KEEPALIVE 0x8u     /* TCP keep-alive probes on the connection */
+#define Q_SESSION_FAST_CONNECT 0x10u /* give up connecting after 3 s instead of 30 s */
+#define Q_SESSION_RESERVED_20 0x20u  /* accepted; reserved, no effect */
+
+#pragma pack(push, 1)
+
+/* Password login record (method 16). */
+typedef struct QPasswordLoginRecord {
+    char address[128];  /* 0: HSM address, text, NUL-filled */
+    uint32_t port;      /* 128: TCP port (Q_DEFAULT_PORT) */
+    char userId[16];    /* 132: not terminated when 16 characters long */
+    char password[16];  /* 148: not terminated when 16 characters long */
+    uint32_t authMode;  /* 164: Q_AUTH_* */
+    const void *otp;    /* 168: OTP text (mode 1) or QMutualTlsRecord (mode 2), else NULL */
+    uint32_t otpLength; /* 176: OTP length, or 56 (sizeof(QMutualTlsRecord)) */
+} QPasswordLoginRecord;
+QELVOARC_STATIC_ASSERT(sizeof(QPasswordLoginRecord) == 180, "password login record");
+
+/* Mutual-TLS record (designated by a password record in mode 2). Each key/certificate is
+ * the whole content of its file; certificates may be PEM or DER. The HSM's certificate pins
+ * the server: a server presenting another certificate is refused with Q_ERR_TLS. */
+typedef struct QMutualTlsRecord {
+    const uint8_t *privateKey; /* 0: client private key, PEM (may be encrypted) */
+    uint64_t privateKeyLength; /* 8: its length (32-bit value) */
+    const char *keyPassword;   /* 16: NUL-terminated password of the key, or NULL */
+    const uint8_t *clientCert; /* 24: client certificate, PEM or DER */
+    uint64_t clientCertLength; /* 32 */
+    const uint8_t *hsmCert;    /* 40: expected HSM certificate, PEM or DER */
+    uint64_t hsmCertLength;    /* 48 */
+} QMutualTlsRecord;
+QELVOARC_STATIC_ASSERT(sizeof(QMutualTlsRecord) == 56, "mutual TLS record");
+
+/* Access-token login record (method 32). */
+typedef struct QAccessTokenLoginRecord {
+    char address[128]; /* 0 */
+    uint32_t port;     /* 128 */
+    uint8_t token[32]; /* 132: user id (16, NUL-padded) then the token secret (16) */
+} QAccessTokenLoginRecord;
+QELVOARC_STATIC_ASSERT(sizeof(QAccessTokenLoginRecord) == 164, "access token login record");
+
+/* Anonymous login record (method 1): address and port, the rest zero. */
+typedef struct QAnonymousLoginRecord {
+    char address[128];
+    uint32_t port;
+    uint8_t reserved[32];
+} QAnonymousLoginRecord;
+QELVOARC_STATIC_ASSERT(sizeof(QAnonymousLoginRecord) == 164, "anonymous login record");
+
+/* Credential-manager login record (method 128). No credential store exists on this
+ * platform: QOpenSession answers Q_ERR_PLATFORM. */
+typedef struct QCredentialManagerLoginRecord {
+    char target[128];
+    uint32_t port;
+} QCredentialManagerLoginRecord;
+QELVOARC_STATIC_ASSERT(sizeof(QCredentialManagerLoginRecord) == 132, "credential manager");
+
+#pragma pack(pop)
+
+/* Connects to the HSM and authenticates.
+ * session [out]: the new session. method: Q_LOGIN_*. record/recordSize: the record of the
+ * method, size exact. flags: Q_SESSION_*.
+ * Returns Q_OK; or Q_ERR_PASSWORD_EXPIRED (5178) *with* a valid session in which only
+ * QSetUserParam(Q_USER_PARAM_OWN_PASSWORD) and QCloseSession work; or an error (no session).
+ * The password and OTP are wiped from the library's copies after the login. */
+QELVOARC_API uint32_t QOpenSession(QSessionHandle *session, uint32_t method, const void *record,
+                                   uint32_t recordSize, uint32_t flags);
+
+/* Logs out and closes the connection. session [in,out]: set to 0 on success and on
+ * Q_ERR_INVALID_HANDLE, so a second close reports Q_ERR_INVALID_HANDLE harmlessly. */
+QELVOARC_API uint32_t QCloseSession(QSessionHandle *session, uint32_t flags);
+
+/* Session parameters. */
+#define Q_SESSION_PARAM_PROTOCOL 64u /* text: "TLSv1.2", "TLSv1.3", or "none" when clear */
+#define Q_SESSION_PARAM_CIPHER 128u  /* text: the TLS cipher suite, "" when clear */
+
+/* Reads a session parameter into buffer. length [in,out]: capacity / bytes written including
+ * the terminator. */
+QELVOARC_API uint32_t QGetSessionParam(QSessionHandle session, uint32_t param, void *buffer,
+                                       uint32_t *length, uint32_t flags);
+
+/* Administrative operations (QAdmOperation `operation`). */
+#define Q_ADM_LIVENESS 4u             /* no data; flags Q_ADM_LIVENESS_FLAGS; Q_OK when alive */
+#define Q_ADM_SET_PASSWORD_POLICY 25u /* data: QPasswordPolicy (7) */
+#define Q_ADM_GET_PASSWORD_POLICY 32u /* data [out]: QPasswordPolicy (7) */
+#define Q_ADM_REPLICATION_REFRESH 33u /* no data */
+#define Q_ADM_REPLICATION_NODE 34u    /* data: QReplicationNodeOp (5) */
+#define Q_ADM_GET_POLICY 46u          /* data [out]: uint32_t policy word */
+#define Q_ADM_SET_POLICY 47u          /* data: uint32_t policy word */
+#define Q_ADM_LIVENESS_FLAGS 0xFFFFF6BDu
+
+/* Runs an administrative operation. data: in or out as the operation says (may be NULL
+ * with length 0). */
+QELVOARC_API uint32_t QAdmOperation(QSessionHandle session, uint32_t operation, void *data,
+                                    uint32_t length, uint32_t flags);
+
+/* Library memory: QAlloc returns zero-filled memory of `size` bytes or NULL; QFree releases
+ * memory from QAlloc or from any library function (NULL is ignored). Freed memory is wiped
+ * first, so secrets returned by the library do not linger. */
+QELVOARC_API void *QAlloc(uint32_t size);
+QELVOARC_API void QFree(void *pointer);
+
+#define Q_ERROR_TEXT_SIZE 256u
+#define Q_ERROR_NAME_SIZE 64u
+
+/* The text of a status code. name [out] (may be NULL): the code's symbolic name, at least
+ * Q_ERROR_NAME_SIZE bytes. text [out]: the message, at least Q_ERROR_TEXT_SIZE bytes.
+ * Unknown codes give a generic text. Needs no initialisation; returns
+ * Q_ERR_INVALID_PARAMETER only when text is NULL. */
+QELVOARC_API uint32_t QGetErrorString(uint32_t code, char *name, char *text);
+
+#define Q_RC_STRING_NAME 1u /* the symbolic name, e.g. "ERR_AUTH_FAILED" */
+#define Q_RC_STRING_TEXT 2u /* the message text, as QGetErrorString */
+
+/* The text of a status code in the given form into buffer (capacity `length`, truncated and
+ * terminated when too small). */
+QELVOARC_API uint32_t QGetReturnCodeString(uint32_t code, uint32_t form, char *buffer,
+                                           uint32_t length);
+
+/* Fills buffer with `length` random bytes from the HSM (at most 1 MiB per call). */
+QELVOARC_API uint32_t QGetRandom(QSessionHandle session, void *buffer, uint32_t length);
+
+#pragma pack(push, 1)
+/* One HSM found by QFindHSM. */
+typedef struct QHsmDiscoveryEntry {
+    uint32_t port;    /* 0: the port sessions are opened on */
+    char address[16]; /* 4: dotted IPv4 text, NUL-terminated */
+    char model[32];   /* 20 */
+    char serial[36];  /* 52 */
+} QHsmDiscoveryEntry;
+QELVOARC_STATIC_ASSERT(sizeof(QHsmDiscoveryEntry) == 88, "discovery entry");
+#pragma pack(pop)
+
+#define Q_FIND_HSM_UDP 2u                   /* searchType: UDP probe on the local network */
+#define Q_FIND_HSM_DEFAULT_WAIT 0x80000000u /* waitMs: the default (about 300 ms) */
+
+/* Looks for HSMs: a UDP probe to 127.0.0.1 and the broadcast address, on the port in the
+ * environment variable QELVOARC_DISCOVERY_PORT (default 4433), answers collected for waitMs
+ * milliseconds. list [out]: count entries (QFree; NULL when count is 0). Duplicates are
+ * dropped. Needs no session. */
+QELVOARC_API uint32_t QFindHSM(uint32_t searchType, uint32_t waitMs, QHsmDiscoveryEntry **list,
+                               uint32_t *count, uint32_t flags);
+
+#define Q_CERT_FORMAT_DER 1u
+#define Q_CERT_FORMAT_PEM 2u
+
+/* Fetches the HSM's TLS server certificate from a TLS handshake; no login.
+ * data [out]: the certificate in the format (QFree); length [out]: its size (PEM includes
+ * no terminator). */
+QELVOARC_API uint32_t QGetHSMTLSCert(const char *address, uint32_t port, uint32_t format,
+                                     uint8_t **data, uint32_t *length, uint32_t flags);
+
+/* Called once per open session of the HSM: startTime in seconds since 1970 (UTC) and a
+ * description "<address>, id: <n>, tls: <y|n>, <user>"; then once with isFinal set. */
+typedef uint32_t (*QUserSessionCallback)(uint64_t startTime, const char *description, void *context,
+                                         int isFinal);
+
+/* Lists the HSM's sessions. Needs ACL 0x20. */
+QELVOARC_API uint32_t QListUserSessions(QSessionHandle session, QUserSessionCallback callback,
+                                        void *context, uint32_t flags);
+
+/* ======================================================================================= */
+/* Users and authentication                                                                 */
+/* ======================================================================================= */
+
+/* ACL bits. */
+#define Q_ACL_CREATE_USERS 0x10u
+#define Q_ACL_REMOTE_INFO 0x20u
+#define Q_ACL_LIST_USERS 0x40u
+#define Q_ACL_OPERATOR 0x80u
+#define Q_ACL_BACKUP 0x100u
+#define Q_ACL_FIRMWARE 0x200u
+#define Q_ACL_MOFN_LOCAL 0x400u
+#define Q_ACL_LOCAL_CRYPTO 0x800u
+#define Q_ACL_X509_2FA 0x10000000u
+#define Q_ACL_OATH_2FA 0x20000000u
+#define Q_ACL_CHANGE_PASSWORD 0x40000000u
+
+/* QSetUserParam / QGetUserParam codes. */
+#define Q_USER_PARAM_ACL 2u             /* set: QUserRecord (38) */
+#define Q_USER_PARAM_CERT 8u            /* set: QUserCertRecord (40) */
+#define Q_USER_PARAM_OWN_PASSWORD 16u   /* set: the new password, its length (<= 16) */
+#define Q_USER_PARAM_BLOCK 64u          /* set: user id, its length; get: QUserStatusRecord */
+#define Q_USER_PARAM_UNBLOCK 128u       /* set: user id, its length */
+#define Q_USER_PARAM_PASSWORD 256u      /* set: QUserRecord with id and new password (38) */
+#define Q_USER_PARAM_AUTH 512u          /* get: QUserAuthRecord (25) */
+#define Q_USER_PARAM_OBJECT_COUNT 1024u /* get: QObjectCountQuery (72) */
+
+#define Q_CERT_OP_ASSIGN 1u
+#define Q_CERT_OP_RESET 2u
+
+#define Q_TOKEN_OATH_EVENT 2u /* HOTP: QOathTokenRecord, 131 bytes */
+#define Q_TOKEN_OATH_TIME 3u  /* TOTP: QOathTokenRecord, 141 bytes */
+
+#pragma pack(push, 1)
+typedef struct QUserRecord {
+    char userId[17];   /* at most 16 characters, NUL-padded */
+    char password[17]; /* at most 16 characters, NUL-padded; zero when only the ACL is set */
+    uint32_t acl;
+} QUserRecord;
+QELVOARC_STATIC_ASSERT(sizeof(QUserRecord) == 38, "user record");
+
+typedef struct QUserStatusRecord {
+    char userId[17];  /* filled by the caller */
+    uint32_t blocked; /* non-zero = blocked */
+    uint32_t reserved;
+} QUserStatusRecord;
+QELVOARC_STATIC_ASSERT(sizeof(QUserStatusRecord) == 25, "user status record");
+
+typedef struct QUserAuthRecord {
+    char userId[17];         /* filled by the caller */
+    uint32_t mofnState;      /* M of N state */
+    uint32_t permissionMask; /* M of N object-permission mask */
+} QUserAuthRecord;
+QELVOARC_STATIC_ASSERT(sizeof(QUserAuthRecord) == 25, "user auth record");
+
+typedef struct QOathTokenRecord {
+    uint8_t one;          /* 0: always 1 */
+    uint8_t seedLength;   /* 1 */
+    uint8_t seed[128];    /* 2: raw seed bytes */
+    uint8_t digits;       /* 130: always 16 (the OTP field width) */
+    uint16_t timeStep;    /* 131: TOTP only: seconds, default 30 */
+    uint64_t initialTime; /* 133: TOTP only: seconds, default 0 */
+} QOathTokenRecord;
+QELVOARC_STATIC_ASSERT(sizeof(QOathTokenRecord) == 141, "OATH token record (TOTP form)");
+#define Q_OATH_HOTP_RECORD_SIZE 131u
+#define Q_OATH_TOTP_RECORD_SIZE 141u
+
+typedef struct QPasswordPolicy {
+    uint8_t maxInvalidLogins; /* 0 = never block */
+    uint8_t expiryDays;       /* 0 = never */
+    uint8_t reserved;         /* 0 */
+    uint8_t minLength;        /* 8..16 */
+    uint8_t minSpecial;       /* 0..16 */
+    uint8_t minUpper;         /* 0..16 */
+    uint8_t minLower;         /* 0..16 */
+} QPasswordPolicy;
+QELVOARC_STATIC_ASSERT(sizeof(QPasswordPolicy) == 7, "password policy");
+
+#pragma pack(pop)
+
+/* The two records below use natural alignment (no packing). */
+typedef struct QUserCertRecord {
+    char userId[17];            /* 0 */
+    uint8_t operation;          /* 17: Q_CERT_OP_* */
+    const uint8_t *certificate; /* 24: PEM or DER; NULL for a reset */
+    uint32_t certificateLength; /* 32: 0 for a reset */
+} QUserCertRecord;
+QELVOARC_STATIC_ASSERT(sizeof(QUserCertRecord) == 40, "user cert record");
+
+typedef struct QObjectCountEntry {
+    uint32_t objectType; /* 0 */
+    uint64_t count;      /* 8 */
+} QObjectCountEntry;
+QELVOARC_STATIC_ASSERT(sizeof(QObjectCountEntry) == 16, "object count entry");
+
+typedef struct QObjectCountQuery {
+    char userId[50];            /* 0: filled by the caller */
+    uint64_t entryCount;        /* 56 [out] */
+    QObjectCountEntry *entries; /* 64 [out]: entryCount entries (QFree) */
+} QObjectCountQuery;
+QELVOARC_STATIC_ASSERT(sizeof(QObjectCountQuery) == 72, "object count query");
+
+/* Creates a user and its partition. Needs ACL 0x10. */
+QELVOARC_API uint32_t QCreateUser(QSessionHandle session, const QUserRecord *record);
+/* Removes a user and everything in its partition. Needs ACL 0x10. */
+QELVOARC_API uint32_t QRemoveUser(QSessionHandle session, const char *userId);
+/* Enumerates user ids (callback once per user, then once with isFinal). Needs ACL 0x40. */
+QELVOARC_API uint32_t QListUsers(QSessionHandle session, QNameCallback callback, void *context);
+/* acl [out]: the user's ACL word (Q_ACL_*). userId: at most 16 characters. */
+QELVOARC_API uint32_t QGetUserAcl(QSessionHandle session, const char *userId, uint32_t *acl);
+/* Reads a user record selected by code (Q_USER_PARAM_*) into buffer, whose user id the caller
+ * fills. length [in,out]. */
+QELVOARC_API uint32_t QGetUserParam(QSessionHandle session, uint32_t code, void *buffer,
+                                    uint32_t *length, uint32_t flags);
+/* Changes a user parameter (Q_USER_PARAM_*). The library wipes its copies of passwords. */
+QELVOARC_API uint32_t QSetUserParam(QSessionHandle session, uint32_t code, const void *data,
+                                    uint32_t length, uint32_t flags);
+/* Gives a user an OATH second factor. tokenType: Q_TOKEN_OATH_*; record: 131 or 141 bytes. */
+QELVOARC_API uint32_t QAssignToken(QSessionHandle session, const char *userId, uint32_t tokenType,
+                                   const QOathTokenRecord *record, uint32_t recordLength);
+/* Removes a user's OATH second factor. tokenType: Q_TOKEN_OATH_EVENT (2) for any OATH token. */
+QELVOARC_API uint32_t QUnassignToken(QSessionHandle session, uint32_t tokenType,
+                                     const char *userId);
+/* Enumerates the certificates a user trusts (direction 1) or the users that trust it (2). */
+QELVOARC_API uint32_t QListUserTrusts(QSessionHandle session, const char *userId,
+                                      uint32_t direction, QNameCallback callback, void *context,
+                                      uint32_t flags);
+/* Checks an OTP of a user's OATH token without logging in. */
+QELVOARC_API uint32_t QOATHCheckHOTP(QSessionHandle session, const char *userId, const char *otp,
+                                     uint32_t flags);
+/* Resynchronises a user's OATH token with two consecutive OTPs. */
+QELVOARC_API uint32_t QOATHResync(QSessionHandle session, const char *userId, const char *firstOtp,
+                                  const char *nextOtp, uint32_t flags);
+
+/* One token of a PSKC file, as delivered by QOATHPskcTranslate. */
+typedef uint32_t (*QPskcTokenCallback)(const char *serial, const QOathTokenRecord *record,
+                                       uint32_t recordLength, void *context, int isFinal);
+/* Decrypts a PSKC document (key: the pre-shared key, may be NULL) and delivers each token as
+ * an OATH token record. Local; needs no session. */
+QELVOARC_API uint32_t QOATHPskcTranslate(const uint8_t *pskc, uint32_t pskcLength,
+                                         const uint8_t *key, uint32_t keyLength,
+                                         QPskcTokenCallback callback, void *context,
+                                         uint32_t flags);
+
+/* ======================================================================================= */
+/* Access tokens                                                                            */
+/* ======================================================================================= */
+
+#define Q_ATOKEN_ISSUE 1u     /* record [in,out]: expiration in, token out */
+#define Q_ATOKEN_REVOKE 2u    /* record: the token */
+#define Q_ATOKEN_ENUMERATE 3u /* no record; callback per token of the HSM */
+#define Q_ATOKEN_LOOKUP 4u    /* record: the token; callback once with its details */
+#define Q_ATOKEN_NO_EXPIRATION UINT64_MAX
+
+#define Q_ATOKEN_CACHE_COUNT 0u /* value [out]: number of tokens the HSM holds */
+#define Q_ATOKEN_CACHE_GC 1u    /* removes expired tokens; value [out]: number removed */
+
+#pragma pack(push, 1)
+typedef struct QAccessTokenRecord {
+    uint8_t token[32];   /* user id (16, NUL-padded) then the secret (16) */
+    uint64_t expiration; /* seconds since 1970 UTC; Q_ATOKEN_NO_EXPIRATION */
+} QAccessTokenRecord;
+QELVOARC_STATIC_ASSERT(sizeof(QAccessTokenRecord) == 40, "access token record");
+
+typedef struct QAccessTokenInfo {
+    uint64_t expiration; /* seconds since 1970 UTC; Q_ATOKEN_NO_EXPIRATION */
+    char owner[16];      /* user id, NUL-padded */
+    uint8_t key[16];     /* the token's key value */
+} QAccessTokenInfo;
+QELVOARC_STATIC_ASSERT(sizeof(QAccessTokenInfo) == 40, "access token info");
+#pragma pack(pop)
+
+/* Called once per token (info) and once more with isFinal set (info NULL). */
+typedef uint32_t (*QAccessTokenCallback)(const QAccessTokenInfo *info, void *context, int isFinal);
+
+/* Issues, revokes, enumerates or looks up access tokens (Q_ATOKEN_*). */
+QELVOARC_API uint32_t QManageAToken(QSessionHandle session, uint32_t operation,
+                                    QAccessTokenRecord *record, QAccessTokenCallback callback,
+                                    void *context, uint32_t flags);
+/* Reads the token count or runs the collector of expired tokens (Q_ATOKEN_CACHE_*). */
+QELVOARC_API uint32_t QManageATokenCache(QSessionHandle session, uint32_t operation,
+                                         uint32_t *value, uint32_t flags);
+
+/* ======================================================================================= */
+/* Keys and objects                                                                         */
+/* ======================================================================================= */
+
+/* Algorithm identifiers (keys; QGenerateKey, QImportKey, key parameter 1). */
+#define Q_ALG_DES 1u
+#define Q_ALG_3DES_112 2u
+#define Q_ALG_3DES_168 3u
+#define Q_ALG_RSA_512 4u
+#define Q_ALG_RSA_1024 5u
+#define Q_ALG_RSA_2048 6u
+#define Q_ALG_AES_128 7u
+#define Q_ALG_AES_192 8u
+#define Q_ALG_AES_256 9u
+#define Q_ALG_ARC4 10u
+#define Q_ALG_RSA_4096 11u
+#define Q_ALG_ECC_FIRST 18u /* curves 18..51: SecG, NIST, X9.62, Brainpool */
+#define Q_ALG_ECC_LAST 51u
+#define Q_ALG_ARC5 89u
+#define Q_ALG_DESX 91u
+#define Q_ALG_HMAC_MD5 92u
+#define Q_ALG_HMAC_SHA1 93u
+#define Q_ALG_HMAC_SHA256 94u
+#define Q_ALG_HMAC_SHA384 95u
+#define Q_ALG_HMAC_SHA512 96u
+#define Q_ALG_HMAC_SHA224 97u
+#define Q_ALG_HMAC_SHA3_224 98u
+#define Q_ALG_HMAC_SHA3_256 99u
+#define Q_ALG_HMAC_SHA3_384 100u
+#define Q_ALG_HMAC_SHA3_512 101u
+#define Q_ALG_RSA_1152 121u
+#define Q_ALG_RSA_1408 122u
+#define Q_ALG_RSA_1984 123u
+#define Q_ALG_RSA_8192 124u
+#define Q_ALG_RSA_2304 126u
+#define Q_ALG_RSA_2560 127u
+#define Q_ALG_RSA_2816 128u
+#define Q_ALG_RSA_3072 129u
+#define Q_ALG_RSA_1976 130u
+#define Q_ALG_RSA_1536 131u
+#define Q_ALG_OBJ_SECRET 193u /* safe-keeping secret object */
+#define Q_ALG_ED25519 201u
+#define Q_ALG_ED448 202u
+#define Q_ALG_X25519 203u
+#define Q_ALG_X448 204u
+
+/* Key attribute word (QGenerateKey flags, import attributes). */
+#define Q_KEY_EXPORTABLE 0x1u
+#define Q_KEY_RSA_EXPONENT_3 0x800u
+#define Q_KEY_BLOCKCHAIN 0x4000u
+#define Q_KEY_USAGE_PROFILE(n) ((uint32_t)(n) << 24) /* 0 = any usage, 1..25 */
+
+/* Key parameters (QGetKeyParam / QSetKeyParam). */
+#define Q_KEY_PARAM_ALGORITHM 1u     /* uint32_t */
+#define Q_KEY_PARAM_EXPORT 7u        /* uint32_t export flag */
+#define Q_KEY_PARAM_ATTRIBUTE 8u     /* uint32_t export attribute */
+#define Q_KEY_PARAM_LENGTH 9u        /* uint32_t key length in bytes (type name when non-zero) */
+#define Q_KEY_PARAM_TEMPORARY 10u    /* uint32_t: 0 = temporary */
+#define Q_KEY_PARAM_RSA_EXPONENT 16u /* buffer is uint8_t **: library memory (QFree) */
+
+/* Blob types of QImportKey / QExportKey. */
+#define Q_BLOB_CLEAR_SYMMETRIC 4u
+
+/* QGetUserKey options. */
+#define Q_KEY_OPEN_DEFAULT 0u
+#define Q_KEY_OPEN_MOFN 2u /* open under the session's M of N authorisation */
+
+/* Generates a key in the session's partition. name: at most 49 characters. algorithm:
+ * Q_ALG_*. flags: the key attribute word. key [out]: release with QDestroyKey. */
+QELVOARC_API uint32_t QGenerateKey(QSessionHandle session, const char *name, uint32_t algorithm,
+                                   uint32_t flags, QKeyHandle *key);
+/* Imports a key. kek: the key-encryption key, or 0 for clear blobs. blobType: Q_BLOB_*.
+ * blob: the key material (wiped from library copies). key [out]: QDestroyKey. */
+QELVOARC_API uint32_t QImportKey(QSessionHandle session, const char *name, QKeyHandle kek,
+                                 uint32_t blobType, uint32_t algorithm, uint32_t attributes,
+                                 const uint8_t *blob, uint32_t blobLength, QKeyHandle *key);
+/* Exports a key wrapped by kek (0: clear, exportable keys only). blob [out]: QFree. */
+QELVOARC_API uint32_t QExportKey(QKeyHandle key, QKeyHandle kek, uint32_t blobType, uint8_t **blob,
+                                 uint32_t *blobLength, uint32_t flags);
+/* Opens an existing object by name. options: Q_KEY_OPEN_*. key [out]: QDestroyKey. */
+QELVOARC_API uint32_t QGetUserKey(QSessionHandle session, const char *name, uint32_t options,
+                                  QKeyHandle *key);
+/* Releases a key handle (the object stays in the HSM). */
+QELVOARC_API uint32_t QDestroyKey(QKeyHandle key, uint32_t flags);
+/* Reads a key parameter (Q_KEY_PARAM_*). length [in,out]. */
+QELVOARC_API uint32_t QGetKeyParam(QKeyHandle key, uint32_t param, void *buffer, uint32_t *length,
+                                   uint32_t flags);
+/* Changes a key parameter. */
+QELVOARC_API uint32_t QSetKeyParam(QKeyHandle key, uint32_t param, const void *data,
+                                   uint32_t length, uint32_t flags);
+/* Removes an object by name from the session's partition. */
+QELVOARC_API uint32_t QRemoveObj(QSessionHandle session, const char *name);
+/* Enumerates the names of the partition's objects. */
+QELVOARC_API uint32_t QListObjs(QSessionHandle session, QNameCallback callback, void *context);
+
+#pragma pack(push, 1)
+typedef struct QObjInfo {
+    char name[50];
+    uint32_t algorithm; /* Q_ALG_* or object type */
+    uint32_t attributes;
+    uint32_t size;    /* bytes */
+    uint64_t created; /* seconds since 1970 UTC */
+} QObjInfo;
+QELVOARC_STATIC_ASSERT(sizeof(QObjInfo) == 70, "object info");
+#pragma pack(pop)
+
+/* info [out]: a description of the object. */
+QELVOARC_API uint32_t QGetObjInfo(QSessionHandle session, const char *name, QObjInfo *info,
+                                  uint32_t flags);
+/* Creates a map object of two named slots; slotType 0 = key by name. */
+QELVOARC_API uint32_t QGenerateMapObj(QSessionHandle session, const char *mapName,
+                                      const char *slot1Name, uint32_t slot1Type,
+                                      const char *slot2Name, uint32_t slot2Type);
+/* Exports a private key as PKCS#8 encrypted under password. blob [out]: DER (QFree). */
+QELVOARC_API uint32_t QPKCS8ExportKey(QKeyHandle key, const char *password, uint8_t **blob,
+                                      uint32_t *blobLength, uint32_t flags);
+/* Imports a PKCS#8 private key (DER or PEM, encrypted when password is not NULL). */
+QELVOARC_API uint32_t QPKCS8ImportKey(QSessionHandle session, const char *name,
+                                      const char *password, const uint8_t *pkcs8,
+                                      uint32_t pkcs8Length, uint32_t attributes, QKeyHandle *key);
+/* Builds a PKCS#12 of a key and its certificate, encrypted under password. pkcs12 [out]:
+ * QFree. */
+QELVOARC_API uint32_t QExportPKCS12(QSessionHandle session, const char *password,
+                                    const char *keyName, const char *certName, uint8_t **pkcs12,
+                                    uint32_t *pkcs12Length, uint32_t flags);
+/* Imports the key and certificate of a PKCS#12 under keyName and certName. */
+QELVOARC_API uint32_t QImportPKCS12Buffer(QSessionHandle session, const uint8_t *pkcs12,
+                                          uint32_t pkcs12Length, const char *password,
+                                          const char *keyName, const char *certName,
+                                          uint32_t attributes, uint32_t flags);
+
+#define Q_BACKUP_OBJECT_EXPORT 1u /* *blob [out]: the object's backup blob (QFree) */
+#define Q_BACKUP_OBJECT_IMPORT 2u /* *blob [in]: a blob from an export */
+
+/* Backs up or restores one object under the HSM's backup key. */
+QELVOARC_API uint32_t QBackupObject(QSessionHandle session, const char *name, uint32_t operation,
+                                    uint8_t **blob, uint32_t *blobLength, uint32_t flags);
+/* Exports a key wrapped for a cloud key-transfer file (BYOK). padding: 3 OAEP SHA-1, 8 OAEP
+ * SHA-256. blob [out]: QFree. */
+QELVOARC_API uint32_t QByokExport(QSessionHandle session, const char *keyName, const char *kekName,
+                                  uint32_t padding, uint8_t **blob, uint32_t *blobLength,
+                                  uint32_t flags);
+
+/* ======================================================================================= */
+/* Hashes, encryption, signatures                                                           */
+/* ======================================================================================= */
+
+#define Q_HASH_MD5 1u
+#define Q_HASH_SHA1 2u
+#define Q_HASH_SHA256 4u
+#define Q_HASH_SHA384 5u
+#define Q_HASH_SHA512 6u
+#define Q_HASH_SHA224 7u
+#define Q_HASH_SHA3_224 8u
+#define Q_HASH_SHA3_256 9u
+#define Q_HASH_SHA3_384 10u
+#define Q_HASH_SHA3_512 11u
+/* 92..101 (Q_ALG_HMAC_*): keyed HMAC; the key comes from a key handle or Q_HASH_PARAM_KEY. */
+
+#define Q_HASH_PARAM_KEY 1u   /* set: the raw HMAC key bytes (before any data) */
+#define Q_HASH_PARAM_VALUE 2u /* get: the digest; finishes the hash */
+#define Q_HASH_PARAM_SIZE 4u  /* get: uint32_t digest size */
+
+/* Starts a hash on the HSM. key: a key handle for keyed hashes, or 0. hash [out]:
+ * QDestroyHash. */
+QELVOARC_API uint32_t QCreateHash(QSessionHandle session, uint32_t algorithm, QKeyHandle key,
+                                  uint32_t flags, QHashHandle *hash);
+/* Adds data to a hash. */
+QELVOARC_API uint32_t QHashData(QHashHandle hash, const uint8_t *data, uint32_t length,
+                                uint32_t flags);
+/* Reads a hash parameter (Q_HASH_PARAM_*). length [in,out]. After the value has been read,
+ * further data gives Q_ERR_BAD_STATE. */
+QELVOARC_API uint32_t QGetHashParam(QHashHandle hash, uint32_t param, uint8_t *buffer,
+                                    uint32_t *length, uint32_t flags);
+/* Sets a hash parameter (Q_HASH_PARAM_KEY). The library wipes its copy of the key. */
+QELVOARC_API uint32_t QSetHashParam(QHashHandle hash, uint32_t param, const uint8_t *value,
+                                    uint32_t length, uint32_t flags);
+/* Releases a hash (also on the HSM). */
+QELVOARC_API uint32_t QDestroyHash(QHashHandle hash);
+
+/* Symmetric modes and paddings (QEncrypt, QDecrypt, key export). */
+#define Q_MODE_ECB 1u
+#define Q_MODE_CBC 2u
+#define Q_MODE_KWP 4u
+#define Q_MODE_KW 64u
+#define Q_PAD_PKCS5 1u
+#define Q_PAD_ZERO 2u
+#define Q_PAD_RSA_OAEP_SHA1 3u
+#define Q_PAD_RSA_PKCS1 4u
+#define Q_PAD_RSA_OAEP_SHA256 8u
+
+/* Encrypts with a key. iv: the IV for CBC (block size) or NULL. out/outLength [in,out]. */
+QELVOARC_API uint32_t QEncrypt(QKeyHandle key, uint32_t mode, uint32_t padding, const uint8_t *iv,
+                               const uint8_t *in, uint32_t inLength, uint8_t *out,
+                               uint32_t *outLength, uint32_t flags);
+/* Decrypts with a key; as QEncrypt. */
+QELVOARC_API uint32_t QDecrypt(QKeyHandle key, uint32_t mode, uint32_t padding, const uint8_t *iv,
+                               const uint8_t *in, uint32_t inLength, uint8_t *out,
+                               uint32_t *outLength, uint32_t flags);
+/* Signs the value of a hash with a private key. signature/length [in,out]. */
+QELVOARC_API uint32_t QSignHash(QHashHandle hash, QKeyHandle key, uint32_t padding,
+                                uint8_t *signature, uint32_t *signatureLength, uint32_t flags);
+/* Verifies a signature over the value of a hash. Q_OK when it verifies. */
+QELVOARC_API uint32_t QVerifySignature(QHashHandle hash, QKeyHandle key, uint32_t padding,
+                                       const uint8_t *signature, uint32_t signatureLength,
+                                       uint32_t flags);
+/* Signs a digest computed elsewhere (hashAlgorithm: Q_HASH_*). */
+QELVOARC_API uint32_t QSignHashedData(QKeyHandle key, uint32_t hashAlgorithm, const uint8_t *digest,
+                                      uint32_t digestLength, uint32_t padding, uint8_t *signature,
+                                      uint32_t *signatureLength, uint32_t flags);
+/* Signs an XML document (enveloped signature). signedXml [out]: QFree. */
+QELVOARC_API uint32_t QSignXml(QSessionHandle session, const char *keyName, const char *certName,
+                               uint32_t hashAlgorithm, const uint8_t *xml, uint32_t xmlLength,
+                               uint8_t **signedXml, uint32_t *signedXmlLength, uint32_t flags);
+/* Verifies a signed XML document against a certificate (or chain) and an optional CRL, both
+ * objects of the partition. */
+QELVOARC_API uint32_t QVerifySignedXmlEx(QSessionHandle session, const char *certName,
+                                         const char *crlName, const uint8_t *xml,
+                                         uint32_t xmlLength, uint32_t flags);
+/* Builds a PKCS#7 signed-data of content. pkcs7 [out]: DER (QFree). */
+QELVOARC_API uint32_t QPKCS7Sign(QSessionHandle session, const char *keyName, const char *certName,
+                                 const uint8_t *content, uint32_t contentLength, uint8_t **pkcs7,
+                                 uint32_t *pkcs7Length, uint32_t flags);
+/* Builds a PKCS#10 request for a key. dn: "/CN=.../O=...". csr [out]: PEM (QFree). */
+QELVOARC_API uint32_t QGeneratePKCS10CSR(QSessionHandle session, const char *keyName,
+                                         const char *dn, uint32_t hashAlgorithm, uint8_t **csr,
+                                         uint32_t *csrLength, uint32_t flags);
+
+#define Q_CERT_INFO_SUBJECT 1u    /* text */
+#define Q_CERT_INFO_ISSUER 2u     /* text */
+#define Q_CERT_INFO_SERIAL 3u     /* hexadecimal text */
+#define Q_CERT_INFO_NOT_BEFORE 4u /* uint64_t seconds since 1970 UTC */
+#define Q_CERT_INFO_NOT_AFTER 5u  /* uint64_t seconds since 1970 UTC */
+
+/* Reads one field of a certificate (PEM or DER). Local. out/outLength [in,out]. */
+QELVOARC_API uint32_t QCert2CertInfo(const uint8_t *cert, uint32_t certLength, uint32_t info,
+                                     void *out, uint32_t *outLength, uint32_t flags);
+
+/* ======================================================================================= */
+/* Object metadata and PKCS#11                                                              */
+/* ======================================================================================= */
+
+#define Q_METADATA_LABEL 27u /* text, up to 1024 bytes */
+
+#define Q_METADATA_OPEN 1u  /* metadata [out]: the object's metadata */
+#define Q_METADATA_WRITE 2u /* metadata [in]: written to the object */
+
+#pragma pack(push, 1)
+typedef struct QTypeInfo {
+    uint32_t code;
+    uint32_t valueType; /* 1 integer, 2 text, 3 bytes */
+    char name[64];
+} QTypeInfo;
+QELVOARC_STATIC_ASSERT(sizeof(QTypeInfo) == 72, "type info");
+#pragma pack(pop)
+
+/* Creates an empty metadata set. metadata [out]: QDestroyObjMetadata. */
+QELVOARC_API uint32_t QCreateObjMetadata(QObjMetadataHandle *metadata, uint32_t flags);
+/* Reads one metadata item. length [in,out]. */
+QELVOARC_API uint32_t QGetObjMetadata(QObjMetadataHandle metadata, uint32_t item, void *buffer,
+                                      uint32_t *length, uint32_t flags);
+/* Sets one metadata item. */
+QELVOARC_API uint32_t QSetObjMetadata(QObjMetadataHandle metadata, uint32_t item, const void *value,
+                                      uint32_t length, uint32_t flags);
+/* Opens (Q_METADATA_OPEN) or writes (Q_METADATA_WRITE) the metadata of an object. */
+QELVOARC_API uint32_t QManageObjMetadata(QSessionHandle session, uint32_t operation,
+                                         const char *objectName, QObjMetadataHandle *metadata,
+                                         uint32_t flags);
+/* Releases a metadata handle. */
+QELVOARC_API uint32_t QDestroyObjMetadata(QObjMetadataHandle metadata, uint32_t flags);
+/* The metadata items known to the library. list [out]: count entries (QFree). */
+QELVOARC_API uint32_t QGetObjMetadataTypeInfoList(QTypeInfo **list, uint32_t *count,
+                                                  uint32_t flags);
+/* The metadata of an object as a JSON text. json [out]: QFree. */
+QELVOARC_API uint32_t QGetJsonObjMetadata(QSessionHandle session, const char *objectName,
+                                          char **json, uint32_t *jsonLength, uint32_t flags);
+/* Replaces the metadata of an object from a JSON text. */
+QELVOARC_API uint32_t QSetJsonObjMetadata(QSessionHandle session, const char *objectName,
+                                          const char *json, uint32_t jsonLength, uint32_t flags);
+
+#pragma pack(push, 1)
+typedef struct QPkcs11MapInfo {
+    char target[256]; /* the object the map points at */
+    char label[129];  /* CKA_LABEL */
+} QPkcs11MapInfo;
+QELVOARC_STATIC_ASSERT(sizeof(QPkcs11MapInfo) == 385, "PKCS#11 map info");
+#pragma pack(pop)
+
+/* Creates a PKCS#11 map of a key (and its certificate, may be NULL) with a label. */
+QELVOARC_API uint32_t QGeneratePkcs11Map(QSessionHandle session, const char *mapName,
+                                         const char *keyName, const char *certName,
+                                         const char *label, uint32_t flags);
+/* Reads a PKCS#11 map. level: 1 (target and label). reserved: 0. info [out]. */
+QELVOARC_API uint32_t QGetPkcs11Map(QSessionHandle session, const char *mapName, uint32_t level,
+                                    uint32_t reserved, QPkcs11MapInfo *info);
+/* Enumerates the names of the partition's PKCS#11 maps. */
+QELVOARC_API uint32_t QListPkcs11Maps(QSessionHandle session, QNameCallback callback,
+                                      void *context);
+/* Ties a private key, its public key and its certificate together for PKCS#11 clients. */
+QELVOARC_API uint32_t QAssociatePKCS11Key(QSessionHandle session, const char *privateKeyName,
+                                          const char *publicKeyName, const char *certName,
+                                          uint32_t flags);
+
+/* PKCS#11 information attributes. */
+#define Q_P11_ATTR_TAMPERED 22u          /* uint8_t */
+#define Q_P11_ATTR_CLOUD_STATUS 24u      /* 8 bytes, 1 = telemetry enabled */
+#define Q_P11_ATTR_HSM_ID 25u            /* text (2048-byte buffer) */
+#define Q_P11_ATTR_CLOUD_ACCOUNT 26u     /* text */
+#define Q_P11_ATTR_TELEMETRY_URL 27u     /* text */
+#define Q_P11_ATTR_REMOTE_MANAGEMENT 30u /* 8 bytes */
+
+/* Reads the HSM's PKCS#11 information (works on an anonymous session). info [out]:
+ * QDestroyHSMP11Info. */
+QELVOARC_API uint32_t QGetHSMP11Info(QSessionHandle session, QP11InfoHandle *info, uint32_t flags);
+/* One attribute of the information. length [in,out]. */
+QELVOARC_API uint32_t QGetHSMP11InfoAttr(QP11InfoHandle info, uint32_t attribute, void *buffer,
+                                         uint32_t *length, uint32_t flags);
+/* The attributes known to the library. list [out]: count entries (QFree). */
+QELVOARC_API uint32_t QGetHSMP11TypeInfoList(QTypeInfo **list, uint32_t *count, uint32_t flags);
+/* Releases an information handle. */
+QELVOARC_API uint32_t QDestroyHSMP11Info(QP11InfoHandle info, uint32_t flags);
+
+/* ======================================================================================= */
+/* Files on the HSM                                                                         */
+/* ======================================================================================= */
+
+/* Copies a file of the HSM to a local path. */
+QELVOARC_API uint32_t QReadFile(QSessionHandle session, const char *remoteName,
+                                const char *localPath, uint32_t flags);
+/* Copies a local file to the HSM. */
+QELVOARC_API uint32_t QWriteFile(QSessionHandle session, const char *localPath,
+                                 const char *remoteName, uint32_t flags);
+/* Writes a buffer as a file of the HSM. */
+QELVOARC_API uint32_t QWriteFileBuffer(QSessionHandle session, const char *remoteName,
+                                       const uint8_t *data, uint32_t length, uint32_t flags);
+
+/* ======================================================================================= */
+/* HSM administration                                                                       */
+/* ======================================================================================= */
+
+/* QGetHsmInfo kinds. */
+#define Q_INFO_VERSION 8u       /* text: the firmware version "a.b.c.d"; flag word in: 1 */
+#define Q_INFO_UPTIME 32u       /* 8 bytes: uptime s (u32), battery (u32); ~0 = n/a */
+#define Q_INFO_MODE 64u         /* uint32_t HSM mode */
+#define Q_INFO_REPLICATION 256u /* replication node list */
+#define Q_INFO_CLOCK 512u       /* uint64_t HSM time, seconds since 1970 UTC */
+#define Q_INFO_STATUS 0x10000u  /* the 10,947-byte HSM information record */
+#define Q_HSM_INFO_RECORD_SIZE 10947u
+
+/* Reads information of a kind (Q_INFO_*). flagWord [in,out]: request flags in, the HSM's
+ * answer flags out. length [in,out]: capacity / bytes written. */
+QELVOARC_API uint32_t QGetHsmInfo(QSessionHandle session, uint32_t *flagWord, uint32_t kind,
+                                  void *buffer, uint32_t *length, uint32_t flags);
+
+#pragma pack(push, 1)
+typedef struct QStatInfo {
+    uint32_t sessions;
+    uint32_t cpuPercent;
+    uint32_t reserved;
+    uint32_t memoryTotal;
+    uint32_t memoryUsed;
+    uint32_t swapTotal;
+    uint32_t swapUsed;
+} QStatInfo;
+QELVOARC_STATIC_ASSERT(sizeof(QStatInfo) == 28, "stat info");
+
+typedef struct QReplicationNodeOp {
+    uint8_t operation;  /* 1 test, 2 notify down, 3 add, 4 delete */
+    uint8_t address[4]; /* IPv4, network order */
+} QReplicationNodeOp;
+QELVOARC_STATIC_ASSERT(sizeof(QReplicationNodeOp) == 5, "replication node operation");
+
+typedef struct QNetInterface {
+    char address[16]; /* dotted IPv4, "" for a bond member */
+    char mask[16];
+    uint32_t linkUp;
+    uint32_t speedMbps;
+    uint32_t bondMember;
+} QNetInterface;
+QELVOARC_STATIC_ASSERT(sizeof(QNetInterface) == 44, "network interface");
+
+typedef struct QNetInfo {
+    uint32_t interfaceCount;
+    QNetInterface interfaces[8];
+    char gateway[16];
+    char gatewayMask[16];
+    char bond[64]; /* "" when not defined */
+    char sysContact[128];
+    char sysLocation[128];
+    char community[64];
+    char trapTargets[512]; /* ';'-separated */
+    char routes[512];      /* ';'-separated */
+} QNetInfo;
+QELVOARC_STATIC_ASSERT(sizeof(QNetInfo) == 1796, "network info");
+#pragma pack(pop)
+
+/* stats [out]: the HSM's resource figures. */
+QELVOARC_API uint32_t QGetStatInfo(QSessionHandle session, QStatInfo *stats, uint32_t flags);
+
+#define Q_BACKUP_CREATE 0u
+#define Q_BACKUP_RESTORE 1u            /* including the network settings */
+#define Q_BACKUP_RESTORE_NO_NETWORK 2u /* without the network settings */
+
+/* Creates a backup of the HSM into a local file, or restores one (flags: Q_BACKUP_*).
+ * Needs ACL 0x100. */
+QELVOARC_API uint32_t QBackupData(QSessionHandle session, const char *localPath,
+                                  const char *password, uint32_t flags);
+/* Describes a firmware package. Local. description, signer [out]: texts (QFree). */
+QELVOARC_API uint32_t QUPackInfo(uint32_t length, const uint8_t *package, char **description,
+                                 char **signer, uint32_t flags);
+/* Sends a firmware package, applied at the next restart. Needs ACL 0x200. */
+QELVOARC_API uint32_t QUPackPush(QSessionHandle session, uint32_t length, const uint8_t *package);
+/* info [out]: the HSM's network configuration. */
+QELVOARC_API uint32_t QGetNetInfo(QSessionHandle session, QNetInfo *info, uint32_t flags);
+/* Enumerates the modules loaded in the HSM ("name version"). */
+QELVOARC_API uint32_t QListLoadedModules(QSessionHandle session, QNameCallback callback,
+                                         void *context, uint32_t flags);
+
+#define Q_IPF_ENABLE 1u
+#define Q_IPF_DISABLE 2u
+#define Q_IPF_STATUS 33u /* status [out]: 1 enabled, 0 disabled; callback per entry if given */
+#define Q_IPF_ADD 44u
+#define Q_IPF_REMOVE 55u
+
+/* Called once per IP filter entry (user id "" when the host is open to every user), then
+ * once with isFinal set. */
+typedef uint32_t (*QIPFilterCallback)(const char *hostIp, const char *userId, void *context,
+                                      int isFinal);
+
+/* IP filter operation (Q_IPF_*). userId: the user the entry is tied to, or NULL. */
+QELVOARC_API uint32_t QIPFilterOperation(QSessionHandle session, uint32_t operation,
+                                         const char *userId, const char *hostIp,
+                                         QIPFilterCallback callback, void *context,
+                                         uint32_t *status, uint32_t flags);
+
+#define Q_TOOL_PING 1u
+#define Q_TOOL_TRACEROUTE 2u
+#define Q_TOOL_NODE_LIST 100u /* result: records of 332 bytes */
+
+/* Runs a network tool on the HSM. result [out]: QFree. */
+QELVOARC_API uint32_t QHSMTool(QSessionHandle session, uint32_t tool, const char *target,
+                               uint8_t **result, uint32_t *resultLength, uint32_t flags);
+/* Binds the HSM to the cloud services with a bind key. */
+QELVOARC_API uint32_t QOSBindHSM(QSessionHandle session, const char *bindKey, uint32_t flags);
+/* Removes the binding. */
+QELVOARC_API uint32_t QOSUnbindHSM(QSessionHandle session, uint32_t flags);
+
+/* ======================================================================================= */
+/* Logs                                                                                     */
+/* ======================================================================================= */
+
+#define Q_LOG_LINE_SIZE 3072u
+#define Q_LOG_CHUNK_SIZE 1048576u
+#define Q_LOG_ZIPPED (-1)
+#define Q_LOG_PLAIN 0
+#define Q_LOG_ZIPPED_PACKAGE (-2)
+
+/* Called once per new event line until the session ends or the callback returns non-zero. */
+typedef uint32_t (*QLogEventCallback)(const char *rawLine, void *context);
+
+/* Follows the event log (blocks). */
+QELVOARC_API uint32_t QGetLogEvents(QSessionHandle session, QLogEventCallback callback,
+                                    void *context, uint32_t flags);
+/* Formats one raw log line. formatted [out]: text, at most formattedSize bytes (3072). */
+QELVOARC_API uint32_t QLogLineFormat(const char *rawLine, char *formatted, uint32_t formattedSize,
+                                     uint32_t flags);
+/* Clears the HSM log. */
+QELVOARC_API uint32_t QTruncateLog(QSessionHandle session, uint32_t flags);
+/* Reads up to length (<= 16384) bytes of the log at offset. data [out]: QFree. */
+QELVOARC_API uint32_t QGetStatLog(QSessionHandle session, uint32_t offset, uint32_t length,
+                                  uint8_t **data, uint32_t *dataLength, uint32_t flags);
+/* size [out]: the log's size in bytes. */
+QELVOARC_API uint32_t QGetStatLogSize(QSessionHandle session, uint32_t *size, uint32_t flags);
+/* Starts a log download. reserved: 0. selector: Q_LOG_*. log [out]: QGetHSMLogEnd. */
+QELVOARC_API uint32_t QGetHSMLogInit(QSessionHandle session, uint32_t reserved, int32_t selector,
+                                     QLogHandle *log, uint32_t flags);
+/* Next chunk. length [in,out]: capacity / bytes written; 0 at the end. */
+QELVOARC_API uint32_t QGetHSMLogCont(QLogHandle log, uint8_t *buffer, uint32_t *length);
+/* Ends a download and releases the handle. */
+QELVOARC_API uint32_t QGetHSMLogEnd(QLogHandle log);
+
+/* ======================================================================================= */
+/* EFT and EMV                                                                              */
+/* ======================================================================================= */
+
+#define Q_KCV_FORMAT_KCV 0u
+#define Q_KCV_FORMAT_CMAC 1u
+
+#pragma pack(push, 1)
+/* Components of a DES-family key (QEFTImportKey with algorithms 1..3). */
+typedef struct QEftComponentRecord {
+    uint8_t component1[24];
+    uint8_t kcv1[3];
+    uint8_t component2[24];
+    uint8_t kcv2[3];
+    uint8_t component3[24];
+    uint8_t kcv3[3];
+    uint8_t keyKcv[3];
+} QEftComponentRecord;
+QELVOARC_STATIC_ASSERT(sizeof(QEftComponentRecord) == 84, "EFT component record");
+
+/* Components of an AES key (QEFTImportKey with algorithms 7..9). */
+typedef struct QEftAesComponentRecord {
+    uint32_t attributes; /* key attribute word */
+    uint8_t component1[32];
+    uint8_t component2[32];
+    uint8_t component3[32];
+    uint8_t keyKcv[3];
+} QEftAesComponentRecord;
+QELVOARC_STATIC_ASSERT(sizeof(QEftAesComponentRecord) == 103, "EFT AES component record");
+#pragma pack(pop)
+
+/* Imports a key from clear components. record: QEftComponentRecord or QEftAesComponentRecord
+ * by algorithm (wiped from library copies). format: Q_KCV_FORMAT_*. */
+QELVOARC_API uint32_t QEFTImportKey(QSessionHandle session, const char *keyName, uint32_t algorithm,
+                                    const void *record, uint32_t format);
+/* Exports a key as clear components into a component record of its algorithm. record/length
+ * [in,out]. */
+QELVOARC_API uint32_t QEFTExportKey(QSessionHandle session, const char *keyName, uint32_t parts,
+                                    void *record, uint32_t *length, uint32_t flags);
+/* Exports a zone PIN key under a key-encryption key. out/outLength [in,out]. */
+QELVOARC_API uint32_t QEFTExportZPK(QSessionHandle session, const char *kekName,
+                                    const char *zpkName, uint8_t *out, uint32_t *outLength,
+                                    uint32_t flags);
+/* Imports a key wrapped under a key-encryption key of the partition. */
+QELVOARC_API uint32_t QEFTKeKImport(QSessionHandle session, const char *kekName,
+                                    const char *keyName, uint32_t algorithm, const uint8_t *wrapped,
+                                    uint32_t wrappedLength, uint32_t flags);
+/* Imports a TR-31 key block under a key-block protection key. */
+QELVOARC_API uint32_t QEFTImportTR31(QSessionHandle session, const char *kbpkName,
+                                     const char *keyName, const char *keyBlock, uint32_t attributes,
+                                     uint32_t flags);
+/* Exports a key as a TR-31 key block. header: usage (2 characters), mode of use (1),
+ * exportability (1). keyBlock [out]: text (QFree). */
+QELVOARC_API uint32_t QEFTExportTR31(QSessionHandle session, const char *kbpkName,
+                                     const char *keyName, const char *header, char **keyBlock,
+                                     uint32_t *keyBlockLength, uint32_t flags);
+/* Exports an AES key as 2 or 3 clear components. record [out]: QEftAesComponentRecord. */
+QELVOARC_API uint32_t QEFTExportAESKeyParts(QSessionHandle session, const char *keyName,
+                                            uint32_t parts, uint32_t format,
+                                            QEftAesComponentRecord *record, uint32_t flags);
+/* Computes a check value of clear key material without an HSM. format: Q_KCV_FORMAT_*.
+ * reserved: 0. kcv/kcvLength [in,out] (at least 3 bytes). Q_ERR_KCV_RETRY (1052): the
+ * value could not be computed; enter the component again. */
+QELVOARC_API uint32_t QEFTGenKCVOffline(uint32_t format, uint32_t algorithm, const uint8_t *key,
+                                        uint32_t keyLength, uint32_t reserved, uint8_t *kcv,
+                                        uint32_t *kcvLength, uint32_t flags);
+/* The check value of a key of the partition. */
+QELVOARC_API uint32_t QEFTGetKcv(QSessionHandle session, const char *keyName, uint32_t format,
+                                 uint8_t *kcv, uint32_t *kcvLength, uint32_t flags);
+/* Computes a CVV. cvv [out]: 3 digits and the terminator (4 bytes). */
+QELVOARC_API uint32_t QGenerateCVV(QSessionHandle session, const char *keyName, const char *pan,
+                                   const char *expirationDate, const char *serviceCode, char *cvv,
+                                   uint32_t flags);
+
+#define Q_EMV_VISA 1u
+#define Q_EMV_MASTERCARD 2u
+#define Q_EMV_ELO 3u
+#define Q_EMV_JCB 4u
+
+/* A library-owned block (data: QFree). */
+typedef struct QLibBuffer {
+    uint8_t *data;
+    uint32_t length;
+} QLibBuffer;
+
+/* Builds an EMV issuer certificate request. firstField: 3 bytes (tracking number, certificate
+ * serial or key id); typeField: 4 bytes; bin: 4 bytes; expiry: "MMYY". result [out]: the
+ * request (data: QFree). hash [out]: 28 bytes (20 significant for Visa). */
+QELVOARC_API uint32_t QGenerateEMV_CSREx(QSessionHandle session, uint32_t scheme,
+                                         const char *keyName, const uint8_t *firstField,
+                                         const uint8_t *typeField, const uint8_t *bin,
+                                         const char *expiry, QLibBuffer *result, uint8_t *hash,
+                                         uint32_t flags);
+
+/* ======================================================================================= */
+/* SPB (Brazilian payment system)                                                           */
+/* ======================================================================================= */
+
+/* Starts encoding a message from sender to receiver (certificate ids). handle [out]. */
+QELVOARC_API uint32_t QSPBEncodeInit(QSessionHandle session, const char *senderCert,
+                                     const char *receiverCert, uint32_t totalLength, uint32_t flags,
+                                     QSPBHandle *handle);
+/* Encodes the next part. out/outLength [in,out]. */
+QELVOARC_API uint32_t QSPBEncodeCont(QSPBHandle handle, const uint8_t *in, uint32_t inLength,
+                                     uint8_t *out, uint32_t *outLength);
+/* Finishes and releases the handle. out/outLength [in,out]: the trailer. */
+QELVOARC_API uint32_t QSPBEncodeEnd(QSPBHandle handle, uint8_t *out, uint32_t *outLength);
+/* Starts decoding a message. handle [out]. */
+QELVOARC_API uint32_t QSPBDecodeInit(QSessionHandle session, const char *senderCert,
+                                     const char *receiverCert, uint32_t totalLength, uint32_t flags,
+                                     QSPBHandle *handle);
+/* Decodes the next part. */
+QELVOARC_API uint32_t QSPBDecodeCont(QSPBHandle handle, const uint8_t *in, uint32_t inLength,
+                                     uint8_t *out, uint32_t *outLength);
+/* Finishes decoding, verifies the signature, releases the handle. */
+QELVOARC_API uint32_t QSPBDecodeEnd(QSPBHandle handle, uint8_t *out, uint32_t *outLength);
+/* Generates an SPB key for an ISPB and domain. keyName [out]: 50 bytes. */
+QELVOARC_API uint32_t QSPBGenerateKey(QSessionHandle session, const char *ispb, const char *domain,
+                                      uint32_t algorithm, char *keyName, uint32_t flags);
+/* Reads an SPB certificate. cert [out]: DER (QFree). */
+QELVOARC_API uint32_t QSPBGetCertificate(QSessionHandle session, const char *certId, uint8_t **cert,
+                                         uint32_t *certLength, uint32_t flags);
+/* Imports an SPB certificate (activate: non-zero to make it current). */
+QELVOARC_API uint32_t QSPBImportCertificate(QSessionHandle session, uint32_t activate,
+                                            const uint8_t *cert, uint32_t certLength,
+                                            const char *domain, uint32_t flags);
+/* Imports an SPB key and certificate from a PKCS#12. */
+QELVOARC_API uint32_t QSPBImportPKCS12(QSessionHandle session, uint32_t activate,
+                                       const uint8_t *pkcs12, uint32_t pkcs12Length,
+                                       const char *password, const char *domain, uint32_t flags);
+/* Makes an imported certificate the current one of its ISPB. */
+QELVOARC_API uint32_t QSPBActivateCertificate(QSessionHandle session, const char *certId,
+                                              const char *domain, uint32_t flags);
+
+#pragma pack(push, 1)
+typedef struct QSPBMapInfoRecord {
+    char currentKey[50];
+    char currentCert[50];
+    char nextKey[50];
+    char nextCert[50];
+} QSPBMapInfoRecord;
+QELVOARC_STATIC_ASSERT(sizeof(QSPBMapInfoRecord) == 200, "SPB map info");
+#pragma pack(pop)
+
+/* info [out]: the keys and certificates of an ISPB. */
+QELVOARC_API uint32_t QSPBMapInfo(QSessionHandle session, const char *ispb, const char *domain,
+                                  QSPBMapInfoRecord *info, uint32_t flags);
+/* The object name an SPB item gets. Local. objectId [out]: 50 bytes. */
+QELVOARC_API uint32_t QSPBCalculateObjectId(const char *ispb, const char *domain, uint32_t type,
+                                            char *objectId, uint32_t flags);
+/* Exports the current key and certificate of an ISPB as PKCS#12. pkcs12 [out]: QFree. */
+QELVOARC_API uint32_t QSPBExportPKCS12(QSessionHandle session, const char *password,
+                                       const char *ispb, const char *domain, uint8_t **pkcs12,
+                                       uint32_t *pkcs12Length, uint32_t flags);
+
+/* ======================================================================================= */
+/* M of N and smart cards                                                                   */
+/* ======================================================================================= */
+
+#define Q_SVMK_SHADOW_SIZE 63u
+#define Q_SVMK_MAX_SHADOWS 16u
+#define Q_SVMK_SIZE 48u
+#define Q_SC_LABEL_SIZE 33u
+#define Q_SC_PIN_LENGTH 8u
+
+#define Q_MOFN_ASSOCIATE 1u
+#define Q_MOFN_RESET 2u
+#define Q_MOFN_AUTHORIZE 3u
+#define Q_MOFN_SESSION_AUTHORIZE 4u
+#define Q_MOFN_CHECK 5u
+
+#pragma pack(push, 1)
+/* One smart-card shadow of an SVMK. */
+typedef struct QSmartCardShadow {
+    uint32_t version;  /* 0: SVMK scheme, 1 or 2 */
+    uint8_t position;  /* 4 */
+    uint8_t m;         /* 5 */
+    uint8_t n;         /* 6 */
+    uint8_t share[56]; /* 7: opaque */
+} QSmartCardShadow;
+QELVOARC_STATIC_ASSERT(sizeof(QSmartCardShadow) == 63, "smart card shadow");
+
+typedef struct QSmartCardInfo {
+    uint8_t atr[256];      /* 0 */
+    uint32_t atrLength;    /* 256 */
+    uint8_t csn[12];       /* 260: three groups of 4 bytes */
+    char family[128];      /* 272 */
+    char cardName[128];    /* 400 */
+    char cardOs[64];       /* 528 */
+    uint8_t progVersion;   /* 592 */
+    uint8_t chipVersion;   /* 593 */
+    uint8_t lock1;         /* 594 */
+    uint8_t lock2;         /* 595 */
+    uint32_t large;        /* 596: non-zero "Lg" */
+    uint32_t profileOe;    /* 600: non-zero "Oe" */
+    uint32_t formatted;    /* 604 */
+    uint32_t pinLocked;    /* 608 */
+    uint32_t pinCounters;  /* 612: non-zero when the counters are present */
+    uint32_t reserved;     /* 616 */
+    uint8_t pinCounterScr; /* 620 */
+    uint8_t pinCounterMm;  /* 621 */
+    uint8_t reserved2[2];  /* 622 */
+} QSmartCardInfo;
+QELVOARC_STATIC_ASSERT(sizeof(QSmartCardInfo) == 624, "smart card info");
+#pragma pack(pop)
+
+/* Splits a secret into n shares, any m of which recover it. shares [out]: n shares of
+ * shareLength bytes each, back to back (QFree). */
+QELVOARC_API uint32_t QMofNSplit(QSessionHandle session, const uint8_t *secret,
+                                 uint32_t secretLength, uint8_t m, uint8_t n, uint8_t **shares,
+                                 uint32_t *shareLength, uint32_t flags);
+/* Recovers a secret from count shares of shareLength bytes. secret [out]: QFree. */
+QELVOARC_API uint32_t QMofNRecover(QSessionHandle session, const uint8_t *shares, uint8_t count,
+                                   uint32_t shareLength, uint8_t **secret, uint32_t *secretLength,
+                                   uint32_t flags);
+/* Changes the M of N state of the session's user (operation Q_MOFN_*) with a quorum of
+ * shadows. */
+QELVOARC_API uint32_t QNSAuthSetState(QSessionHandle session, uint32_t permissionMask,
+                                      uint32_t operation, const QSmartCardShadow *shadows,
+                                      uint32_t shadowCount, uint32_t flags);
+/* Reads the shadow of the inserted card. shadow [out]. */
+QELVOARC_API uint32_t QSCReadShadow(const char *pin, QSmartCardShadow *shadow, uint32_t flags);
+/* Writes a shadow to the inserted card. overwrite: 1 to replace a recorded shadow, else
+ * Q_ERR_CARD_HAS_SHADOW (1092). */
+QELVOARC_API uint32_t QSCWriteShadow(const QSmartCardShadow *shadow, const char *pin,
+                                     uint32_t overwrite, uint32_t flags);
+/* Changes the card PIN (8 digits each). */
+QELVOARC_API uint32_t QSCChangePIN(const char *currentPin, const char *newPin, uint32_t flags);
+/* Erases the card's shadow and label. */
+QELVOARC_API uint32_t QSCErase(const char *pin, uint32_t flags);
+/* info [out]: the inserted card's description. */
+QELVOARC_API uint32_t QSCGetInfo(QSmartCardInfo *info, uint32_t flags);
+/* label [out]: Q_SC_LABEL_SIZE bytes. */
+QELVOARC_API uint32_t QSCGetLabel(const char *pin, char *label, uint32_t flags);
+/* label: at most 32 characters. */
+QELVOARC_API uint32_t QSCSetLabel(const char *pin, const char *label, uint32_t flags);
+/* Non-zero when a smart-card reader is configured (environment variable QELVOARC_SC_READER). */
+QELVOARC_API uint32_t QSCIsLibLoaded(void);
+/* Generates (svmk NULL) or re-splits an SVMK into n shadows, any m of which recover it.
+ * version: 1 or 2. shadows [out]: n entries of a Q_SVMK_MAX_SHADOWS array. */
+QELVOARC_API uint32_t QGenerateSVMK(QSessionHandle session, uint32_t version, const uint8_t *svmk,
+                                    uint8_t m, uint8_t n, QSmartCardShadow *shadows,
+                                    uint32_t flags);
+/* Rebuilds the SVMK from count shadows. svmk [out]: Q_SVMK_SIZE bytes. */
+QELVOARC_API uint32_t QRecoverSVMK(QSessionHandle session, const QSmartCardShadow *shadows,
+                                   uint8_t count, uint8_t *svmk, uint32_t flags);
+
+/* ======================================================================================= */
+/* Safe keeping                                                                             */
+/* ======================================================================================= */
+
+#define Q_SKEEP_SHARE_SIZE 65u  /* base62 text of at most 64 characters and its terminator */
+#define Q_SKEEP_SECRET_SIZE 66u /* recovered secret buffer */
+#define Q_SKEEP_CKS_SIZE 5u     /* 4 digits and the terminator */
+#define Q_SKEEP_AUTH_MOFN 0x1u
+#define Q_SKEEP_AUTH_OATH 0x2u
+#define Q_SKEEP_AUTH_X509 0x4u
+
+typedef struct QSKeepShare {
+    char text[Q_SKEEP_SHARE_SIZE];
+} QSKeepShare;
+
+/* Creates a secret object. level: security level 1..5. authType: Q_SKEEP_AUTH_* bits. */
+QELVOARC_API uint32_t QSKeepNewSecret(QSessionHandle session, const char *name, uint8_t level,
+                                      uint16_t authType, uint32_t flags);
+/* info [out]: authentication type (low 16 bits) and security level (high 16 bits). */
+QELVOARC_API uint32_t QSKeepProbeSecret(QSessionHandle session, const char *name, uint32_t *info);
+/* Splits a secret into n shares, any m of which recover it. shares [out]: n entries. */
+QELVOARC_API uint32_t QSKeepSplitSecret(QSessionHandle session, const char *name, uint8_t level,
+                                        uint16_t authType, uint8_t m, uint8_t n,
+                                        QSKeepShare *shares, uint32_t flags);
+/* The 4-digit checksum of a share. mode: 1. checksum [out]: Q_SKEEP_CKS_SIZE bytes. Local. */
+QELVOARC_API uint32_t QSKeepCalcShareCks(uint32_t mode, const QSKeepShare *share, char *checksum);
+/* Recovers a secret from count shares. secret [out]: Q_SKEEP_SECRET_SIZE bytes. */
+QELVOARC_API uint32_t QSKeepRecoverSecret(QSessionHandle session, const char *name,
+                                          const QSKeepShare *shares, uint32_t count,
+                                          uint8_t *secret, uint32_t flags);
+/* Checks that count shares recover the secret, without revealing it. */
+QELVOARC_API uint32_t QSKeepMatchSecret(QSessionHandle session, const char *name,
+                                        const QSKeepShare *shares, uint32_t count, uint32_t flags);
+/* Removes a secret; level and authType must match the secret's. */
+QELVOARC_API uint32_t QSKeepRemoveSecret(QSessionHandle session, const char *name, uint8_t level,
+                                         uint16_t authType, uint32_t flags);
+
+/* ======================================================================================= */
+/* Secure vault                                                                             */
+/* ======================================================================================= */
+
+/* Tokenises a secret under a key. checksum: 0 none, 1 CPF, 2 CNPJ, 3 PAN, 4 voter
+ * registration. base: 10 or 62. mask: 0 none, 1 mask token, 2 mask secret.
+ * token/tokenLength [in,out]. */
+QELVOARC_API uint32_t QSVaultGenToken(QSessionHandle session, const char *keyName,
+                                      const char *secret, uint8_t checksum, uint8_t base,
+                                      uint8_t mask, char *token, uint32_t *tokenLength,
+                                      uint32_t flags);
+/* Reads back the secret (output 1) or the token (output 2). data/dataLength [in,out]. */
+QELVOARC_API uint32_t QSVaultGetData(QSessionHandle session, const char *keyName, const char *token,
+                                     uint8_t mask, uint8_t output, char *data, uint32_t *dataLength,
+                                     uint32_t flags);
+
+/* ======================================================================================= */
+/* Blockchain                                                                               */
+/* ======================================================================================= */
+
+#pragma pack(push, 1)
+typedef struct QBchainKeyInfo {
+    uint8_t keyType;
+    uint8_t version;
+    uint8_t depth;
+    uint32_t parentFingerprint;
+    uint32_t childNumber;
+    uint8_t chainCode[32];
+} QBchainKeyInfo;
+QELVOARC_STATIC_ASSERT(sizeof(QBchainKeyInfo) == 43, "blockchain key info");
+#pragma pack(pop)
+
+/* Derives a BIP32 child key from a parent extended key. */
+QELVOARC_API uint32_t QBchainCreateBip32Ckd(QSessionHandle session, uint32_t version,
+                                            uint32_t index, const char *parentName,
+                                            const char *childName, uint32_t attributes,
+                                            uint32_t flags);
+/* Creates an extended private key (BIP32 master). */
+QELVOARC_API uint32_t QBchainCreateXPrv(QSessionHandle session, uint32_t version,
+                                        const char *keyName, uint32_t attributes, uint32_t flags);
+/* The address of a key. address/addressLength [in,out]. */
+QELVOARC_API uint32_t QBchainGetAddress(QSessionHandle session, const char *keyName,
+                                        uint32_t addressType, const char *hrp, char *address,
+                                        uint32_t *addressLength, uint32_t flags);
+/* Signs a hash with a key. signature/length [in,out]. */
+QELVOARC_API uint32_t QBchainSignHash(QSessionHandle session, const char *keyName,
+                                      uint32_t signatureType, const uint8_t *hash,
+                                      uint32_t hashLength, uint8_t *signature,
+                                      uint32_t *signatureLength, uint32_t flags);
+/* The public key of a key in a format. out/outLength [in,out]. */
+QELVOARC_API uint32_t QBchainGetPubKey(QSessionHandle session, const char *keyName, uint32_t format,
+                                       uint8_t *out, uint32_t *outLength, uint32_t flags);
+/* Exports a private key in a format (exportable keys only). out [out]: QFree. */
+QELVOARC_API uint32_t QBchainPkExport(QSessionHandle session, const char *keyName, uint32_t format,
+                                      uint8_t **out, uint32_t *outLength, uint32_t flags);
+/* Imports a private key given in a format. */
+QELVOARC_API uint32_t QBchainPkImport(QSessionHandle session, const char *keyName, uint32_t format,
+                                      const uint8_t *data, uint32_t dataLength, uint32_t attributes,
+                                      uint32_t flags);
+/* info [out]: the extended-key fields of a key. */
+QELVOARC_API uint32_t QBchainGetKeyInfo(QSessionHandle session, const char *keyName,
+                                        QBchainKeyInfo *info, uint32_t flags);
+/* Hashes data with a blockchain hash (e.g. double SHA-256). out/outLength [in,out]. */
+QELVOARC_API uint32_t QBchainHashData(QSessionHandle session, uint32_t algorithm,
+                                      const uint8_t *data, uint32_t dataLength, uint8_t *out,
+                                      uint32_t *outLength, uint32_t flags);
+/* Recovers the public key from a recoverable signature. publicKey/length [in,out]. */
+QELVOARC_API uint32_t QBchainRecoverPbkFromSignature(QSessionHandle session, uint32_t signatureType,
+                                                     const uint8_t *hash, uint32_t hashLength,
+                                                     const uint8_t *signature,
+                                                     uint32_t signatureLength, uint8_t *publicKey,
+                                                     uint32_t *publicKeyLength, uint32_t flags);
+/* Verifies a signature with a public key. Q_OK when it verifies. */
+QELVOARC_API uint32_t QBchainVerify(QSessionHandle session, uint32_t signatureType,
+                                    const uint8_t *publicKey, uint32_t publicKeyLength,
+                                    const uint8_t *hash, uint32_t hashLength,
+                                    const uint8_t *signature, uint32_t signatureLength,
+                                    uint32_t flags);
+/* Derives the X25519 key of an Ed25519 key. */
+QELVOARC_API uint32_t QBchainEd2X(QSessionHandle session, const char *edKeyName,
+                                  const char *xKeyName, uint32_t attributes, uint32_t flags);
+
+/* ======================================================================================= */
+/* Conversions (local; need no initialisation)                                              */
+/* ======================================================================================= */
+
+/* Decodes standard base64 (padding required; whitespace not allowed).
+ * text/textLength: the text (textLength excludes any terminator). out [out]: the bytes.
+ * outLength [in,out]: capacity in (at least 3 * textLength / 4), bytes decoded out.
+ * Q_ERR_INVALID_PARAMETER for malformed text, Q_ERR_BUFFER_TOO_SMALL (needed size out). */
+QELVOARC_API uint32_t QBase642ByteArray(const char *text, uint32_t textLength, uint8_t *out,
+                                        uint32_t *outLength);
+/* Encodes bytes as standard base64 with padding. text [out]: NUL-terminated.
+ * textLength [in,out]: capacity in (at least 4 * ceil(length / 3) + 1), characters written
+ * (without the terminator) out. Q_ERR_BUFFER_TOO_SMALL (needed size out). */
+QELVOARC_API uint32_t QByteArray2Base64(const uint8_t *data, uint32_t length, char *text,
+                                        uint32_t *textLength);
+
+/* ======================================================================================= */
+/* Status codes                                                                             */
+/* ======================================================================================= */
+
+#define Q_OK 0u
+#define Q_ERR_INTERNAL 1000u
+#define Q_ERR_PIN_ABSENT 1001u
+#define Q_ERR_INVALID_PARAMETER 1002u
+#define Q_ERR_INVALID_HANDLE 1003u
+#define Q_ERR_NOT_SUPPORTED 1004u
+#define Q_ERR_BUFFER_TOO_SMALL 1005u
+#define Q_ERR_NOT_INITIALIZED 1006u
+#define Q_ERR_CONNECT 1007u
+#define Q_ERR_CONNECTION_LOST 1008u
+#define Q_ERR_TLS 1009u
+#define Q_ERR_PROTOCOL 1010u
+#define Q_ERR_PIN_LENGTH 1011u
+#define Q_ERR_AUTH_FAILED 1012u
+#define Q_ERR_ACCESS_DENIED 1013u
+#define Q_ERR_NOT_AUTHENTICATED 1014u
+#define Q_ERR_USER_BLOCKED 1015u
+#define Q_ERR_OTP_INVALID 1016u
+#define Q_ERR_OTP_REQUIRED 1017u
+#define Q_ERR_CERT_REQUIRED 1018u
+#define Q_ERR_CERT_MISMATCH 1019u
+#define Q_ERR_TOKEN_INVALID 1020u
+#define Q_ERR_TOKEN_EXPIRED 1021u
+#define Q_ERR_SESSION_LIMIT 1022u
+#define Q_ERR_SESSION_EXPIRED 1023u
+#define Q_ERR_NOT_FOUND 1024u
+#define Q_ERR_ALREADY_EXISTS 1025u
+#define Q_ERR_PASSWORD_CHANGE_ONLY 1026u
+#define Q_ERR_PLATFORM 1027u
+#define Q_ERR_TIMEOUT 1028u
+#define Q_ERR_FRAME_TOO_LARGE 1029u
+#define Q_ERR_BAD_ALGORITHM 1030u
+#define Q_ERR_PASSWORD_POLICY 1031u
+#define Q_ERR_INVALID_LENGTH 1032u
+#define Q_ERR_BAD_STATE 1033u
+#define Q_ERR_FILE 1034u
+#define Q_ERR_NOT_FOUND_HSM 1035u
+#define Q_ERR_KCV_RETRY 1052u
+#define Q_ERR_PIN_CHARACTERS 1089u
+#define Q_ERR_CARD_HAS_SHADOW 1092u
+#define Q_ERR_NO_MEMORY 2002u
+#define Q_ERR_PASSWORD_EXPIRED 5178u
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* QELVOARC_H */
