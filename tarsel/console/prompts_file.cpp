@@ -60,7 +60,7 @@ constexpr const char *kOpenError = "Error opening the file.";
 uint32_t ReadWholeFile(const char *path, uint8_t **data, uint32_t *length) {
     bool ok = WithOpenFile(path, [&](FILE *file, size_t size) {
         // An empty file still gets a buffer, so the caller's QFree is always valid.
-        auto *buffer = static_cast<uint8_t *>(QAlloc(size > 0 ? size : 1));
+        auto *buffer = static_cast<uint8_t *>(QAlloc(static_cast<uint32_t>(size > 0 ? size : 1)));
         if (buffer == nullptr) return false;
         *length = static_cast<uint32_t>(ReadBlock(file, buffer, size));
         *data = buffer;

@@ -43,10 +43,10 @@ void ClearScreenTitle(const char *title) {
 
 void PrintError(const char *message, uint32_t code) {
     // One text buffer for the whole process, as the library's own error text is.
-    static char text[1024];
-    char scratch[1024] = {};
+    static char text[Q_ERROR_TEXT_SIZE];
+    char name[Q_ERROR_NAME_SIZE] = {};
     memset(text, 0, sizeof text);
-    QGetErrorString(code, scratch, text);
+    QGetErrorString(code, name, text);
     ErrPrintf("\n%s %s (%d)\n", message, text, static_cast<int>(code));
 }
 

@@ -1,0 +1,78 @@
+// The main menu: keys and objects, users, and the HSM's own functions.
+#include "app/version_numbers.h"
+#include "console/menu_tree.h"
+#include "console/menus/menu_table.h"
+
+using namespace menu_table;
+namespace titles = menu_titles;
+
+bool menu_table::FirmwareHasSafeKeeping() {
+    return FirmwareAtLeast("5.0.35.0");
+}
+
+namespace {
+
+constexpr int kKeys = 0;
+constexpr int kUsers = 1;
+constexpr int kHsm = 2;
+
+// clang-format off
+constexpr MenuEntry kMainMenu[] = {
+    Title(kKeys, "Keys/Objects"),
+    Nested(kKeys, "Generate...", kAnyone, BuildGenerateMenu, titles::kGenerate),
+    Action(kKeys, "Remove", kAnyone, NotAvailableAction),
+    Action(kKeys, "Attributes", kAnyone, NotAvailableAction),
+    Nested(kKeys, "Import...", kAnyone, BuildImportMenu, titles::kImport),
+    Nested(kKeys, "Export...", kAnyone, BuildExportMenu, titles::kExport),
+    Action(kKeys, "List", kAnyone, NotAvailableAction),
+    Action(kKeys, "List(Pkcs11)", kAnyone, NotAvailableAction, LegacyOptions),
+    Nested(kKeys, "Permissions...", kAnyone, BuildPermissionsMenu, titles::kPermissions),
+    Nested(kKeys, "Key Backup...", kAnyone, BuildKeyBackupMenu, titles::kKeyBackup,
+           FirmwareHasKeyBackup),
+
+    Title(kUsers, "Users"),
+    Action(kUsers, "Create", kAclManageUsers, NotAvailableAction),
+    Action(kUsers, "Remove", kAclManageUsers, NotAvailableAction),
+    Action(kUsers, "List", kAclListUsers, NotAvailableAction),
+    Action(kUsers, "Attributes", kAnyone, NotAvailableAction),
+    Action(kUsers, "Trust Relations", kAclOperatorOnly, NotAvailableAction),
+    Action(kUsers, "Password Policy", kAclPasswordPolicy, NotAvailableAction),
+    Action(kUsers, "My Password", kAnyone, NotAvailableAction),
+    ActionForAclOnly(kUsers, "My Auth M of N", kAclMofNLocal, NotAvailableAction),
+    Nested(kUsers, "Access Tokens...", kAnyone, BuildAccessTokensMenu, titles::kAccessTokens,
+           AccessTokensMenu),
+
+    Title(kHsm, "HSM"),
+    Action(kHsm, "Info", kAclHsmOperation, NotAvailableAction),
+    Nested(kHsm, "Logs...", kAclHsmOperation, BuildLogsMenu, titles::kLogs),
+    Nested(kHsm, "Backup...", kAclBackup, BuildBackupMenu, titles::kBackup),
+    Nested(kHsm, "Monitoring...", kAclHsmOperation, BuildMonitoringMenu, titles::kMonitoring),
+    Action(kHsm, "Firmware Update", kAclFirmware, NotAvailableAction),
+    Action(kHsm, "Replication...", kAclHsmOperation, RunReplicationMenu),
+    Action(kHsm, "IP Filter...", kAclHsmOperation, RunIpFilterMenu),
+    Action(kHsm, "Telemetry", kAclHsmOperation, NotAvailableAction),
+    Action(kHsm, "Policies", kAclHsmOperation, NotAvailableAction),
+    Action(kHsm, "Hardware logs", kAclHsmOperation, NotAvailableAction, HardwareLogs),
+    Nested(kHsm, "Tools...", kAclHsmOperation, BuildToolsMenu, titles::kTools, FirmwareHasTools),
+    Nested(kHsm, "SPB...", kAnyone, BuildSpbMenu, titles::kSpb),
+    Nested(kHsm, "EFT...", kAnyone, BuildEftMenu, titles::kEft),
+    Nested(kHsm, "Safe Keeping...", kAnyone, BuildSafeKeepingMenu, titles::kSafeKeeping,
+           FirmwareHasSafeKeeping),
+    Nested(kHsm, "Smart-card...", kAnyone, BuildSmartCardMenu, titles::kSmartCard,
+           SmartCardLibLoaded),
+    Nested(kHsm, "Blockchain...", kAnyone, BuildBlockchainMenu, titles::kBlockchain),
+    Nested(kHsm, "Tests...", kAnyone, BuildTestsMenu, titles::kTests),
+};
+// clang-format on
+
+}  // namespace
+
+int BuildMainMenu(Menu *menu, uint32_t acl, const char *header) {
+    return BuildFromTable(menu, acl, header, nullptr, kMainMenu);
+}
+
+void RunMainMenu(QSessionHandle session, uint32_t acl, const char *header) {
+    Menu menu;
+    BuildMainMenu(&menu, acl, header);
+    RunMenu(session, menu, "Main Menu", header, true);
+}
