@@ -1,0 +1,61 @@
+#include "core/result.h"
+
+namespace sim {
+
+wire::Status ToWireStatus(Result result) {
+    switch (result) {
+        case Result::kOk:
+            return wire::OK;
+        case Result::kInternal:
+            return wire::ERR_INTERNAL;
+        case Result::kInvalidParameter:
+            return wire::ERR_INVALID_PARAMETER;
+        case Result::kInvalidLength:
+            return wire::ERR_INVALID_LENGTH;
+        case Result::kNotSupported:
+            return wire::ERR_NOT_SUPPORTED;
+        case Result::kNotAuthenticated:
+            return wire::ERR_NOT_AUTHENTICATED;
+        case Result::kAccessDenied:
+            return wire::ERR_ACCESS_DENIED;
+        case Result::kAuthFailed:
+            return wire::ERR_AUTH_FAILED;
+        case Result::kUserBlocked:
+            return wire::ERR_USER_BLOCKED;
+        case Result::kOtpRequired:
+            return wire::ERR_OTP_REQUIRED;
+        case Result::kOtpInvalid:
+            return wire::ERR_OTP_INVALID;
+        case Result::kCertRequired:
+            return wire::ERR_CERT_REQUIRED;
+        case Result::kCertMismatch:
+            return wire::ERR_CERT_MISMATCH;
+        case Result::kTokenInvalid:
+            return wire::ERR_TOKEN_INVALID;
+        case Result::kTokenExpired:
+            return wire::ERR_TOKEN_EXPIRED;
+        case Result::kSessionLimit:
+            return wire::ERR_SESSION_LIMIT;
+        case Result::kPasswordExpired:
+            return wire::ERR_PASSWORD_EXPIRED;
+        case Result::kPasswordChangeOnly:
+            return wire::ERR_PASSWORD_CHANGE_ONLY;
+        case Result::kPasswordPolicy:
+            return wire::ERR_PASSWORD_POLICY;
+        case Result::kNotFound:
+            return wire::ERR_NOT_FOUND;
+        case Result::kAlreadyExists:
+            return wire::ERR_ALREADY_EXISTS;
+        case Result::kInvalidHandle:
+            return wire::ERR_INVALID_HANDLE;
+        case Result::kBadAlgorithm:
+            return wire::ERR_BAD_ALGORITHM;
+        case Result::kBadState:
+            return wire::ERR_BAD_STATE;
+        case Result::kProtocol:
+            return wire::ERR_PROTOCOL;
+    }
+    return wire::ERR_INTERNAL;
+}
+
+}  // namespace sim

@@ -1,0 +1,41 @@
+#pragma once
+// Outcomes of the simulator's own operations. They are translated to wire statuses in
+// exactly one place (ToWireStatus) so that services never pick protocol numbers.
+
+#include <cstdint>
+
+#include "status.h"
+
+namespace sim {
+
+enum class [[nodiscard]] Result{
+    kOk,
+    kInternal,
+    kInvalidParameter,
+    kInvalidLength,
+    kNotSupported,
+    kNotAuthenticated,
+    kAccessDenied,
+    kAuthFailed,
+    kUserBlocked,
+    kOtpRequired,
+    kOtpInvalid,
+    kCertRequired,
+    kCertMismatch,
+    kTokenInvalid,
+    kTokenExpired,
+    kSessionLimit,
+    kPasswordExpired,
+    kPasswordChangeOnly,
+    kPasswordPolicy,
+    kNotFound,
+    kAlreadyExists,
+    kInvalidHandle,
+    kBadAlgorithm,
+    kBadState,
+    kProtocol,
+};
+
+wire::Status ToWireStatus(Result result);
+
+}  // namespace sim

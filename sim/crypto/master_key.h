@@ -1,0 +1,28 @@
+#pragma once
+// The HSM's master key: secrets at rest are sealed under it with AES-256-GCM.
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "core/secret.h"
+
+namespace sim {
+
+class MasterKey {
+  public:
+    // Reads the 32-byte key file, or creates it (mode 0600) when it does not exist.
+    // Throws std::runtime_error on I/O failure or a file of the wrong size.
+    static MasterKey LoadOrCreate(const std::string &path);
+
+    // nonce (12) || ciphertext || tag (16). Thread-safe.
+    std::string Seal(std::string_view plain) const;
+    // nullopt when the data was not sealed under this key or was altered. Thread-safe.
+    std::optional<SecretBytes> Open(std::string_view sealed) const;
+
+  private:
+    explicit MasterKey(SecretBytes key) : key_(std::move(key)) {}
+    SecretBytes key_;
+};
+
+}  // namespace sim

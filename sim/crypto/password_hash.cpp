@@ -1,0 +1,55 @@
+#include "crypto/password_hash.h"
+
+#include <argon2.h>
+#include <openssl/rand.h>
+
+#include <semaphore>
+#include <stdexcept>
+
+namespace sim {
+
+namespace {
+
+constexpr uint32_t kTimeCost = 3;
+constexpr uint32_t kMemoryKiB = 1 << 13;
+constexpr uint32_t kParallelism = 1;
+constexpr size_t kSaltBytes = 16;
+constexpr size_t kHashBytes = 32;
+
+// Each hash takes kMemoryKiB; a burst of logins must not take the machine's memory.
+std::counting_semaphore<4> &HashSlots() {
+    static std::counting_semaphore<4> slots(4);
+    return slots;
+}
+
+class SlotGuard {
+  public:
+    SlotGuard() { HashSlots().acquire(); }
+    ~SlotGuard() { HashSlots().release(); }
+    SlotGuard(const SlotGuard &) = delete;
+    SlotGuard &operator=(const SlotGuard &) = delete;
+};
+
+}  // namespace
+
+std::string HashPassword(std::string_view password) {
+    unsigned char salt[kSaltBytes];
+    if (RAND_bytes(salt, sizeof salt) != 1) throw std::runtime_error("RAND_bytes failed");
+    std::string encoded(
+        argon2_encodedlen(kTimeCost, kMemoryKiB, kParallelism, kSaltBytes, kHashBytes, Argon2_id),
+        '\0');
+    SlotGuard slot;
+    int rc =
+        argon2id_hash_encoded(kTimeCost, kMemoryKiB, kParallelism, password.data(), password.size(),
+                              salt, sizeof salt, kHashBytes, encoded.data(), encoded.size());
+    if (rc != ARGON2_OK) throw std::runtime_error(argon2_error_message(rc));
+    encoded.resize(encoded.find('\0'));
+    return encoded;
+}
+
+bool VerifyPassword(const std::string &encoded, std::string_view password) {
+    SlotGuard slot;
+    return argon2id_verify(encoded.c_str(), password.data(), password.size()) == ARGON2_OK;
+}
+
+}  // namespace sim

@@ -1,0 +1,92 @@
+#include "crypto/tls_identity.h"
+
+#include <fcntl.h>
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <openssl/x509.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <memory>
+#include <stdexcept>
+
+namespace sim {
+
+namespace {
+
+constexpr long kValiditySeconds = 10L * 365 * 24 * 3600;
+
+using KeyPtr = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
+using CertPtr = std::unique_ptr<X509, decltype(&X509_free)>;
+
+bool Exists(const std::string &path) {
+    struct stat info;
+    return ::stat(path.c_str(), &info) == 0;
+}
+
+void WritePem(const std::string &path, mode_t mode, const auto &write) {
+    std::string temporary = path + ".tmp";
+    int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode);
+    FILE *file = fd >= 0 ? ::fdopen(fd, "w") : nullptr;
+    if (file == nullptr) {
+        if (fd >= 0) ::close(fd);
+        throw std::runtime_error("cannot create " + temporary);
+    }
+    bool ok = write(file) == 1;
+    ok = std::fflush(file) == 0 && ::fsync(fd) == 0 && ok;
+    std::fclose(file);
+    if (!ok || std::rename(temporary.c_str(), path.c_str()) != 0)
+        throw std::runtime_error("cannot write " + path);
+}
+
+int AcceptAnyClientCertificate(int, X509_STORE_CTX *) {
+    return 1;
+}
+
+}  // namespace
+
+void EnsureTlsIdentity(const std::string &keyPath, const std::string &certPath,
+                       const std::string &commonName) {
+    if (Exists(keyPath) && Exists(certPath)) return;
+    KeyPtr key(EVP_EC_gen("P-256"), &EVP_PKEY_free);
+    CertPtr cert(X509_new(), &X509_free);
+    if (!key || !cert) throw std::runtime_error("cannot create TLS identity");
+    X509_set_version(cert.get(), 2);
+    ASN1_INTEGER_set(X509_get_serialNumber(cert.get()), 1);
+    X509_gmtime_adj(X509_getm_notBefore(cert.get()), 0);
+    X509_gmtime_adj(X509_getm_notAfter(cert.get()), kValiditySeconds);
+    X509_NAME *name = X509_get_subject_name(cert.get());
+    X509_NAME_add_entry_by_txt(name, "O", MBSTRING_ASC,
+                               reinterpret_cast<const unsigned char *>("Orvena"), -1, -1, 0);
+    X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC,
+                               reinterpret_cast<const unsigned char *>(commonName.c_str()), -1, -1,
+                               0);
+    X509_set_issuer_name(cert.get(), name);
+    if (X509_set_pubkey(cert.get(), key.get()) != 1 ||
+        X509_sign(cert.get(), key.get(), EVP_sha256()) == 0)
+        throw std::runtime_error("cannot sign TLS certificate");
+    WritePem(keyPath, 0600, [&](FILE *f) {
+        return PEM_write_PrivateKey(f, key.get(), nullptr, nullptr, 0, nullptr, nullptr);
+    });
+    WritePem(certPath, 0644, [&](FILE *f) { return PEM_write_X509(f, cert.get()); });
+}
+
+TlsServerContext::TlsServerContext(const std::string &keyPath, const std::string &certPath)
+    : ctx_(SSL_CTX_new(TLS_server_method())) {
+    static const unsigned char kSessionContext[] = "orvena-sim";
+    if (ctx_ == nullptr || SSL_CTX_set_min_proto_version(ctx_, TLS1_2_VERSION) != 1 ||
+        SSL_CTX_use_certificate_chain_file(ctx_, certPath.c_str()) != 1 ||
+        SSL_CTX_use_PrivateKey_file(ctx_, keyPath.c_str(), SSL_FILETYPE_PEM) != 1 ||
+        SSL_CTX_set_session_id_context(ctx_, kSessionContext, sizeof kSessionContext - 1) != 1) {
+        SSL_CTX_free(ctx_);
+        throw std::runtime_error("cannot set up TLS from " + certPath);
+    }
+    SSL_CTX_set_verify(ctx_, SSL_VERIFY_PEER, AcceptAnyClientCertificate);
+}
+
+TlsServerContext::~TlsServerContext() {
+    SSL_CTX_free(ctx_);
+}
+
+}  // namespace sim

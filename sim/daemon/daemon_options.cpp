@@ -1,0 +1,107 @@
+#include "daemon/daemon_options.h"
+
+#include <charconv>
+#include <limits>
+
+namespace sim {
+
+namespace {
+
+template <typename T>
+bool ParseNumber(const std::string &text, T max, T *out) {
+    uint64_t value = 0;
+    auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (ec != std::errc() || end != text.data() + text.size() || value > uint64_t(max))
+        return false;
+    *out = static_cast<T>(value);
+    return true;
+}
+
+bool ParseListen(const std::string &text, DaemonOptions *options) {
+    size_t colon = text.rfind(':');
+    if (colon == std::string::npos || colon == 0) return false;
+    options->host = text.substr(0, colon);
+    return ParseNumber<uint16_t>(text.substr(colon + 1), 65535, &options->port);
+}
+
+bool IsWord(const std::string &text) {
+    return !text.empty() && text.find_first_of(" \t\r\n") == std::string::npos;
+}
+
+}  // namespace
+
+const char *DaemonUsage() {
+    return "Usage: orvena-sim --data DIR [options]\n"
+           "  --listen HOST:PORT        address to serve on (default 127.0.0.1:4433; port 0 "
+           "picks one)\n"
+           "  --data DIR                data directory (required; created when missing)\n"
+           "  --init-password TEXT      password of operator master on a new data directory\n"
+           "                            (default: a random one, printed once)\n"
+           "  --firmware A.B.C.D        firmware version to report (default 5.1.0.0)\n"
+           "  --model TEXT              model to report (default ORV-9000)\n"
+           "  --serial TEXT             serial number to report (default OV00000001)\n"
+           "  --hsm-mode N              HSM mode to report (default 0)\n"
+           "  --discovery-port N        UDP discovery port on 127.0.0.1 (default 4433, 0 = "
+           "off)\n"
+           "  --max-sessions N          most sessions open at once (default 1024)\n"
+           "  --idle-timeout SECONDS    close idle sessions (default 1800, 0 = never)\n"
+           "  --help                    this text\n";
+}
+
+ParseOutcome ParseDaemonOptions(const std::vector<std::string> &args, DaemonOptions *options,
+                                std::string *error) {
+    for (size_t i = 0; i < args.size(); ++i) {
+        const std::string &name = args[i];
+        if (name == "--help" || name == "-h") return ParseOutcome::kHelp;
+        if (i + 1 >= args.size()) {
+            *error =
+                name.rfind("--", 0) == 0 ? "missing value for " + name : "unknown argument " + name;
+            return ParseOutcome::kError;
+        }
+        const std::string &value = args[++i];
+        bool ok = true;
+        if (name == "--listen") {
+            ok = ParseListen(value, options);
+        } else if (name == "--data") {
+            ok = !value.empty();
+            options->dataDir = value;
+        } else if (name == "--init-password") {
+            ok = !value.empty() && value.size() <= 16;
+            options->initPassword = value;
+        } else if (name == "--firmware") {
+            ok = IsFirmwareVersion(value);
+            options->identity.firmware = value;
+        } else if (name == "--model") {
+            ok = IsWord(value);
+            options->identity.model = value;
+        } else if (name == "--serial") {
+            ok = IsWord(value);
+            options->identity.serial = value;
+        } else if (name == "--hsm-mode") {
+            ok = ParseNumber<uint32_t>(value, std::numeric_limits<uint32_t>::max(),
+                                       &options->identity.hsmMode);
+        } else if (name == "--discovery-port") {
+            ok = ParseNumber<uint16_t>(value, 65535, &options->discoveryPort);
+        } else if (name == "--max-sessions") {
+            ok = ParseNumber<size_t>(value, 1u << 20, &options->maxSessions) &&
+                 options->maxSessions > 0;
+        } else if (name == "--idle-timeout") {
+            ok = ParseNumber<int>(value, std::numeric_limits<int>::max(),
+                                  &options->idleTimeoutSeconds);
+        } else {
+            *error = "unknown option " + name;
+            return ParseOutcome::kError;
+        }
+        if (!ok) {
+            *error = "invalid value for " + name + ": " + value;
+            return ParseOutcome::kError;
+        }
+    }
+    if (options->dataDir.empty()) {
+        *error = "--data DIR is required";
+        return ParseOutcome::kError;
+    }
+    return ParseOutcome::kRun;
+}
+
+}  // namespace sim

@@ -1,0 +1,33 @@
+#pragma once
+// The daemon's command line.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "policy/device_identity.h"
+
+namespace sim {
+
+struct DaemonOptions {
+    std::string host = "127.0.0.1";
+    uint16_t port = 4433;
+    std::string dataDir;
+    std::optional<std::string> initPassword;
+    DeviceIdentity identity;
+    uint16_t discoveryPort = 4433;  // 0 = no discovery
+    size_t maxSessions = 1024;
+    int idleTimeoutSeconds = 1800;  // 0 = none
+};
+
+enum class ParseOutcome { kRun, kHelp, kError };
+
+// Fills *options from the arguments (without the program name). On kError, *error says
+// what was wrong.
+ParseOutcome ParseDaemonOptions(const std::vector<std::string> &args, DaemonOptions *options,
+                                std::string *error);
+
+const char *DaemonUsage();
+
+}  // namespace sim

@@ -1,0 +1,95 @@
+// orvena-sim: a software HSM serving the device library's protocol.
+
+#include <signal.h>
+
+#include <cstdio>
+#include <exception>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "crypto/tls_identity.h"
+#include "daemon/daemon_options.h"
+#include "daemon/data_directory.h"
+#include "server/discovery.h"
+#include "server/server.h"
+
+namespace {
+
+constexpr int kUsageExit = 2;
+
+// SIGTERM and SIGINT are taken by sigwait in main; every thread inherits the mask.
+sigset_t BlockStopSignals() {
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGTERM);
+    sigaddset(&set, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &set, nullptr);
+    return set;
+}
+
+int Run(const sim::DaemonOptions &options) {
+    sigset_t stopSignals = BlockStopSignals();
+    ::signal(SIGPIPE, SIG_IGN);
+
+    sim::SystemClock clock;
+    sim::DataDirectory data(options.dataDir, clock);
+    if (std::optional<std::string> generated = sim::CreateMasterUser(data, options.initPassword)) {
+        std::printf("Initial password of operator master: %s\n", generated->c_str());
+        OPENSSL_cleanse(generated->data(), generated->size());
+    }
+    sim::EnsureTlsIdentity(data.tlsKeyPath(), data.tlsCertPath(),
+                           options.identity.model + " " + options.identity.serial);
+    sim::TlsServerContext tls(data.tlsKeyPath(), data.tlsCertPath());
+    sim::SessionTable sessions(options.maxSessions);
+    sim::HsmContext hsm{data.users(), data.masterKey(), sessions, clock, options.identity};
+
+    sim::Server server(hsm, tls, options.host, options.port, options.idleTimeoutSeconds);
+    std::optional<sim::DiscoveryResponder> discovery;
+    if (options.discoveryPort != 0) {
+        wire::pb::DiscoveryReply reply;
+        reply.set_address(options.host);
+        reply.set_port(server.port());
+        reply.set_model(options.identity.model);
+        reply.set_serial(options.identity.serial);
+        discovery.emplace(options.discoveryPort, reply);
+    }
+    server.Start();
+    if (discovery) discovery->Start();
+
+    std::string ready = "orvena-sim ready on " + options.host + ":" + std::to_string(server.port());
+    if (discovery) ready += " discovery " + std::to_string(discovery->port());
+    std::printf("%s\n", ready.c_str());
+    std::fflush(stdout);
+
+    int signal = 0;
+    while (sigwait(&stopSignals, &signal) != 0) {
+    }
+    if (discovery) discovery->Stop();
+    server.Stop();
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    sim::DaemonOptions options;
+    std::string error;
+    switch (sim::ParseDaemonOptions(std::vector<std::string>(argv + 1, argv + argc), &options,
+                                    &error)) {
+        case sim::ParseOutcome::kHelp:
+            std::fputs(sim::DaemonUsage(), stdout);
+            return 0;
+        case sim::ParseOutcome::kError:
+            std::fprintf(stderr, "orvena-sim: %s\n%s", error.c_str(), sim::DaemonUsage());
+            return kUsageExit;
+        case sim::ParseOutcome::kRun:
+            break;
+    }
+    try {
+        return Run(options);
+    } catch (const std::exception &e) {
+        std::fprintf(stderr, "orvena-sim: %s\n", e.what());
+        return 1;
+    }
+}

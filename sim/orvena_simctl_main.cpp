@@ -1,0 +1,24 @@
+// orvena-simctl: provisions an orvena-sim data directory (users, second factors, access
+// tokens, password policy), also while the daemon runs.
+
+#include <cstring>
+#include <exception>
+#include <iostream>
+
+#include "simctl/simctl_commands.h"
+
+int main(int argc, char **argv) {
+    if (argc < 3 || std::strcmp(argv[1], "--data") != 0) {
+        std::cerr << sim::SimctlUsage();
+        return 2;
+    }
+    try {
+        sim::SystemClock clock;
+        sim::DataDirectory data(argv[2], clock);
+        return sim::RunSimctlCommand(data, std::vector<std::string>(argv + 3, argv + argc),
+                                     std::cout, std::cerr);
+    } catch (const std::exception &e) {
+        std::cerr << "orvena-simctl: " << e.what() << "\n";
+        return 1;
+    }
+}

@@ -1,0 +1,32 @@
+#pragma once
+// What every request handler may use, and the per-connection state it may change.
+
+#include <memory>
+#include <string>
+
+#include "core/clock.h"
+#include "crypto/master_key.h"
+#include "policy/device_identity.h"
+#include "session/session_table.h"
+#include "store/user_store.h"
+
+namespace sim {
+
+// Shared by all connections; every member is thread-safe. Owned by the daemon (or a test)
+// and outlives every connection.
+struct HsmContext {
+    UserStore &users;
+    const MasterKey &masterKey;
+    SessionTable &sessions;
+    const Clock &clock;
+    const DeviceIdentity &identity;
+};
+
+// Owned by one connection thread.
+struct ConnectionState {
+    std::shared_ptr<Session> session;  // null before login and after logout
+    std::string peerCertificate;       // DER of the TLS client certificate; empty if none
+    bool closeAfterReply = false;      // set by a handler that must end the connection
+};
+
+}  // namespace sim

@@ -1,0 +1,77 @@
+#include "service/random_hash_service.h"
+
+#include <openssl/rand.h>
+
+namespace sim {
+
+namespace {
+
+constexpr uint32_t kHashParamKey = 1;
+constexpr uint32_t kHashParamValue = 2;
+constexpr uint32_t kHashParamSize = 4;
+
+HashContext *FindHash(ConnectionState &conn, uint64_t id) {
+    auto it = conn.session->hashes.find(id);
+    return it == conn.session->hashes.end() ? nullptr : it->second.get();
+}
+
+}  // namespace
+
+Result HandleGetRandom(const wire::pb::GetRandom &request, wire::pb::Response *response) {
+    if (request.length() == 0 || request.length() > kMaxRandomBytes) return Result::kInvalidLength;
+    std::string *data = response->mutable_data();
+    data->resize(request.length());
+    if (RAND_bytes(reinterpret_cast<unsigned char *>(data->data()),
+                   static_cast<int>(request.length())) != 1) {
+        data->clear();
+        return Result::kInternal;
+    }
+    return Result::kOk;
+}
+
+Result HandleHashCreate(HsmContext &hsm, ConnectionState &conn, const wire::pb::HashCreate &request,
+                        wire::pb::Response *response) {
+    if (conn.session->hashes.size() >= kMaxHashesPerSession) return Result::kInvalidParameter;
+    std::unique_ptr<HashContext> context;
+    if (Result r = HashContext::Create(request.algorithm(), &context); r != Result::kOk) return r;
+    // Keys are not stored on this HSM yet, so no name can refer to one.
+    if (!request.key_name().empty()) return Result::kNotFound;
+    uint64_t id = hsm.sessions.NextHashId();
+    conn.session->hashes.emplace(id, std::move(context));
+    response->set_value(id);
+    return Result::kOk;
+}
+
+Result HandleHashData(ConnectionState &conn, const wire::pb::HashData &request) {
+    HashContext *hash = FindHash(conn, request.hash_id());
+    if (hash == nullptr) return Result::kInvalidHandle;
+    return hash->Update(request.data());
+}
+
+Result HandleHashGetParam(ConnectionState &conn, const wire::pb::HashGetParam &request,
+                          wire::pb::Response *response) {
+    HashContext *hash = FindHash(conn, request.hash_id());
+    if (hash == nullptr) return Result::kInvalidHandle;
+    switch (request.param()) {
+        case kHashParamSize:
+            response->set_value(hash->size());
+            return Result::kOk;
+        case kHashParamValue:
+            return hash->Finish(response->mutable_data());
+        default:
+            return Result::kInvalidParameter;
+    }
+}
+
+Result HandleHashSetParam(ConnectionState &conn, const wire::pb::HashSetParam &request) {
+    HashContext *hash = FindHash(conn, request.hash_id());
+    if (hash == nullptr) return Result::kInvalidHandle;
+    if (request.param() != kHashParamKey) return Result::kNotSupported;
+    return hash->SetKey(request.value());
+}
+
+Result HandleHashDestroy(ConnectionState &conn, const wire::pb::HashDestroy &request) {
+    return conn.session->hashes.erase(request.hash_id()) > 0 ? Result::kOk : Result::kInvalidHandle;
+}
+
+}  // namespace sim

@@ -1,0 +1,31 @@
+#pragma once
+// One authenticated session. Only the connection that owns it touches it after login, so
+// it needs no lock of its own.
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "crypto/hash_context.h"
+
+namespace sim {
+
+enum class SessionKind {
+    kUser,           // full rights as the user's ACL allows
+    kAnonymous,      // information reads and liveness only
+    kPasswordChange  // expired password: change it, liveness, logout
+};
+
+struct Session {
+    uint64_t id = 0;
+    std::string user;
+    SessionKind kind = SessionKind::kUser;
+    bool byAccessToken = false;
+    std::map<uint64_t, std::unique_ptr<HashContext>> hashes;
+};
+
+// A session holds at most this many hash contexts at once.
+inline constexpr size_t kMaxHashesPerSession = 64;
+
+}  // namespace sim

@@ -1,0 +1,37 @@
+#pragma once
+// The sessions open on the HSM. Thread-safe.
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+
+#include "session/session.h"
+
+namespace sim {
+
+class SessionTable {
+  public:
+    explicit SessionTable(size_t maxSessions) : maxSessions_(maxSessions) {}
+
+    // A new session with a fresh id, or null when the limit is reached. The table keeps a
+    // reference until Close.
+    std::shared_ptr<Session> Open(std::string user, SessionKind kind, bool byAccessToken);
+    void Close(uint64_t sessionId);
+    size_t size() const;
+
+    // Hash ids are unique across all sessions and never reused, so a stale or foreign id
+    // can never reach another context.
+    uint64_t NextHashId() { return nextHashId_.fetch_add(1); }
+
+  private:
+    const size_t maxSessions_;
+    mutable std::mutex mutex_;
+    std::unordered_map<uint64_t, std::shared_ptr<Session>> sessions_;
+    uint64_t nextSessionId_ = 1;
+    std::atomic<uint64_t> nextHashId_{1};
+};
+
+}  // namespace sim

@@ -1,0 +1,255 @@
+#include "simctl/simctl_commands.h"
+
+#include <openssl/bio.h>
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <openssl/x509.h>
+
+#include <charconv>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <optional>
+#include <sstream>
+
+#include "core/secret.h"
+#include "crypto/password_hash.h"
+#include "service/access_token.h"
+
+namespace sim {
+
+namespace {
+
+constexpr int kFailure = 1;
+constexpr int kUsage = 2;
+
+struct UsageError {
+    std::string message;
+};
+
+// Parsed words of one command: the positional ones and --name value pairs.
+struct CommandLine {
+    std::vector<std::string> positional;
+    std::map<std::string, std::string> named;
+};
+
+CommandLine Split(const std::vector<std::string> &args, size_t expected,
+                  std::initializer_list<const char *> names) {
+    CommandLine line;
+    for (size_t i = 1; i < args.size(); ++i) {
+        if (args[i].rfind("--", 0) != 0) {
+            line.positional.push_back(args[i]);
+            continue;
+        }
+        bool known = false;
+        for (const char *n : names)
+            known = known || args[i] == n;
+        if (!known || i + 1 >= args.size()) throw UsageError{"bad option " + args[i]};
+        line.named[args[i]] = args[i + 1];
+        ++i;
+    }
+    if (line.positional.size() != expected) throw UsageError{"wrong number of arguments"};
+    return line;
+}
+
+int64_t Number(const std::string &text, int64_t min, int64_t max) {
+    int base = 10;
+    std::string_view digits = text;
+    if (digits.rfind("0x", 0) == 0 || digits.rfind("0X", 0) == 0) {
+        base = 16;
+        digits.remove_prefix(2);
+    }
+    int64_t value = 0;
+    auto [end, ec] = std::from_chars(digits.data(), digits.data() + digits.size(), value, base);
+    if (digits.empty() || ec != std::errc() || end != digits.data() + digits.size() ||
+        value < min || value > max)
+        throw UsageError{"bad number " + text};
+    return value;
+}
+
+std::string Optional(const CommandLine &line, const char *name, const std::string &fallback) {
+    auto it = line.named.find(name);
+    return it == line.named.end() ? fallback : it->second;
+}
+
+std::string HexToBytes(const std::string &hex) {
+    long length = 0;
+    unsigned char *bytes = OPENSSL_hexstr2buf(hex.c_str(), &length);
+    if (bytes == nullptr || length <= 0) {
+        OPENSSL_free(bytes);
+        throw UsageError{"seed is not hexadecimal"};
+    }
+    std::string out(reinterpret_cast<char *>(bytes), static_cast<size_t>(length));
+    OPENSSL_clear_free(bytes, static_cast<size_t>(length));
+    return out;
+}
+
+std::string Base64Encode(const std::string &bytes) {
+    std::string out(4 * ((bytes.size() + 2) / 3) + 1, '\0');
+    int length = EVP_EncodeBlock(reinterpret_cast<unsigned char *>(out.data()),
+                                 reinterpret_cast<const unsigned char *>(bytes.data()),
+                                 static_cast<int>(bytes.size()));
+    out.resize(static_cast<size_t>(length));
+    return out;
+}
+
+std::string Base64Decode(const std::string &text) {
+    std::string out(3 * (text.size() / 4) + 3, '\0');
+    int length = EVP_DecodeBlock(reinterpret_cast<unsigned char *>(out.data()),
+                                 reinterpret_cast<const unsigned char *>(text.data()),
+                                 static_cast<int>(text.size()));
+    if (length < 0 || text.size() % 4 != 0) throw UsageError{"token is not base64"};
+    size_t padding = 0;
+    for (auto it = text.rbegin(); it != text.rend() && *it == '='; ++it)
+        ++padding;
+    out.resize(static_cast<size_t>(length) - padding);
+    return out;
+}
+
+// The certificate in DER, from a PEM or DER file.
+std::optional<std::string> ReadCertificate(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) return std::nullopt;
+    std::string content((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    BIO *bio = BIO_new_mem_buf(content.data(), static_cast<int>(content.size()));
+    X509 *cert = PEM_read_bio_X509(bio, nullptr, nullptr, nullptr);
+    BIO_free(bio);
+    if (cert == nullptr) {
+        const auto *p = reinterpret_cast<const unsigned char *>(content.data());
+        cert = d2i_X509(nullptr, &p, static_cast<long>(content.size()));
+    }
+    if (cert == nullptr) return std::nullopt;
+    unsigned char *der = nullptr;
+    int length = i2d_X509(cert, &der);
+    X509_free(cert);
+    if (length <= 0) return std::nullopt;
+    std::string out(reinterpret_cast<char *>(der), static_cast<size_t>(length));
+    OPENSSL_free(der);
+    return out;
+}
+
+int Report(Result result, const std::string &what, std::ostream &err) {
+    if (result == Result::kOk) return 0;
+    err << "orvena-simctl: " << what << ": " << wire::StatusText(ToWireStatus(result)) << "\n";
+    return kFailure;
+}
+
+int Run(DataDirectory &data, const std::vector<std::string> &args, std::ostream &out,
+        std::ostream &err) {
+    UserStore &users = data.users();
+    const std::string &command = args.at(0);
+    if (command == "add-user") {
+        CommandLine line = Split(args, 2, {"--acl"});
+        SecretBytes password(line.positional[1]);
+        auto acl = static_cast<uint32_t>(Number(Optional(line, "--acl", "0"), 0, 0xFFFFFFFF));
+        if (password.empty() || password.size() > kMaxPasswordBytes)
+            throw UsageError{"the password must have 1 to 16 characters"};
+        return Report(users.AddUser(line.positional[0], HashPassword(password.view()), acl),
+                      "add-user", err);
+    }
+    if (command == "set-acl") {
+        CommandLine line = Split(args, 2, {});
+        auto acl = static_cast<uint32_t>(Number(line.positional[1], 0, 0xFFFFFFFF));
+        return Report(users.SetAcl(line.positional[0], acl), "set-acl", err);
+    }
+    if (command == "set-otp") {
+        CommandLine line = Split(args, 3, {"--counter", "--step", "--start"});
+        const std::string &kind = line.positional[1];
+        if (kind != "hotp" && kind != "totp") throw UsageError{"token type is hotp or totp"};
+        OathState state;
+        state.kind = kind == "hotp" ? OathKind::kEvent : OathKind::kTime;
+        state.counter = static_cast<uint64_t>(
+            Number(Optional(line, "--counter", "0"), 0, std::numeric_limits<int64_t>::max()));
+        state.step = static_cast<uint32_t>(Number(Optional(line, "--step", "30"), 1, 65535));
+        state.startTime =
+            Number(Optional(line, "--start", "0"), 0, std::numeric_limits<int64_t>::max());
+        if (state.kind == OathKind::kTime) state.counter = 0;
+        SecretBytes seed(HexToBytes(line.positional[2]));
+        return Report(
+            users.SetOathToken(line.positional[0], state, data.masterKey().Seal(seed.view())),
+            "set-otp", err);
+    }
+    if (command == "set-cert") {
+        CommandLine line = Split(args, 2, {});
+        std::optional<std::string> der = ReadCertificate(line.positional[1]);
+        if (!der) {
+            err << "orvena-simctl: cannot read a certificate from " << line.positional[1] << "\n";
+            return kFailure;
+        }
+        return Report(users.SetCertificate(line.positional[0], *der), "set-cert", err);
+    }
+    if (command == "add-token") {
+        CommandLine line = Split(args, 1, {"--expires"});
+        int64_t expires =
+            Number(Optional(line, "--expires", "0"), 0, std::numeric_limits<int64_t>::max());
+        if (line.positional[0].size() > kMaxUserIdLength) throw UsageError{"user id too long"};
+        std::string hash;
+        SecretBytes token(NewAccessToken(line.positional[0], &hash));
+        if (int rc =
+                Report(users.AddAccessToken(hash, line.positional[0], expires), "add-token", err))
+            return rc;
+        SecretBytes encoded(Base64Encode(token.view()));
+        out << encoded.view() << "\n";
+        return 0;
+    }
+    if (command == "revoke-token") {
+        CommandLine line = Split(args, 1, {});
+        SecretBytes token(Base64Decode(line.positional[0]));
+        std::optional<ParsedAccessToken> parsed = ParseAccessToken(token.view());
+        if (!parsed) throw UsageError{"not an access token"};
+        return Report(users.RevokeAccessToken(parsed->secretHash), "revoke-token", err);
+    }
+    if (command == "expire-password") {
+        CommandLine line = Split(args, 1, {});
+        return Report(users.ExpirePassword(line.positional[0]), "expire-password", err);
+    }
+    if (command == "set-policy") {
+        CommandLine line = Split(args, 6, {});
+        PasswordPolicy policy;
+        policy.invalidLogins = static_cast<uint8_t>(Number(line.positional[0], 0, 255));
+        policy.expiryDays = static_cast<uint8_t>(Number(line.positional[1], 0, 255));
+        policy.minLength = static_cast<uint8_t>(Number(line.positional[2], 8, 16));
+        policy.specials = static_cast<uint8_t>(Number(line.positional[3], 0, 16));
+        policy.uppercase = static_cast<uint8_t>(Number(line.positional[4], 0, 16));
+        policy.lowercase = static_cast<uint8_t>(Number(line.positional[5], 0, 16));
+        users.SavePolicy(policy);
+        return 0;
+    }
+    if (command == "block" || command == "unblock") {
+        CommandLine line = Split(args, 1, {});
+        return Report(users.SetBlocked(line.positional[0], command == "block"), command, err);
+    }
+    throw UsageError{"unknown command " + command};
+}
+
+}  // namespace
+
+const char *SimctlUsage() {
+    return "Usage: orvena-simctl --data DIR <command>\n"
+           "  add-user ID PASSWORD [--acl N]\n"
+           "  set-acl ID N\n"
+           "  set-otp ID hotp|totp SEED_HEX [--counter N] [--step S] [--start T]\n"
+           "  set-cert ID CERT_FILE\n"
+           "  add-token ID [--expires UNIX_TIME]\n"
+           "  revoke-token BASE64\n"
+           "  expire-password ID\n"
+           "  set-policy INVALID_LOGINS EXPIRY_DAYS MIN_LENGTH SPECIALS UPPER LOWER\n"
+           "  block ID | unblock ID\n"
+           "Numbers are decimal or 0x hexadecimal.\n";
+}
+
+int RunSimctlCommand(DataDirectory &data, const std::vector<std::string> &args, std::ostream &out,
+                     std::ostream &err) {
+    if (args.empty()) {
+        err << SimctlUsage();
+        return kUsage;
+    }
+    try {
+        return Run(data, args, out, err);
+    } catch (const UsageError &e) {
+        err << "orvena-simctl: " << e.message << "\n" << SimctlUsage();
+        return kUsage;
+    }
+}
+
+}  // namespace sim

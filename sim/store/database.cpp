@@ -1,0 +1,120 @@
+#include "store/database.h"
+
+namespace sim {
+
+namespace {
+
+// Another process (orvena-simctl) may hold the write lock briefly.
+constexpr int kBusyTimeoutMs = 10000;
+
+[[noreturn]] void Fail(sqlite3 *db, const char *what) {
+    throw StoreError(std::string(what) + ": " + (db ? sqlite3_errmsg(db) : "out of memory"));
+}
+
+}  // namespace
+
+Database::Database(const std::string &path) {
+    if (sqlite3_open_v2(path.c_str(), &db_,
+                        SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX,
+                        nullptr) != SQLITE_OK) {
+        std::string message =
+            std::string("open ") + path + ": " + (db_ ? sqlite3_errmsg(db_) : "out of memory");
+        sqlite3_close(db_);
+        db_ = nullptr;
+        throw StoreError(message);
+    }
+    sqlite3_busy_timeout(db_, kBusyTimeoutMs);
+    Execute("PRAGMA journal_mode=WAL");
+    Execute("PRAGMA synchronous=FULL");
+    Execute("PRAGMA foreign_keys=ON");
+}
+
+Database::~Database() {
+    sqlite3_close(db_);
+}
+
+void Database::Execute(const char *sql) {
+    if (sqlite3_exec(db_, sql, nullptr, nullptr, nullptr) != SQLITE_OK) Fail(db_, sql);
+}
+
+Statement::Statement(Database &db, const char *sql) : db_(db) {
+    if (sqlite3_prepare_v2(db.handle(), sql, -1, &stmt_, nullptr) != SQLITE_OK)
+        Fail(db.handle(), "prepare");
+}
+
+Statement::~Statement() {
+    sqlite3_finalize(stmt_);
+}
+
+Statement &Statement::Bind(int index, int64_t value) {
+    if (sqlite3_bind_int64(stmt_, index, value) != SQLITE_OK) Fail(db_.handle(), "bind");
+    return *this;
+}
+
+Statement &Statement::Bind(int index, std::string_view text) {
+    if (sqlite3_bind_text(stmt_, index, text.data(), static_cast<int>(text.size()),
+                          SQLITE_TRANSIENT) != SQLITE_OK)
+        Fail(db_.handle(), "bind");
+    return *this;
+}
+
+Statement &Statement::BindBlob(int index, std::string_view bytes) {
+    if (sqlite3_bind_blob(stmt_, index, bytes.data(), static_cast<int>(bytes.size()),
+                          SQLITE_TRANSIENT) != SQLITE_OK)
+        Fail(db_.handle(), "bind");
+    return *this;
+}
+
+Statement &Statement::BindNull(int index) {
+    if (sqlite3_bind_null(stmt_, index) != SQLITE_OK) Fail(db_.handle(), "bind");
+    return *this;
+}
+
+bool Statement::Step() {
+    int rc = sqlite3_step(stmt_);
+    if (rc == SQLITE_ROW) return true;
+    if (rc == SQLITE_DONE) return false;
+    Fail(db_.handle(), "step");
+}
+
+void Statement::Run() {
+    while (Step()) {
+    }
+}
+
+int64_t Statement::Int(int column) const {
+    return sqlite3_column_int64(stmt_, column);
+}
+
+std::string Statement::Text(int column) const {
+    const auto *text = sqlite3_column_text(stmt_, column);
+    if (text == nullptr) return {};
+    return std::string(reinterpret_cast<const char *>(text),
+                       static_cast<size_t>(sqlite3_column_bytes(stmt_, column)));
+}
+
+std::string Statement::Blob(int column) const {
+    const void *blob = sqlite3_column_blob(stmt_, column);
+    if (blob == nullptr) return {};
+    return std::string(static_cast<const char *>(blob),
+                       static_cast<size_t>(sqlite3_column_bytes(stmt_, column)));
+}
+
+bool Statement::IsNull(int column) const {
+    return sqlite3_column_type(stmt_, column) == SQLITE_NULL;
+}
+
+Transaction::Transaction(Database &db) : db_(db) {
+    db_.Execute("BEGIN IMMEDIATE");
+}
+
+Transaction::~Transaction() {
+    if (!done_) sqlite3_exec(db_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
+void Transaction::Commit() {
+    db_.Execute("COMMIT");
+    done_ = true;
+}
+
+}  // namespace sim

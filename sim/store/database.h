@@ -1,0 +1,78 @@
+#pragma once
+// Thin RAII layer over SQLite. Failures throw StoreError carrying SQLite's message, so no
+// caller can drop a cause on the floor; the dispatcher turns them into ERR_INTERNAL.
+
+#include <sqlite3.h>
+
+#include <cstdint>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace sim {
+
+class StoreError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+// One connection. Not thread-safe: callers serialise access (see UserStore).
+class Database {
+  public:
+    // Opens or creates the file in WAL mode with synchronous=FULL.
+    explicit Database(const std::string &path);
+    ~Database();
+    Database(const Database &) = delete;
+    Database &operator=(const Database &) = delete;
+
+    void Execute(const char *sql);
+    sqlite3 *handle() const { return db_; }
+
+  private:
+    sqlite3 *db_ = nullptr;
+};
+
+// A prepared statement; parameters are bound by 1-based index.
+class Statement {
+  public:
+    Statement(Database &db, const char *sql);
+    ~Statement();
+    Statement(const Statement &) = delete;
+    Statement &operator=(const Statement &) = delete;
+
+    Statement &Bind(int index, int64_t value);
+    Statement &Bind(int index, std::string_view text);  // bound as TEXT
+    Statement &BindBlob(int index, std::string_view bytes);
+    Statement &BindNull(int index);
+
+    // Advances to the next row; false when done.
+    bool Step();
+    // Runs a statement that returns no rows.
+    void Run();
+
+    int64_t Int(int column) const;
+    std::string Text(int column) const;
+    std::string Blob(int column) const;
+    bool IsNull(int column) const;
+
+  private:
+    Database &db_;
+    sqlite3_stmt *stmt_ = nullptr;
+};
+
+// BEGIN IMMEDIATE on construction; rolls back unless Commit() was called.
+class Transaction {
+  public:
+    explicit Transaction(Database &db);
+    ~Transaction();
+    Transaction(const Transaction &) = delete;
+    Transaction &operator=(const Transaction &) = delete;
+    void Commit();
+
+  private:
+    Database &db_;
+    bool done_ = false;
+};
+
+}  // namespace sim

@@ -1,0 +1,89 @@
+#pragma once
+// Users, their second factors, access tokens, the password policy and the event log.
+// Thread-safe: every method runs under one mutex on one SQLite connection, and changes
+// that belong together commit in one transaction (synchronous=FULL: once a method
+// returns, the change survives a crash).
+
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "core/clock.h"
+#include "core/result.h"
+#include "crypto/otp_verifier.h"
+#include "policy/password_policy.h"
+#include "store/database.h"
+
+namespace sim {
+
+inline constexpr size_t kMaxUserIdLength = 16;
+
+struct UserRecord {
+    std::string id;
+    std::string passwordHash;  // Argon2id, encoded form
+    uint32_t acl = 0;
+    bool blocked = false;
+    uint32_t failedLogins = 0;
+    int64_t passwordChanged = 0;
+    std::string certificate;  // DER; empty when none is registered
+};
+
+struct AccessTokenRecord {
+    std::string userId;
+    int64_t expires = 0;  // 0 = never
+    bool revoked = false;
+};
+
+class UserStore {
+  public:
+    // REQUIRES: the schema exists (EnsureSchema). `clock` must outlive the store.
+    UserStore(const std::string &path, const Clock &clock);
+
+    std::optional<UserRecord> FindUser(std::string_view id);
+    bool HasUsers();
+    Result AddUser(std::string_view id, const std::string &passwordHash, uint32_t acl);
+    Result SetAcl(std::string_view id, uint32_t acl);
+    // Stores a new hash, restarts the expiry clock and clears the change-at-logon bit.
+    Result SetPassword(std::string_view id, const std::string &passwordHash);
+    // Sets the change-at-logon bit so the next login reports an expired password.
+    Result ExpirePassword(std::string_view id);
+    Result SetBlocked(std::string_view id, bool blocked);
+    Result SetCertificate(std::string_view id, std::string_view der);
+
+    Result SetOathToken(std::string_view id, const OathState &state, const std::string &sealedSeed);
+    // Runs `verify` on the user's token inside a transaction and stores the counter it
+    // returns, so one OTP is accepted once even under concurrent logins. kOtpInvalid when
+    // the user has no token or `verify` returns nullopt.
+    using OtpCheck =
+        std::function<std::optional<uint64_t>(const OathState &, const std::string &sealed)>;
+    Result UseOathToken(std::string_view id, const OtpCheck &verify);
+
+    // Resets the failed-login count and logs the login.
+    void RecordLogin(std::string_view id, std::string_view how);
+    // Counts a failed login (blocking the user when the policy says so) and logs it.
+    void RecordFailedLogin(std::string_view id, std::string_view why);
+
+    PasswordPolicy LoadPolicy();
+    void SavePolicy(const PasswordPolicy &policy);
+
+    Result AddAccessToken(std::string_view secretHash, std::string_view userId, int64_t expires);
+    std::optional<AccessTokenRecord> FindAccessToken(std::string_view secretHash);
+    Result RevokeAccessToken(std::string_view secretHash);
+
+    void AppendEvent(std::string_view userId, std::string_view text);
+
+  private:
+    // REQUIRES: mutex_ held.
+    void AppendEventLocked(std::string_view userId, std::string_view text);
+    PasswordPolicy LoadPolicyLocked();
+    Result UpdateUser(const char *sql, std::string_view id, int64_t value);
+
+    std::mutex mutex_;
+    Database db_;
+    const Clock &clock_;
+};
+
+}  // namespace sim

@@ -1,0 +1,55 @@
+#pragma once
+// Starts an orvena-sim for one test on an ephemeral port with its own temporary data
+// directory, and removes both again. Not thread-safe: one test thread drives an instance.
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+class SimProcess {
+  public:
+    struct Options {
+        std::string initPassword = "Operator#12345";
+        std::vector<std::string> extraArgs;  // e.g. {"--firmware", "5.0.34.99"}
+        bool tls = true;                     // informational only; the port serves both
+    };
+
+    SimProcess();
+    // Starts the simulator and waits for its ready line; a timeout fails the test and
+    // leaves port() at 0.
+    explicit SimProcess(Options options);
+    // Stops the simulator (SIGTERM) and removes the data directory.
+    ~SimProcess();
+
+    SimProcess(const SimProcess &) = delete;
+    SimProcess &operator=(const SimProcess &) = delete;
+
+    uint16_t port() const { return port_; }
+    uint16_t discoveryPort() const { return discoveryPort_; }
+    const std::string &dataDir() const { return dataDir_; }
+    const std::string &initPassword() const { return options_.initPassword; }
+
+    // SIGTERM, then waits; returns the exit status (-1 when none was running). Idempotent.
+    int Stop();
+    // SIGKILL, then waits.
+    void Kill();
+    // Starts again on the same data directory; the ports may change.
+    void Restart();
+
+    // Runs orvena-simctl --data <dir> <args...>; returns its exit status, stdout in *out.
+    int Simctl(const std::vector<std::string> &args, std::string *out = nullptr) const;
+
+  private:
+    void Start();
+    bool TryStart(uint16_t discoveryPort);
+    int Wait();
+
+    Options options_;
+    std::string dataDir_;
+    pid_t pid_ = -1;
+    int stdoutFd_ = -1;
+    uint16_t port_ = 0;
+    uint16_t discoveryPort_ = 0;
+};
