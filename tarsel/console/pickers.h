@@ -34,6 +34,12 @@ bool ChooseOption(const char *title, std::span<const OptionItem<T>> list, T *out
     return true;
 }
 
+// ChooseOption over a fixed table without an Exit entry, as every picker asks.
+template <typename T, size_t N>
+bool ChooseFromTable(const char *title, const OptionItem<T> (&items)[N], T *out) {
+    return ChooseOption<T>(title, std::span<const OptionItem<T>>(items), out, false, "Exit");
+}
+
 // Two ASCII characters of a TR-31 key usage, the first in the low byte ("B0" is 0x3042).
 constexpr uint16_t Tr31Usage(const char (&code)[3]) {
     return static_cast<uint16_t>(static_cast<uint8_t>(code[0]) |
@@ -80,6 +86,9 @@ std::vector<uint32_t> UsageProfilesFor(int32_t keyAlgorithm);
 // What a profile is for, as shown in key information: "any usage" for 0, "unknown" above 25.
 const char *UsageProfileDescription(uint32_t profile);
 
+// True for the RSA identifiers (those of PickRsaKeySize, also with the top bit set, and
+// 351 and 353).
+bool IsRsaAlgorithm(int32_t algorithm);
 // True for the RSA, elliptic-curve and Edwards-curve identifiers the pickers offer.
 bool IsAsymmetricAlgorithm(int32_t algorithm);
 
