@@ -76,8 +76,8 @@ void CopyText(char (&destination)[N], const char *source, size_t maxChars = N - 
 }
 
 void ResetCommandLineFields(ProcessState *state) {
-    state->hsmAddress[0] = '\0';
-    state->userId[0] = '\0';
+    memset(state->hsmAddress, 0, sizeof state->hsmAddress);
+    memset(state->userId, 0, sizeof state->userId);
     state->port = 4433;
     state->sessionFlags = 1;
     state->askOtp = false;
@@ -90,10 +90,10 @@ void ResetCommandLineFields(ProcessState *state) {
     state->mutualTls = false;
     state->hardwareLogs = false;
     state->credentialManager = false;
-    state->tlsCertOutPath[0] = '\0';
-    state->clientKeyPath[0] = '\0';
-    state->clientCertPath[0] = '\0';
-    state->hsmCertPath[0] = '\0';
+    memset(state->tlsCertOutPath, 0, sizeof state->tlsCertOutPath);
+    memset(state->clientKeyPath, 0, sizeof state->clientKeyPath);
+    memset(state->clientCertPath, 0, sizeof state->clientCertPath);
+    memset(state->hsmCertPath, 0, sizeof state->hsmCertPath);
 }
 
 // The forms recognised by position before the option loop. Returns false for usage.
