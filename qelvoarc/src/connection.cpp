@@ -1,0 +1,83 @@
+#include "connection.h"
+
+#include <openssl/crypto.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "sigpipe_guard.h"
+
+namespace qelvoarc {
+
+uint32_t Connection::Open(const ConnectionOptions &options, std::unique_ptr<Connection> *out) {
+    SslCtxPtr ctx;
+    if (options.tls) {
+        uint32_t status = MakeClientContext(options.mutualTls, &ctx);
+        if (status != wire::OK) return status;
+    }
+    X509Ptr pinned;
+    if (options.mutualTls != nullptr) {
+        pinned = ParseCertificate(options.mutualTls->hsmCert);
+        if (pinned == nullptr) return wire::ERR_TLS;
+    }
+    int fd = -1;
+    uint32_t status = ConnectTcp(options.address, options.port, options.tcp, &fd);
+    if (status != wire::OK) return status;
+    SslPtr ssl;
+    if (options.tls) {
+        status = Handshake(ctx.get(), fd, &ssl);
+        if (status == wire::OK && pinned != nullptr)
+            status = CheckPinnedServer(ssl.get(), pinned.get());
+        if (status != wire::OK) {
+            ssl.reset();
+            ::close(fd);
+            return status;
+        }
+    }
+    out->reset(new Connection(fd, std::move(ctx), std::move(ssl)));
+    return wire::OK;
+}
+
+Connection::Connection(int fd, SslCtxPtr ctx, SslPtr ssl)
+    : fd_(fd), ctx_(std::move(ctx)), ssl_(std::move(ssl)), stream_(fd_, ssl_.get()) {}
+
+Connection::~Connection() {
+    if (ssl_ != nullptr && !broken_) {
+        SigpipeGuard guard;
+        SSL_shutdown(ssl_.get());
+    }
+    ssl_.reset();
+    ::close(fd_);
+}
+
+uint32_t Connection::RoundTrip(const wire::pb::Request &request, wire::pb::Response *response,
+                               bool wipeRequest) {
+    if (broken_) return wire::ERR_CONNECTION_LOST;
+    if (!request.SerializeToString(&outgoing_)) return wire::ERR_PROTOCOL;
+    uint32_t status;
+    if (ssl_ != nullptr) {
+        SigpipeGuard guard;
+        status = wire::WriteFrame(stream_, outgoing_);
+    } else {
+        status = wire::WriteFrame(stream_, outgoing_);
+    }
+    if (wipeRequest) OPENSSL_cleanse(outgoing_.data(), outgoing_.size());
+    if (status == wire::OK) status = wire::ReadFrame(stream_, incoming_);
+    if (status == wire::OK && !response->ParseFromString(incoming_)) status = wire::ERR_PROTOCOL;
+    if (status != wire::OK) {
+        // A half-read or unreadable stream cannot be resynchronised.
+        broken_ = true;
+        ::shutdown(fd_, SHUT_RDWR);
+        return status == wire::ERR_TIMEOUT ? status : wire::ERR_CONNECTION_LOST;
+    }
+    return wire::OK;
+}
+
+const char *Connection::protocol() const {
+    return ssl_ == nullptr ? "none" : SSL_get_version(ssl_.get());
+}
+
+const char *Connection::cipher() const {
+    return ssl_ == nullptr ? "" : SSL_get_cipher_name(ssl_.get());
+}
+
+}  // namespace qelvoarc

@@ -1,0 +1,56 @@
+#pragma once
+// One connection to an HSM: a socket, optionally TLS, carrying framed protocol messages.
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "framing.h"
+#include "orvena.pb.h"
+#include "tcp_connect.h"
+#include "tls_client.h"
+
+namespace qelvoarc {
+
+struct ConnectionOptions {
+    const char *address = nullptr;
+    uint32_t port = 0;
+    bool tls = true;
+    TcpOptions tcp;
+    const MutualTlsMaterial *mutualTls = nullptr;  // set: present a client identity and pin
+};
+
+// Not thread-safe: the owning session serialises its use.
+class Connection {
+  public:
+    // Connects, and with TLS runs the handshake (and the pin check of mutual TLS).
+    [[nodiscard]] static uint32_t Open(const ConnectionOptions &options,
+                                       std::unique_ptr<Connection> *out);
+    ~Connection();
+    Connection(const Connection &) = delete;
+    Connection &operator=(const Connection &) = delete;
+
+    // Sends one request and reads its response. Returns the transport status only; the
+    // response's own status is the caller's to look at. After a transport failure the
+    // connection stays broken and every later call fails with ERR_CONNECTION_LOST at once.
+    // With `wipeRequest`, the serialised request is wiped once sent (it carried secrets).
+    [[nodiscard]] uint32_t RoundTrip(const wire::pb::Request &request, wire::pb::Response *response,
+                                     bool wipeRequest = false);
+
+    // "TLSv1.2"/"TLSv1.3" and the cipher suite, or "none" and "" on a clear connection.
+    const char *protocol() const;
+    const char *cipher() const;
+
+  private:
+    Connection(int fd, SslCtxPtr ctx, SslPtr ssl);
+
+    int fd_;
+    SslCtxPtr ctx_;
+    SslPtr ssl_;
+    wire::Stream stream_;
+    bool broken_ = false;
+    std::string outgoing_;  // reused frame buffers: no allocation per call once warm
+    std::string incoming_;
+};
+
+}  // namespace qelvoarc

@@ -1,0 +1,43 @@
+#pragma once
+// Process-wide state of the library: initialisation and the handle tables.
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
+#include "handle_table.h"
+#include "session.h"
+
+namespace qelvoarc {
+
+// A hash context living on the HSM, reached through its session.
+struct HashContext {
+    std::shared_ptr<Session> session;
+    uint64_t remoteId;
+};
+
+class LibraryState {
+  public:
+    static LibraryState &Get();
+
+    // Counted: each successful Initialize needs one Finalize.
+    uint32_t Initialize();
+    // The last Finalize closes every session and releases every handle.
+    uint32_t Finalize();
+    bool initialized() const { return initialized_.load(std::memory_order_acquire); }
+
+    HandleTable<Session> sessions;
+    HandleTable<HashContext> hashes;
+
+  private:
+    mutable std::mutex mutex_;
+    unsigned initCount_ = 0;
+    std::atomic<bool> initialized_{false};  // read on every call without the lock
+};
+
+// The session of a handle, or null (with *status set) when the library is not initialised
+// or the handle is not a live session.
+std::shared_ptr<Session> FindSession(uint64_t handle, uint32_t *status);
+
+}  // namespace qelvoarc

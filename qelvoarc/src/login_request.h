@@ -1,0 +1,30 @@
+#pragma once
+// Turning a login record of QOpenSession into connection options and a Login message.
+
+#include <cstdint>
+#include <string>
+
+#include "connection.h"
+#include "orvena.pb.h"
+
+namespace qelvoarc {
+
+struct LoginPlan {
+    std::string address;
+    uint32_t port = 0;
+    MutualTlsMaterial mutualTls;  // filled only when usesMutualTls
+    bool usesMutualTls = false;
+    wire::pb::Login login;
+};
+
+// Checks the record against its method and fills the plan. The plan's views point into the
+// caller's record, which must outlive the login. Returns OK, ERR_INVALID_PARAMETER for a
+// malformed record, ERR_PLATFORM for the credential manager, ERR_NOT_SUPPORTED for an
+// unknown method.
+[[nodiscard]] uint32_t PlanLogin(uint32_t method, const void *record, uint32_t recordSize,
+                                 uint32_t sessionFlags, LoginPlan *plan);
+
+// Overwrites the secrets a login message carries.
+void WipeLoginSecrets(wire::pb::Login *login);
+
+}  // namespace qelvoarc

@@ -1,0 +1,71 @@
+#pragma once
+// An open session: its connection and the lock that keeps one request in flight at a time.
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
+#include "connection.h"
+#include "status.h"
+
+namespace qelvoarc {
+
+// Thread-safe: calls from several threads are serialised.
+class Session {
+  public:
+    explicit Session(std::unique_ptr<Connection> connection) : connection_(std::move(connection)) {}
+
+    // Sends the request that `fill` builds and, when the HSM answered OK, lets `read` take
+    // the results. Returns the transport status, else the HSM's status, else read's result.
+    // A closed session gives ERR_INVALID_HANDLE (its handle was released meanwhile).
+    template <class Fill, class Read>
+    uint32_t Call(Fill &&fill, Read &&read) {
+        return Exchange(fill, read, nullptr);
+    }
+
+    template <class Fill>
+    uint32_t Call(Fill &&fill) {
+        return Exchange(fill, kIgnoreResponse, nullptr);
+    }
+
+    // As Call for a request that carries a secret: once sent, the serialised copy is wiped
+    // and `wipe` overwrites the secret fields of the request (kept for reuse).
+    template <class Fill>
+    uint32_t CallWithSecret(Fill &&fill, void (*wipe)(wire::pb::Request &)) {
+        return Exchange(fill, kIgnoreResponse, wipe);
+    }
+
+    // Logs out (best effort) and drops the connection. Later calls fail; idempotent.
+    void Close();
+
+    // Runs `body` on the connection under the session's lock; ERR_INVALID_HANDLE once closed.
+    template <class Body>
+    uint32_t WithConnection(Body &&body) {
+        std::lock_guard lock(mutex_);
+        if (connection_ == nullptr) return wire::ERR_INVALID_HANDLE;
+        return body(*connection_);
+    }
+
+  private:
+    static constexpr auto kIgnoreResponse = [](const wire::pb::Response &) { return 0u; };
+
+    template <class Fill, class Read>
+    uint32_t Exchange(Fill &fill, Read &read, void (*wipe)(wire::pb::Request &)) {
+        std::lock_guard lock(mutex_);
+        if (connection_ == nullptr) return wire::ERR_INVALID_HANDLE;
+        request_.Clear();
+        fill(request_);
+        uint32_t status = connection_->RoundTrip(request_, &response_, wipe != nullptr);
+        if (wipe != nullptr) wipe(request_);
+        if (status != wire::OK) return status;
+        if (response_.status() != wire::OK) return response_.status();
+        return read(static_cast<const wire::pb::Response &>(response_));
+    }
+
+    std::mutex mutex_;
+    std::unique_ptr<Connection> connection_;
+    wire::pb::Request request_;  // reused so a warm session allocates nothing per call
+    wire::pb::Response response_;
+};
+
+}  // namespace qelvoarc

@@ -1,0 +1,178 @@
+// Library lifetime and sessions.
+
+#include <cstring>
+
+#include "abi_guard.h"
+#include "library_state.h"
+#include "login_request.h"
+#include "qelvoarc.h"
+
+namespace qelvoarc {
+namespace {
+
+constexpr uint32_t kVersion[4] = {4, 14, 0, 0};
+constexpr uint32_t kKnownSessionFlags = Q_SESSION_TLS | Q_SESSION_CLEAR | Q_SESSION_KEEPALIVE |
+                                        Q_SESSION_FAST_CONNECT | Q_SESSION_RESERVED_20;
+constexpr int kFastConnectMs = 3000;
+constexpr uint32_t kMaxRandomBytes = 1u << 20;
+
+bool ValidSessionFlags(uint32_t flags) {
+    bool tls = (flags & Q_SESSION_TLS) != 0;
+    bool clear = (flags & Q_SESSION_CLEAR) != 0;
+    return (flags & ~kKnownSessionFlags) == 0 && tls != clear;
+}
+
+uint32_t OpenSession(QSessionHandle *out, uint32_t method, const void *record, uint32_t recordSize,
+                     uint32_t flags) {
+    if (!LibraryState::Get().initialized()) return wire::ERR_NOT_INITIALIZED;
+    if (out == nullptr || !ValidSessionFlags(flags)) return wire::ERR_INVALID_PARAMETER;
+    LoginPlan plan;
+    uint32_t status = PlanLogin(method, record, recordSize, flags, &plan);
+    if (status == wire::OK && plan.usesMutualTls && (flags & Q_SESSION_TLS) == 0)
+        status = wire::ERR_INVALID_PARAMETER;
+    std::unique_ptr<Connection> connection;
+    if (status == wire::OK) {
+        ConnectionOptions options;
+        options.address = plan.address.c_str();
+        options.port = plan.port;
+        options.tls = (flags & Q_SESSION_TLS) != 0;
+        options.tcp.keepAlive = (flags & Q_SESSION_KEEPALIVE) != 0;
+        if (flags & Q_SESSION_FAST_CONNECT) options.tcp.connectTimeoutMs = kFastConnectMs;
+        options.mutualTls = plan.usesMutualTls ? &plan.mutualTls : nullptr;
+        status = Connection::Open(options, &connection);
+    }
+    wire::pb::Response response;
+    if (status == wire::OK) {
+        wire::pb::Request request;
+        *request.mutable_login() = std::move(plan.login);
+        status = connection->RoundTrip(request, &response, true);
+        WipeLoginSecrets(request.mutable_login());
+        if (status == wire::OK) status = response.status();
+    }
+    WipeLoginSecrets(&plan.login);
+    bool passwordChangeOnly =
+        status == wire::ERR_PASSWORD_EXPIRED && response.login().password_expired();
+    if (status != wire::OK && !passwordChangeOnly) return status;
+    *out = LibraryState::Get().sessions.Add(std::make_shared<Session>(std::move(connection)));
+    return status;
+}
+
+uint32_t CloseSession(QSessionHandle *handle) {
+    if (!LibraryState::Get().initialized()) return wire::ERR_NOT_INITIALIZED;
+    if (handle == nullptr) return wire::ERR_INVALID_PARAMETER;
+    std::shared_ptr<Session> session = LibraryState::Get().sessions.Remove(*handle);
+    *handle = 0;
+    if (session == nullptr) return wire::ERR_INVALID_HANDLE;
+    session->Close();
+    return wire::OK;
+}
+
+// Copies a text with its terminator into a caller buffer of *length bytes.
+uint32_t CopyText(const char *text, void *buffer, uint32_t *length) {
+    if (buffer == nullptr || length == nullptr) return wire::ERR_INVALID_PARAMETER;
+    size_t needed = std::strlen(text) + 1;
+    if (*length < needed) {
+        *length = static_cast<uint32_t>(needed);
+        return wire::ERR_BUFFER_TOO_SMALL;
+    }
+    std::memcpy(buffer, text, needed);
+    *length = static_cast<uint32_t>(needed);
+    return wire::OK;
+}
+
+uint32_t GetSessionParam(QSessionHandle handle, uint32_t param, void *buffer, uint32_t *length) {
+    uint32_t status;
+    std::shared_ptr<Session> session = FindSession(handle, &status);
+    if (session == nullptr) return status;
+    return session->WithConnection([&](Connection &connection) {
+        switch (param) {
+            case Q_SESSION_PARAM_PROTOCOL:
+                return CopyText(connection.protocol(), buffer, length);
+            case Q_SESSION_PARAM_CIPHER:
+                return CopyText(connection.cipher(), buffer, length);
+            default:
+                return static_cast<uint32_t>(wire::ERR_NOT_SUPPORTED);
+        }
+    });
+}
+
+uint32_t AdmOperation(QSessionHandle handle, uint32_t operation, void *data, uint32_t length,
+                      uint32_t flags) {
+    if (operation != Q_ADM_LIVENESS) return wire::ERR_NOT_SUPPORTED;
+    uint32_t status;
+    std::shared_ptr<Session> session = FindSession(handle, &status);
+    if (session == nullptr) return status;
+    if (data == nullptr && length != 0) return wire::ERR_INVALID_PARAMETER;
+    return session->Call([&](wire::pb::Request &request) {
+        wire::pb::AdmOperation *adm = request.mutable_adm_operation();
+        adm->set_operation(operation);
+        if (length != 0) adm->set_data(data, length);
+        adm->set_flags(flags);
+    });
+}
+
+uint32_t GetRandom(QSessionHandle handle, void *buffer, uint32_t length) {
+    uint32_t status;
+    std::shared_ptr<Session> session = FindSession(handle, &status);
+    if (session == nullptr) return status;
+    if (buffer == nullptr || length == 0 || length > kMaxRandomBytes)
+        return wire::ERR_INVALID_PARAMETER;
+    return session->Call(
+        [&](wire::pb::Request &request) { request.mutable_get_random()->set_length(length); },
+        [&](const wire::pb::Response &response) -> uint32_t {
+            if (response.data().size() != length) return wire::ERR_PROTOCOL;
+            std::memcpy(buffer, response.data().data(), length);
+            return wire::OK;
+        });
+}
+
+}  // namespace
+}  // namespace qelvoarc
+
+using qelvoarc::Guarded;
+
+extern "C" {
+
+uint32_t QInitialize(uint32_t flags) {
+    return Guarded([&] {
+        return flags & ~Q_INIT_INTERACTIVE ? static_cast<uint32_t>(wire::ERR_INVALID_PARAMETER)
+                                           : qelvoarc::LibraryState::Get().Initialize();
+    });
+}
+
+uint32_t QFinalize(void) {
+    return Guarded([] { return qelvoarc::LibraryState::Get().Finalize(); });
+}
+
+uint32_t QVersion(uint32_t, uint32_t *major, uint32_t *minor, uint32_t *build, uint32_t *revision) {
+    uint32_t *parts[4] = {major, minor, build, revision};
+    for (int i = 0; i < 4; ++i)
+        if (parts[i] != nullptr) *parts[i] = qelvoarc::kVersion[i];
+    return Q_OK;
+}
+
+uint32_t QOpenSession(QSessionHandle *session, uint32_t method, const void *record,
+                      uint32_t recordSize, uint32_t flags) {
+    return Guarded(
+        [&] { return qelvoarc::OpenSession(session, method, record, recordSize, flags); });
+}
+
+uint32_t QCloseSession(QSessionHandle *session, uint32_t) {
+    return Guarded([&] { return qelvoarc::CloseSession(session); });
+}
+
+uint32_t QGetSessionParam(QSessionHandle session, uint32_t param, void *buffer, uint32_t *length,
+                          uint32_t) {
+    return Guarded([&] { return qelvoarc::GetSessionParam(session, param, buffer, length); });
+}
+
+uint32_t QAdmOperation(QSessionHandle session, uint32_t operation, void *data, uint32_t length,
+                       uint32_t flags) {
+    return Guarded([&] { return qelvoarc::AdmOperation(session, operation, data, length, flags); });
+}
+
+uint32_t QGetRandom(QSessionHandle session, void *buffer, uint32_t length) {
+    return Guarded([&] { return qelvoarc::GetRandom(session, buffer, length); });
+}
+
+}  // extern "C"

@@ -1,0 +1,462 @@
+// Functions this library declares but does not serve yet. Each answers Q_ERR_NOT_SUPPORTED,
+// so a caller sees an honest failure rather than a missing symbol or a pretended success.
+
+#include "qelvoarc.h"
+
+extern "C" {
+
+uint32_t QListUserSessions(QSessionHandle, QUserSessionCallback, void *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QCreateUser(QSessionHandle, const QUserRecord *) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QRemoveUser(QSessionHandle, const char *) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QListUsers(QSessionHandle, QNameCallback, void *) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGetUserParam(QSessionHandle, uint32_t, void *, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QAssignToken(QSessionHandle, const char *, uint32_t, const QOathTokenRecord *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QUnassignToken(QSessionHandle, uint32_t, const char *) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QListUserTrusts(QSessionHandle, const char *, uint32_t, QNameCallback, void *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QOATHCheckHOTP(QSessionHandle, const char *, const char *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QOATHResync(QSessionHandle, const char *, const char *, const char *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QOATHPskcTranslate(const uint8_t *, uint32_t, const uint8_t *, uint32_t,
+                            QPskcTokenCallback, void *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QManageAToken(QSessionHandle, uint32_t, QAccessTokenRecord *, QAccessTokenCallback, void *,
+                       uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QManageATokenCache(QSessionHandle, uint32_t, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGenerateKey(QSessionHandle, const char *, uint32_t, uint32_t, QKeyHandle *) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QImportKey(QSessionHandle, const char *, QKeyHandle, uint32_t, uint32_t, uint32_t,
+                    const uint8_t *, uint32_t, QKeyHandle *) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QExportKey(QKeyHandle, QKeyHandle, uint32_t, uint8_t **, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGetUserKey(QSessionHandle, const char *, uint32_t, QKeyHandle *) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QDestroyKey(QKeyHandle, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGetKeyParam(QKeyHandle, uint32_t, void *, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSetKeyParam(QKeyHandle, uint32_t, const void *, uint32_t, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QRemoveObj(QSessionHandle, const char *) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QListObjs(QSessionHandle, QNameCallback, void *) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGetObjInfo(QSessionHandle, const char *, QObjInfo *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGenerateMapObj(QSessionHandle, const char *, const char *, uint32_t, const char *,
+                         uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QPKCS8ExportKey(QKeyHandle, const char *, uint8_t **, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QPKCS8ImportKey(QSessionHandle, const char *, const char *, const uint8_t *, uint32_t,
+                         uint32_t, QKeyHandle *) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QExportPKCS12(QSessionHandle, const char *, const char *, const char *, uint8_t **,
+                       uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QImportPKCS12Buffer(QSessionHandle, const uint8_t *, uint32_t, const char *, const char *,
+                             const char *, uint32_t, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QBackupObject(QSessionHandle, const char *, uint32_t, uint8_t **, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QByokExport(QSessionHandle, const char *, const char *, uint32_t, uint8_t **, uint32_t *,
+                     uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QEncrypt(QKeyHandle, uint32_t, uint32_t, const uint8_t *, const uint8_t *, uint32_t,
+                  uint8_t *, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QDecrypt(QKeyHandle, uint32_t, uint32_t, const uint8_t *, const uint8_t *, uint32_t,
+                  uint8_t *, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSignHash(QHashHandle, QKeyHandle, uint32_t, uint8_t *, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QVerifySignature(QHashHandle, QKeyHandle, uint32_t, const uint8_t *, uint32_t, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSignHashedData(QKeyHandle, uint32_t, const uint8_t *, uint32_t, uint32_t, uint8_t *,
+                         uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSignXml(QSessionHandle, const char *, const char *, uint32_t, const uint8_t *, uint32_t,
+                  uint8_t **, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QVerifySignedXmlEx(QSessionHandle, const char *, const char *, const uint8_t *, uint32_t,
+                            uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QPKCS7Sign(QSessionHandle, const char *, const char *, const uint8_t *, uint32_t,
+                    uint8_t **, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGeneratePKCS10CSR(QSessionHandle, const char *, const char *, uint32_t, uint8_t **,
+                            uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QCert2CertInfo(const uint8_t *, uint32_t, uint32_t, void *, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QCreateObjMetadata(QObjMetadataHandle *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGetObjMetadata(QObjMetadataHandle, uint32_t, void *, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSetObjMetadata(QObjMetadataHandle, uint32_t, const void *, uint32_t, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QManageObjMetadata(QSessionHandle, uint32_t, const char *, QObjMetadataHandle *,
+                            uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QDestroyObjMetadata(QObjMetadataHandle, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGetObjMetadataTypeInfoList(QTypeInfo **, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGetJsonObjMetadata(QSessionHandle, const char *, char **, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSetJsonObjMetadata(QSessionHandle, const char *, const char *, uint32_t, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGeneratePkcs11Map(QSessionHandle, const char *, const char *, const char *, const char *,
+                            uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGetPkcs11Map(QSessionHandle, const char *, uint32_t, uint32_t, QPkcs11MapInfo *) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QListPkcs11Maps(QSessionHandle, QNameCallback, void *) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QAssociatePKCS11Key(QSessionHandle, const char *, const char *, const char *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGetHSMP11Info(QSessionHandle, QP11InfoHandle *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGetHSMP11InfoAttr(QP11InfoHandle, uint32_t, void *, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGetHSMP11TypeInfoList(QTypeInfo **, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QDestroyHSMP11Info(QP11InfoHandle, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QReadFile(QSessionHandle, const char *, const char *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QWriteFile(QSessionHandle, const char *, const char *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QWriteFileBuffer(QSessionHandle, const char *, const uint8_t *, uint32_t, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGetStatInfo(QSessionHandle, QStatInfo *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QBackupData(QSessionHandle, const char *, const char *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QUPackInfo(uint32_t, const uint8_t *, char **, char **, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QUPackPush(QSessionHandle, uint32_t, const uint8_t *) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGetNetInfo(QSessionHandle, QNetInfo *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QListLoadedModules(QSessionHandle, QNameCallback, void *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QIPFilterOperation(QSessionHandle, uint32_t, const char *, const char *, QIPFilterCallback,
+                            void *, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QHSMTool(QSessionHandle, uint32_t, const char *, uint8_t **, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QOSBindHSM(QSessionHandle, const char *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QOSUnbindHSM(QSessionHandle, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGetLogEvents(QSessionHandle, QLogEventCallback, void *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QLogLineFormat(const char *, char *, uint32_t, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QTruncateLog(QSessionHandle, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGetStatLog(QSessionHandle, uint32_t, uint32_t, uint8_t **, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGetStatLogSize(QSessionHandle, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGetHSMLogInit(QSessionHandle, uint32_t, int32_t, QLogHandle *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGetHSMLogCont(QLogHandle, uint8_t *, uint32_t *) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGetHSMLogEnd(QLogHandle) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QEFTImportKey(QSessionHandle, const char *, uint32_t, const void *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QEFTExportKey(QSessionHandle, const char *, uint32_t, void *, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QEFTExportZPK(QSessionHandle, const char *, const char *, uint8_t *, uint32_t *,
+                       uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QEFTKeKImport(QSessionHandle, const char *, const char *, uint32_t, const uint8_t *,
+                       uint32_t, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QEFTImportTR31(QSessionHandle, const char *, const char *, const char *, uint32_t,
+                        uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QEFTExportTR31(QSessionHandle, const char *, const char *, const char *, char **,
+                        uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QEFTExportAESKeyParts(QSessionHandle, const char *, uint32_t, uint32_t,
+                               QEftAesComponentRecord *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QEFTGenKCVOffline(uint32_t, uint32_t, const uint8_t *, uint32_t, uint32_t, uint8_t *,
+                           uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QEFTGetKcv(QSessionHandle, const char *, uint32_t, uint8_t *, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGenerateCVV(QSessionHandle, const char *, const char *, const char *, const char *,
+                      char *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGenerateEMV_CSREx(QSessionHandle, uint32_t, const char *, const uint8_t *,
+                            const uint8_t *, const uint8_t *, const char *, QLibBuffer *, uint8_t *,
+                            uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSPBEncodeInit(QSessionHandle, const char *, const char *, uint32_t, uint32_t,
+                        QSPBHandle *) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSPBEncodeCont(QSPBHandle, const uint8_t *, uint32_t, uint8_t *, uint32_t *) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSPBEncodeEnd(QSPBHandle, uint8_t *, uint32_t *) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSPBDecodeInit(QSessionHandle, const char *, const char *, uint32_t, uint32_t,
+                        QSPBHandle *) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSPBDecodeCont(QSPBHandle, const uint8_t *, uint32_t, uint8_t *, uint32_t *) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSPBDecodeEnd(QSPBHandle, uint8_t *, uint32_t *) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSPBGenerateKey(QSessionHandle, const char *, const char *, uint32_t, char *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSPBGetCertificate(QSessionHandle, const char *, uint8_t **, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSPBImportCertificate(QSessionHandle, uint32_t, const uint8_t *, uint32_t, const char *,
+                               uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSPBImportPKCS12(QSessionHandle, uint32_t, const uint8_t *, uint32_t, const char *,
+                          const char *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSPBActivateCertificate(QSessionHandle, const char *, const char *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSPBMapInfo(QSessionHandle, const char *, const char *, QSPBMapInfoRecord *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSPBCalculateObjectId(const char *, const char *, uint32_t, char *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSPBExportPKCS12(QSessionHandle, const char *, const char *, const char *, uint8_t **,
+                          uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QMofNSplit(QSessionHandle, const uint8_t *, uint32_t, uint8_t, uint8_t, uint8_t **,
+                    uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QMofNRecover(QSessionHandle, const uint8_t *, uint8_t, uint32_t, uint8_t **, uint32_t *,
+                      uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QNSAuthSetState(QSessionHandle, uint32_t, uint32_t, const QSmartCardShadow *, uint32_t,
+                         uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSCReadShadow(const char *, QSmartCardShadow *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSCWriteShadow(const QSmartCardShadow *, const char *, uint32_t, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSCChangePIN(const char *, const char *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSCErase(const char *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSCGetInfo(QSmartCardInfo *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSCGetLabel(const char *, char *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSCSetLabel(const char *, const char *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QGenerateSVMK(QSessionHandle, uint32_t, const uint8_t *, uint8_t, uint8_t,
+                       QSmartCardShadow *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QRecoverSVMK(QSessionHandle, const QSmartCardShadow *, uint8_t, uint8_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSKeepNewSecret(QSessionHandle, const char *, uint8_t, uint16_t, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSKeepProbeSecret(QSessionHandle, const char *, uint32_t *) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSKeepSplitSecret(QSessionHandle, const char *, uint8_t, uint16_t, uint8_t, uint8_t,
+                           QSKeepShare *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSKeepCalcShareCks(uint32_t, const QSKeepShare *, char *) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSKeepRecoverSecret(QSessionHandle, const char *, const QSKeepShare *, uint32_t, uint8_t *,
+                             uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSKeepMatchSecret(QSessionHandle, const char *, const QSKeepShare *, uint32_t, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSKeepRemoveSecret(QSessionHandle, const char *, uint8_t, uint16_t, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSVaultGenToken(QSessionHandle, const char *, const char *, uint8_t, uint8_t, uint8_t,
+                         char *, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QSVaultGetData(QSessionHandle, const char *, const char *, uint8_t, uint8_t, char *,
+                        uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QBchainCreateBip32Ckd(QSessionHandle, uint32_t, uint32_t, const char *, const char *,
+                               uint32_t, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QBchainCreateXPrv(QSessionHandle, uint32_t, const char *, uint32_t, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QBchainGetAddress(QSessionHandle, const char *, uint32_t, const char *, char *, uint32_t *,
+                           uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QBchainSignHash(QSessionHandle, const char *, uint32_t, const uint8_t *, uint32_t,
+                         uint8_t *, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QBchainGetPubKey(QSessionHandle, const char *, uint32_t, uint8_t *, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QBchainPkExport(QSessionHandle, const char *, uint32_t, uint8_t **, uint32_t *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QBchainPkImport(QSessionHandle, const char *, uint32_t, const uint8_t *, uint32_t,
+                         uint32_t, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QBchainGetKeyInfo(QSessionHandle, const char *, QBchainKeyInfo *, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QBchainHashData(QSessionHandle, uint32_t, const uint8_t *, uint32_t, uint8_t *, uint32_t *,
+                         uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QBchainRecoverPbkFromSignature(QSessionHandle, uint32_t, const uint8_t *, uint32_t,
+                                        const uint8_t *, uint32_t, uint8_t *, uint32_t *,
+                                        uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QBchainVerify(QSessionHandle, uint32_t, const uint8_t *, uint32_t, const uint8_t *,
+                       uint32_t, const uint8_t *, uint32_t, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+uint32_t QBchainEd2X(QSessionHandle, const char *, const char *, uint32_t, uint32_t) {
+    return Q_ERR_NOT_SUPPORTED;
+}
+
+}  // extern "C"
