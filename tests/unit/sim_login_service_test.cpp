@@ -1,0 +1,145 @@
+// Login and session rules that depend on time, driven through the dispatcher with a clock
+// the test moves.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+
+#include "crypto/password_hash.h"
+#include "daemon/data_directory.h"
+#include "server/dispatcher.h"
+#include "service/access_token.h"
+
+namespace {
+
+constexpr int64_t kDay = 86400;
+
+class FakeClock final : public sim::Clock {
+  public:
+    int64_t Now() const override { return now_; }
+    void Advance(int64_t seconds) { now_ += seconds; }
+
+  private:
+    std::atomic<int64_t> now_{1'700'000'000};
+};
+
+class SimLoginService : public ::testing::Test {
+  protected:
+    SimLoginService()
+        : dir_(MakeTempDir()),
+          data_(dir_, clock_),
+          hsm_{data_.users(), data_.masterKey(), sessions_, clock_, identity_} {
+        EXPECT_EQ(data_.users().AddUser("dave", sim::HashPassword("Dave#12345"), 0),
+                  sim::Result::kOk);
+    }
+    ~SimLoginService() override { std::filesystem::remove_all(dir_); }
+
+    static std::string MakeTempDir() {
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "sim-login-XXXXXX").string();
+        return ::mkdtemp(pattern.data());
+    }
+
+    wire::pb::Response Send(sim::ConnectionState &conn, wire::pb::Request request) {
+        return sim::Dispatch(hsm_, conn, request);
+    }
+
+    static wire::pb::Request Login(const std::string &password) {
+        wire::pb::Request request;
+        request.mutable_login()->set_method(16);
+        request.mutable_login()->set_user("dave");
+        request.mutable_login()->set_password(password);
+        return request;
+    }
+
+    static wire::pb::Request ReadOwnAcl() {
+        wire::pb::Request request;
+        request.mutable_get_user_acl()->set_user("dave");
+        return request;
+    }
+
+    FakeClock clock_;
+    std::string dir_;
+    sim::DataDirectory data_;
+    sim::SessionTable sessions_{16};
+    sim::DeviceIdentity identity_;
+    sim::HsmContext hsm_;
+};
+
+TEST_F(SimLoginService, PasswordExpiresWithAgeAndAChangeRestoresTheSession) {
+    sim::PasswordPolicy policy;
+    policy.expiryDays = 30;
+    data_.users().SavePolicy(policy);
+
+    clock_.Advance(30 * kDay);
+    sim::ConnectionState fresh;
+    EXPECT_EQ(Send(fresh, Login("Dave#12345")).status(), wire::OK);
+
+    clock_.Advance(1);
+    sim::ConnectionState old;
+    wire::pb::Response login = Send(old, Login("Dave#12345"));
+    EXPECT_EQ(login.status(), wire::ERR_PASSWORD_EXPIRED);
+    ASSERT_TRUE(old.session);
+    EXPECT_EQ(Send(old, ReadOwnAcl()).status(), wire::ERR_PASSWORD_CHANGE_ONLY);
+
+    wire::pb::Request change;
+    change.mutable_set_user_param()->set_code(16);
+    change.mutable_set_user_param()->set_data("Dave#67890");
+    EXPECT_EQ(Send(old, change).status(), wire::OK);
+    EXPECT_EQ(Send(old, ReadOwnAcl()).status(), wire::OK);
+
+    clock_.Advance(29 * kDay);
+    sim::ConnectionState later;
+    EXPECT_EQ(Send(later, Login("Dave#67890")).status(), wire::OK);
+}
+
+TEST_F(SimLoginService, AccessTokenExpiresAtItsTime) {
+    std::string hash;
+    std::string token = sim::NewAccessToken("dave", &hash);
+    ASSERT_EQ(data_.users().AddAccessToken(hash, "dave", clock_.Now() + 60), sim::Result::kOk);
+    wire::pb::Request login;
+    login.mutable_login()->set_method(32);
+    login.mutable_login()->set_access_token(token);
+
+    sim::ConnectionState first;
+    EXPECT_EQ(Send(first, login).status(), wire::OK);
+    EXPECT_TRUE(first.session->byAccessToken);
+    clock_.Advance(60);
+    sim::ConnectionState second;
+    EXPECT_EQ(Send(second, login).status(), wire::ERR_TOKEN_EXPIRED);
+    EXPECT_FALSE(second.session);
+}
+
+TEST_F(SimLoginService, SecondLoginOnASessionAndLogoutRules) {
+    sim::ConnectionState conn;
+    ASSERT_EQ(Send(conn, Login("Dave#12345")).status(), wire::OK);
+    EXPECT_EQ(Send(conn, Login("Dave#12345")).status(), wire::ERR_BAD_STATE);
+    EXPECT_EQ(sessions_.size(), 1u);
+    wire::pb::Request logout;
+    logout.mutable_logout();
+    EXPECT_EQ(Send(conn, logout).status(), wire::OK);
+    EXPECT_EQ(sessions_.size(), 0u);
+    EXPECT_EQ(Send(conn, ReadOwnAcl()).status(), wire::ERR_NOT_AUTHENTICATED);
+}
+
+TEST(SimMasterKey, SealedDataOpensOnlyUnchangedAndUnderTheSameKey) {
+    std::string dir = (std::filesystem::temp_directory_path() / "sim-key-XXXXXX").string();
+    ASSERT_NE(::mkdtemp(dir.data()), nullptr);
+    sim::MasterKey key = sim::MasterKey::LoadOrCreate(dir + "/master.key");
+    sim::MasterKey again = sim::MasterKey::LoadOrCreate(dir + "/master.key");
+    sim::MasterKey other = sim::MasterKey::LoadOrCreate(dir + "/other.key");
+    EXPECT_EQ(std::filesystem::status(dir + "/master.key").permissions(),
+              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+
+    std::string sealed = key.Seal("seed bytes");
+    EXPECT_EQ(sealed.find("seed bytes"), std::string::npos);
+    ASSERT_TRUE(again.Open(sealed));
+    EXPECT_EQ(again.Open(sealed)->view(), "seed bytes");
+    EXPECT_FALSE(other.Open(sealed));
+    sealed[sealed.size() / 2] ^= 1;
+    EXPECT_FALSE(key.Open(sealed));
+    std::filesystem::remove_all(dir);
+}
+
+}  // namespace
