@@ -1,0 +1,64 @@
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "console_e2e_support.h"
+
+namespace {
+
+std::string DiscoveryEnv(uint16_t port) {
+    return "QELVOARC_DISCOVERY_PORT=" + std::to_string(port);
+}
+
+// The addresses found lead to the standard port, where this test's simulator is not, so
+// the dialogue is followed up to the connection attempt.
+TEST(ConsoleDiscovery, EnterAtTheAddressPromptSearchesTheNetwork) {
+    SimProcess sim;
+    PtyDriver console(TARSEL_PATH, {}, {DiscoveryEnv(sim.discoveryPort())});
+    console.Expect("HSM Orvena IP : ");
+    console.Send("\n");
+    console.Expect("\n 1 - 127.0.0.1\n");
+    console.Expect("\nSelect a HSM to connect : ");
+    console.Send("1\n");
+    console.Expect("HSM User ID : ");
+    console.Send("master\n");
+    console.Expect("HSM User Password :");
+    console.Send(sim.initPassword() + "\n");
+    console.Expect("\nOTP [optional, ENTER for none] : ");
+    console.Send("\n");
+    console.Expect("\n\nConnecting...\n\n");
+}
+
+TEST(ConsoleDiscovery, SearchOptionListsTheHsmsAndARefusedChoiceCancels) {
+    SimProcess sim;
+    PtyDriver console(TARSEL_PATH, {"-sip"}, {DiscoveryEnv(sim.discoveryPort())});
+    console.Expect("HSM Orvena IP : \n");
+    console.Expect("\n 1 - 127.0.0.1\n");
+    console.Expect("Select a HSM to connect : ");
+    console.Send("2\n");
+    console.Expect("\nOperation cancelled!\n");
+    EXPECT_EQ(console.WaitExit(), 1);
+}
+
+TEST(ConsoleDiscovery, NothingFoundCancels) {
+    // A UDP port that this test holds and never answers on.
+    const int silent = socket(AF_INET, SOCK_DGRAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    ASSERT_EQ(bind(silent, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+    ASSERT_EQ(getsockname(silent, reinterpret_cast<sockaddr *>(&address), &length), 0);
+
+    PtyDriver console(TARSEL_PATH, {"-sip"}, {DiscoveryEnv(ntohs(address.sin_port))});
+    console.Expect("\nNo HSMs were found.\n");
+    console.Expect("\nOperation cancelled!\n");
+    EXPECT_EQ(console.WaitExit(), 1);
+    close(silent);
+}
+
+}  // namespace

@@ -1,0 +1,46 @@
+#pragma once
+// Helpers shared by the console's end-to-end tests: command lines against a simulator,
+// scratch directories, one-time passwords and client certificates.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "pty_driver.h"
+#include "sim_process.h"
+
+// "127.0.0.1 <user> -p <sim port>" followed by `more`.
+std::vector<std::string> ConsoleArgs(const SimProcess &sim, const std::string &user,
+                                     const std::vector<std::string> &more = {});
+
+// Exit status of tarsel as the shell sees it for a status returned from main.
+inline int ExitStatusOf(int64_t status) {
+    return int(status & 0xFF);
+}
+
+// A private directory removed with its contents at the end of the test.
+class ScratchDir {
+  public:
+    ScratchDir();
+    ~ScratchDir();
+    ScratchDir(const ScratchDir &) = delete;
+    ScratchDir &operator=(const ScratchDir &) = delete;
+
+    std::string Path(const std::string &name) const { return dir_ + "/" + name; }
+
+  private:
+    std::string dir_;
+};
+
+// The file's bytes; empty when it cannot be read.
+std::string ReadFileBytes(const std::string &path);
+
+// The six-digit HOTP of the hexadecimal seed at `counter`.
+std::string Hotp(const std::string &seedHex, uint64_t counter);
+
+// Writes an unencrypted P-256 key and a self-signed certificate for it, both PEM.
+void WriteClientKeyAndCertificate(const std::string &keyPath, const std::string &certPath);
+
+// Logs in from the point where the program asks for the password (no OTP asked) and waits
+// for the main menu's prompt. Returns false (with a test failure) when it did not appear.
+bool EnterPasswordAndReachMainMenu(PtyDriver &console, const std::string &password);

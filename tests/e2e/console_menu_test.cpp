@@ -1,0 +1,78 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "console_e2e_support.h"
+
+namespace {
+
+TEST(ConsoleMenu, NestedMenuIsEnteredAndLeft) {
+    SimProcess sim;
+    PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
+    ASSERT_TRUE(EnterPasswordAndReachMainMenu(console, sim.initPassword()));
+
+    console.Send("1\n");
+    console.Expect("Keys/Objects - Generate\n\n");
+    console.Expect("\n 0 - Main Menu\n\nOption : ");
+    console.Send("0\n");
+    console.Expect("Main Menu\n\n");
+    console.Expect("Option : ");
+
+    // Anything but digits leaves a nested menu without a word.
+    console.Send("1\n");
+    console.Expect("Keys/Objects - Generate\n\n");
+    console.Expect("Option : ");
+    const size_t before = console.Output().size();
+    console.Send("abc\n");
+    console.Expect("Main Menu\n\n");
+    EXPECT_EQ(console.Output().find("Invalid option.", before), std::string::npos);
+    console.Expect("Option : ");
+    console.Send("0\n");
+    EXPECT_EQ(console.WaitExit(), 0);
+}
+
+TEST(ConsoleMenu, InvalidChoicesInTheMainMenuPauseAndAnEmptyLineExits) {
+    SimProcess sim;
+    PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
+    ASSERT_TRUE(EnterPasswordAndReachMainMenu(console, sim.initPassword()));
+
+    for (const char *choice : {"abc\n", "52\n", "17\n"}) {
+        SCOPED_TRACE(choice);
+        console.Send(choice);
+        console.Expect("\n\nInvalid option.\n");
+        console.Expect("\nPress ENTER key to continue...\n\n");
+        console.Send("\n");
+        console.Expect("Main Menu\n\n");
+        console.Expect("Option : ");
+    }
+    console.Send("\n");
+    EXPECT_EQ(console.WaitExit(), 0);
+}
+
+TEST(ConsoleMenu, LostSessionEndsTheConsoleWithMinusOne) {
+    SimProcess sim;
+    PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
+    ASSERT_TRUE(EnterPasswordAndReachMainMenu(console, sim.initPassword()));
+    sim.Kill();
+    console.Send("1\n");
+    console.Expect("\nError session expired. ");
+    EXPECT_EQ(console.WaitExit(), 255);
+    EXPECT_EQ(console.Output().find("Keys/Objects - Generate"), std::string::npos);
+}
+
+TEST(ConsoleMenu, SafeKeepingNeedsFirmware5_0_35_0) {
+    for (const char *firmware : {"5.0.35.0", "5.0.34.99"}) {
+        SCOPED_TRACE(firmware);
+        SimProcess sim(SimProcess::Options{.extraArgs = {"--firmware", firmware}});
+        PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
+        ASSERT_TRUE(EnterPasswordAndReachMainMenu(console, sim.initPassword()));
+        EXPECT_NE(console.Output().find(std::string("Engine ") + firmware + "-orvena-sim"),
+                  std::string::npos);
+        const bool shown = console.Output().find("Safe Keeping...") != std::string::npos;
+        EXPECT_EQ(shown, std::string(firmware) == "5.0.35.0");
+        console.Send("0\n");
+        EXPECT_EQ(console.WaitExit(), 0);
+    }
+}
+
+}  // namespace
