@@ -4,6 +4,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <optional>
+
 #include "sigpipe_guard.h"
 
 namespace qelvoarc {
@@ -49,19 +51,19 @@ Connection::~Connection() {
     ::close(fd_);
 }
 
-uint32_t Connection::RoundTrip(const wire::pb::Request &request, wire::pb::Response *response,
+uint32_t Connection::RoundTrip(const pb::Request &request, pb::Response *response,
                                bool wipeRequest) {
     if (broken_) return wire::ERR_CONNECTION_LOST;
     if (!request.SerializeToString(&outgoing_)) return wire::ERR_PROTOCOL;
     uint32_t status;
-    if (ssl_ != nullptr) {
-        SigpipeGuard guard;
+    {
+        // OpenSSL also writes while reading (alerts), so the whole exchange is guarded.
+        std::optional<SigpipeGuard> guard;
+        if (ssl_ != nullptr) guard.emplace();
         status = wire::WriteFrame(stream_, outgoing_);
-    } else {
-        status = wire::WriteFrame(stream_, outgoing_);
+        if (wipeRequest) OPENSSL_cleanse(outgoing_.data(), outgoing_.size());
+        if (status == wire::OK) status = wire::ReadFrame(stream_, incoming_);
     }
-    if (wipeRequest) OPENSSL_cleanse(outgoing_.data(), outgoing_.size());
-    if (status == wire::OK) status = wire::ReadFrame(stream_, incoming_);
     if (status == wire::OK && !response->ParseFromString(incoming_)) status = wire::ERR_PROTOCOL;
     if (status != wire::OK) {
         // A half-read or unreadable stream cannot be resynchronised.

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "framing.h"
-#include "orvena.pb.h"
+#include "qelvoarc_wire.pb.h"
 #include "tcp_connect.h"
 #include "tls_client.h"
 
@@ -34,7 +34,7 @@ class Connection {
     // response's own status is the caller's to look at. After a transport failure the
     // connection stays broken and every later call fails with ERR_CONNECTION_LOST at once.
     // With `wipeRequest`, the serialised request is wiped once sent (it carried secrets).
-    [[nodiscard]] uint32_t RoundTrip(const wire::pb::Request &request, wire::pb::Response *response,
+    [[nodiscard]] uint32_t RoundTrip(const pb::Request &request, pb::Response *response,
                                      bool wipeRequest = false);
 
     // "TLSv1.2"/"TLSv1.3" and the cipher suite, or "none" and "" on a clear connection.

@@ -28,12 +28,12 @@ uint32_t CreateHash(QSessionHandle handle, uint32_t algorithm, QKeyHandle key, u
     if (key != 0) return wire::ERR_INVALID_HANDLE;
     uint64_t remoteId = 0;
     status = session->Call(
-        [&](wire::pb::Request &request) {
-            wire::pb::HashCreate *create = request.mutable_hash_create();
+        [&](pb::Request &request) {
+            pb::HashCreate *create = request.mutable_hash_create();
             create->set_algorithm(algorithm);
             create->set_flags(flags);
         },
-        [&](const wire::pb::Response &response) {
+        [&](const pb::Response &response) {
             remoteId = response.value();
             return static_cast<uint32_t>(wire::OK);
         });
@@ -59,8 +59,8 @@ uint32_t HashData(QHashHandle handle, const uint8_t *data, uint32_t length) {
     std::shared_ptr<HashContext> hash = FindHash(handle, &status);
     if (hash == nullptr) return status;
     if (data == nullptr && length != 0) return wire::ERR_INVALID_PARAMETER;
-    return hash->session->Call([&](wire::pb::Request &request) {
-        wire::pb::HashData *message = request.mutable_hash_data();
+    return hash->session->Call([&](pb::Request &request) {
+        pb::HashData *message = request.mutable_hash_data();
         message->set_hash_id(hash->remoteId);
         message->set_data(data, length);
     });
@@ -78,12 +78,12 @@ uint32_t GetHashParam(QHashHandle handle, uint32_t param, uint8_t *buffer, uint3
         return wire::ERR_BUFFER_TOO_SMALL;
     }
     return hash->session->Call(
-        [&](wire::pb::Request &request) {
-            wire::pb::HashGetParam *message = request.mutable_hash_get_param();
+        [&](pb::Request &request) {
+            pb::HashGetParam *message = request.mutable_hash_get_param();
             message->set_hash_id(hash->remoteId);
             message->set_param(param);
         },
-        [&](const wire::pb::Response &response) -> uint32_t {
+        [&](const pb::Response &response) -> uint32_t {
             if (param == Q_HASH_PARAM_SIZE) {
                 auto size = static_cast<uint32_t>(response.value());
                 std::memcpy(buffer, &size, sizeof size);
@@ -108,13 +108,13 @@ uint32_t SetHashParam(QHashHandle handle, uint32_t param, const uint8_t *value, 
     if (param != Q_HASH_PARAM_KEY) return wire::ERR_NOT_SUPPORTED;
     if (value == nullptr || length == 0) return wire::ERR_INVALID_PARAMETER;
     return hash->session->CallWithSecret(
-        [&](wire::pb::Request &request) {
-            wire::pb::HashSetParam *message = request.mutable_hash_set_param();
+        [&](pb::Request &request) {
+            pb::HashSetParam *message = request.mutable_hash_set_param();
             message->set_hash_id(hash->remoteId);
             message->set_param(param);
             message->set_value(value, length);
         },
-        [](wire::pb::Request &request) {
+        [](pb::Request &request) {
             std::string *key = request.mutable_hash_set_param()->mutable_value();
             OPENSSL_cleanse(key->data(), key->size());
         });
@@ -124,9 +124,8 @@ uint32_t DestroyHash(QHashHandle handle) {
     if (!LibraryState::Get().initialized()) return wire::ERR_NOT_INITIALIZED;
     std::shared_ptr<HashContext> hash = LibraryState::Get().hashes.Remove(handle);
     if (hash == nullptr) return wire::ERR_INVALID_HANDLE;
-    uint32_t status = hash->session->Call([&](wire::pb::Request &request) {
-        request.mutable_hash_destroy()->set_hash_id(hash->remoteId);
-    });
+    uint32_t status = hash->session->Call(
+        [&](pb::Request &request) { request.mutable_hash_destroy()->set_hash_id(hash->remoteId); });
     // The handle is released either way; a session closed or lost meanwhile took the
     // context on the HSM with it.
     if (status == wire::ERR_INVALID_HANDLE || status == wire::ERR_CONNECTION_LOST) return wire::OK;

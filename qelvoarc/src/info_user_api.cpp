@@ -22,12 +22,12 @@ uint32_t GetHsmInfo(QSessionHandle handle, uint32_t *flagWord, uint32_t kind, vo
     // The version is text: the caller gets it terminated.
     const size_t terminator = kind == Q_INFO_VERSION ? 1 : 0;
     return session->Call(
-        [&](wire::pb::Request &request) {
-            wire::pb::GetHsmInfo *info = request.mutable_get_hsm_info();
+        [&](pb::Request &request) {
+            pb::GetHsmInfo *info = request.mutable_get_hsm_info();
             info->set_kind(kind);
             info->set_flags(*flagWord);
         },
-        [&](const wire::pb::Response &response) -> uint32_t {
+        [&](const pb::Response &response) -> uint32_t {
             const std::string &data = response.data();
             size_t needed = data.size() + terminator;
             if (*length < needed) {
@@ -48,10 +48,10 @@ uint32_t GetUserAcl(QSessionHandle handle, const char *userId, uint32_t *acl) {
     if (session == nullptr) return status;
     if (userId == nullptr || acl == nullptr) return wire::ERR_INVALID_PARAMETER;
     return session->Call(
-        [&](wire::pb::Request &request) {
+        [&](pb::Request &request) {
             request.mutable_get_user_acl()->set_user(userId, strnlen(userId, Q_MAX_USER_ID));
         },
-        [&](const wire::pb::Response &response) {
+        [&](const pb::Response &response) {
             *acl = static_cast<uint32_t>(response.value());
             return static_cast<uint32_t>(wire::OK);
         });
@@ -66,13 +66,13 @@ uint32_t SetUserParam(QSessionHandle handle, uint32_t code, const void *data, ui
     if (data == nullptr || length == 0 || length > Q_MAX_PASSWORD)
         return wire::ERR_INVALID_PARAMETER;
     return session->CallWithSecret(
-        [&](wire::pb::Request &request) {
-            wire::pb::SetUserParam *param = request.mutable_set_user_param();
+        [&](pb::Request &request) {
+            pb::SetUserParam *param = request.mutable_set_user_param();
             param->set_code(code);
             param->set_data(data, length);
             param->set_flags(flags);
         },
-        [](wire::pb::Request &request) {
+        [](pb::Request &request) {
             std::string *password = request.mutable_set_user_param()->mutable_data();
             OPENSSL_cleanse(password->data(), password->size());
         });

@@ -17,7 +17,7 @@ std::string FieldText(const char *field, size_t width) {
 }
 
 uint32_t PlanPassword(const QPasswordLoginRecord &record, LoginPlan *plan) {
-    wire::pb::Login &login = plan->login;
+    pb::Login &login = plan->login;
     login.set_user(FieldText(record.userId, sizeof record.userId));
     login.set_password(record.password, strnlen(record.password, sizeof record.password));
     login.set_auth_mode(record.authMode);
@@ -99,7 +99,7 @@ uint32_t PlanLogin(uint32_t method, const void *record, uint32_t recordSize, uin
     }
 }
 
-void WipeLoginSecrets(wire::pb::Login *login) {
+void WipeLoginSecrets(pb::Login *login) {
     OPENSSL_cleanse(login->mutable_password()->data(), login->password().size());
     OPENSSL_cleanse(login->mutable_otp()->data(), login->otp().size());
     OPENSSL_cleanse(login->mutable_access_token()->data(), login->access_token().size());

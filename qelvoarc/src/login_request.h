@@ -5,7 +5,7 @@
 #include <string>
 
 #include "connection.h"
-#include "orvena.pb.h"
+#include "qelvoarc_wire.pb.h"
 
 namespace qelvoarc {
 
@@ -14,7 +14,7 @@ struct LoginPlan {
     uint32_t port = 0;
     MutualTlsMaterial mutualTls;  // filled only when usesMutualTls
     bool usesMutualTls = false;
-    wire::pb::Login login;
+    pb::Login login;
 };
 
 // Checks the record against its method and fills the plan. The plan's views point into the
@@ -25,6 +25,6 @@ struct LoginPlan {
                                  uint32_t sessionFlags, LoginPlan *plan);
 
 // Overwrites the secrets a login message carries.
-void WipeLoginSecrets(wire::pb::Login *login);
+void WipeLoginSecrets(pb::Login *login);
 
 }  // namespace qelvoarc

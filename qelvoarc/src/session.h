@@ -31,7 +31,7 @@ class Session {
     // As Call for a request that carries a secret: once sent, the serialised copy is wiped
     // and `wipe` overwrites the secret fields of the request (kept for reuse).
     template <class Fill>
-    uint32_t CallWithSecret(Fill &&fill, void (*wipe)(wire::pb::Request &)) {
+    uint32_t CallWithSecret(Fill &&fill, void (*wipe)(pb::Request &)) {
         return Exchange(fill, kIgnoreResponse, wipe);
     }
 
@@ -47,10 +47,10 @@ class Session {
     }
 
   private:
-    static constexpr auto kIgnoreResponse = [](const wire::pb::Response &) { return 0u; };
+    static constexpr auto kIgnoreResponse = [](const pb::Response &) { return 0u; };
 
     template <class Fill, class Read>
-    uint32_t Exchange(Fill &fill, Read &read, void (*wipe)(wire::pb::Request &)) {
+    uint32_t Exchange(Fill &fill, Read &read, void (*wipe)(pb::Request &)) {
         std::lock_guard lock(mutex_);
         if (connection_ == nullptr) return wire::ERR_INVALID_HANDLE;
         request_.Clear();
@@ -59,13 +59,13 @@ class Session {
         if (wipe != nullptr) wipe(request_);
         if (status != wire::OK) return status;
         if (response_.status() != wire::OK) return response_.status();
-        return read(static_cast<const wire::pb::Response &>(response_));
+        return read(static_cast<const pb::Response &>(response_));
     }
 
     std::mutex mutex_;
     std::unique_ptr<Connection> connection_;
-    wire::pb::Request request_;  // reused so a warm session allocates nothing per call
-    wire::pb::Response response_;
+    pb::Request request_;  // reused so a warm session allocates nothing per call
+    pb::Response response_;
 };
 
 }  // namespace qelvoarc

@@ -41,9 +41,9 @@ uint32_t OpenSession(QSessionHandle *out, uint32_t method, const void *record, u
         options.mutualTls = plan.usesMutualTls ? &plan.mutualTls : nullptr;
         status = Connection::Open(options, &connection);
     }
-    wire::pb::Response response;
+    pb::Response response;
     if (status == wire::OK) {
-        wire::pb::Request request;
+        pb::Request request;
         *request.mutable_login() = std::move(plan.login);
         status = connection->RoundTrip(request, &response, true);
         WipeLoginSecrets(request.mutable_login());
@@ -103,8 +103,8 @@ uint32_t AdmOperation(QSessionHandle handle, uint32_t operation, void *data, uin
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
     if (data == nullptr && length != 0) return wire::ERR_INVALID_PARAMETER;
-    return session->Call([&](wire::pb::Request &request) {
-        wire::pb::AdmOperation *adm = request.mutable_adm_operation();
+    return session->Call([&](pb::Request &request) {
+        pb::AdmOperation *adm = request.mutable_adm_operation();
         adm->set_operation(operation);
         if (length != 0) adm->set_data(data, length);
         adm->set_flags(flags);
@@ -118,8 +118,8 @@ uint32_t GetRandom(QSessionHandle handle, void *buffer, uint32_t length) {
     if (buffer == nullptr || length == 0 || length > kMaxRandomBytes)
         return wire::ERR_INVALID_PARAMETER;
     return session->Call(
-        [&](wire::pb::Request &request) { request.mutable_get_random()->set_length(length); },
-        [&](const wire::pb::Response &response) -> uint32_t {
+        [&](pb::Request &request) { request.mutable_get_random()->set_length(length); },
+        [&](const pb::Response &response) -> uint32_t {
             if (response.data().size() != length) return wire::ERR_PROTOCOL;
             std::memcpy(buffer, response.data().data(), length);
             return wire::OK;

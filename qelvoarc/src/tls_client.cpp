@@ -7,6 +7,7 @@
 
 #include <cstring>
 
+#include "sigpipe_guard.h"
 #include "status.h"
 
 namespace qelvoarc {
@@ -77,7 +78,11 @@ uint32_t MakeClientContext(const MutualTlsMaterial *mutualTls, SslCtxPtr *ctx) {
 uint32_t Handshake(SSL_CTX *ctx, int fd, SslPtr *ssl) {
     SslPtr created(SSL_new(ctx));
     if (created == nullptr) return wire::ERR_NO_MEMORY;
-    bool ok = SSL_set_fd(created.get(), fd) == 1 && SSL_connect(created.get()) == 1;
+    bool ok;
+    {
+        SigpipeGuard guard;
+        ok = SSL_set_fd(created.get(), fd) == 1 && SSL_connect(created.get()) == 1;
+    }
     ERR_clear_error();
     if (!ok) return wire::ERR_TLS;
     *ssl = std::move(created);

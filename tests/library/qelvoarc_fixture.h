@@ -1,0 +1,53 @@
+#pragma once
+// Shared set-up of the device library tests: a simulator per test, an initialised library,
+// and builders for the login records.
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "qelvoarc.h"
+#include "sim_process.h"
+
+inline QPasswordLoginRecord PasswordRecord(uint16_t port, const std::string &user,
+                                           const std::string &password) {
+    QPasswordLoginRecord record{};
+    std::strncpy(record.address, "127.0.0.1", sizeof record.address);
+    record.port = port;
+    std::memcpy(record.userId, user.data(), std::min(user.size(), sizeof record.userId));
+    std::memcpy(record.password, password.data(),
+                std::min(password.size(), sizeof record.password));
+    record.authMode = Q_AUTH_PASSWORD;
+    return record;
+}
+
+// Each test gets its own simulator and an initialised library, finalised afterwards.
+class LibraryTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_NE(sim_.port(), 0);
+        ASSERT_EQ(QInitialize(0), Q_OK);
+    }
+    void TearDown() override { EXPECT_EQ(QFinalize(), Q_OK); }
+
+    uint32_t Open(const QPasswordLoginRecord &record, QSessionHandle *session,
+                  uint32_t flags = Q_SESSION_TLS) {
+        return QOpenSession(session, Q_LOGIN_PASSWORD, &record, sizeof record, flags);
+    }
+
+    // A session of the operator; fails the test when it cannot be opened.
+    QSessionHandle OpenOperator(uint32_t flags = Q_SESSION_TLS) {
+        QSessionHandle session = 0;
+        EXPECT_EQ(Open(PasswordRecord(sim_.port(), "master", sim_.initPassword()), &session, flags),
+                  Q_OK);
+        return session;
+    }
+
+    void AddUser(const std::string &user, const std::string &password,
+                 const std::string &acl = "0") {
+        ASSERT_EQ(sim_.Simctl({"add-user", user, password, "--acl", acl}), 0);
+    }
+
+    SimProcess sim_;
+};

@@ -1,0 +1,178 @@
+// Sessions and handles of the device library against a live simulator.
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#include "qelvoarc_fixture.h"
+
+namespace {
+
+using SessionTest = LibraryTest;
+
+TEST_F(SessionTest, ClearAndTlsSessionsReportTheirProtocol) {
+    for (uint32_t flags : {Q_SESSION_TLS | 0x28u, Q_SESSION_CLEAR | 0x18u}) {
+        QSessionHandle session = OpenOperator(flags);
+        char text[128];
+        uint32_t length = sizeof text;
+        ASSERT_EQ(QGetSessionParam(session, Q_SESSION_PARAM_PROTOCOL, text, &length, 0), Q_OK);
+        std::string protocol(text);
+        length = sizeof text;
+        ASSERT_EQ(QGetSessionParam(session, Q_SESSION_PARAM_CIPHER, text, &length, 0), Q_OK);
+        if (flags & Q_SESSION_TLS) {
+            EXPECT_EQ(protocol.rfind("TLSv1.", 0), 0u) << protocol;
+            EXPECT_STRNE(text, "");
+        } else {
+            EXPECT_EQ(protocol, "none");
+            EXPECT_STREQ(text, "");
+        }
+        length = 2;
+        EXPECT_EQ(QGetSessionParam(session, Q_SESSION_PARAM_PROTOCOL, text, &length, 0),
+                  Q_ERR_BUFFER_TOO_SMALL);
+        EXPECT_EQ(QAdmOperation(session, Q_ADM_LIVENESS, nullptr, 0, Q_ADM_LIVENESS_FLAGS), Q_OK);
+        EXPECT_EQ(QCloseSession(&session, 0), Q_OK);
+    }
+}
+
+TEST_F(SessionTest, SessionFlagsMustChooseExactlyOneTransport) {
+    QSessionHandle session = 0;
+    auto record = PasswordRecord(sim_.port(), "master", sim_.initPassword());
+    EXPECT_EQ(Open(record, &session, 0), Q_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(Open(record, &session, Q_SESSION_TLS | Q_SESSION_CLEAR), Q_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(Open(record, &session, Q_SESSION_TLS | 0x100), Q_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(session, 0u);
+}
+
+TEST_F(SessionTest, HandlesAreCheckedForLivenessAndKind) {
+    QSessionHandle session = OpenOperator();
+    QHashHandle hash = 0;
+    ASSERT_EQ(QCreateHash(session, Q_HASH_SHA256, 0, 0, &hash), Q_OK);
+
+    // A hash handle is not a session and a session is not a hash.
+    uint8_t random[8];
+    EXPECT_EQ(QGetRandom(hash, random, sizeof random), Q_ERR_INVALID_HANDLE);
+    EXPECT_EQ(QHashData(session, random, sizeof random, 0), Q_ERR_INVALID_HANDLE);
+    EXPECT_EQ(QGetRandom(0, random, sizeof random), Q_ERR_INVALID_HANDLE);
+    EXPECT_EQ(QGetRandom(session + 1000, random, sizeof random), Q_ERR_INVALID_HANDLE);
+
+    // Released handles stay dead, also when a new object of the same kind is created.
+    ASSERT_EQ(QDestroyHash(hash), Q_OK);
+    EXPECT_EQ(QDestroyHash(hash), Q_ERR_INVALID_HANDLE);
+    QHashHandle second = 0;
+    ASSERT_EQ(QCreateHash(session, Q_HASH_SHA256, 0, 0, &second), Q_OK);
+    EXPECT_NE(second, hash);
+    EXPECT_EQ(QHashData(hash, random, sizeof random, 0), Q_ERR_INVALID_HANDLE);
+
+    QSessionHandle copy = session;
+    ASSERT_EQ(QCloseSession(&session, 0), Q_OK);
+    EXPECT_EQ(session, 0u);
+    EXPECT_EQ(QCloseSession(&copy, 0), Q_ERR_INVALID_HANDLE);
+    EXPECT_EQ(QGetRandom(copy, random, sizeof random), Q_ERR_INVALID_HANDLE);
+    // A hash outliving its session fails cleanly and can still be released.
+    EXPECT_EQ(QHashData(second, random, sizeof random, 0), Q_ERR_INVALID_HANDLE);
+    EXPECT_EQ(QDestroyHash(second), Q_OK);
+}
+
+TEST_F(SessionTest, RandomBytesComeFromTheHsm) {
+    QSessionHandle session = OpenOperator();
+    uint8_t first[32] = {}, second[32] = {};
+    ASSERT_EQ(QGetRandom(session, first, sizeof first), Q_OK);
+    ASSERT_EQ(QGetRandom(session, second, sizeof second), Q_OK);
+    EXPECT_NE(std::memcmp(first, second, sizeof first), 0);
+    EXPECT_EQ(QGetRandom(session, first, 0), Q_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(QGetRandom(session, nullptr, 4), Q_ERR_INVALID_PARAMETER);
+}
+
+TEST_F(SessionTest, InformationAndAclOfTheLoggedInUser) {
+    QSessionHandle session = OpenOperator();
+    char version[512];
+    uint32_t flagWord = 1;
+    uint32_t length = sizeof version;
+    ASSERT_EQ(QGetHsmInfo(session, &flagWord, Q_INFO_VERSION, version, &length, 0), Q_OK);
+    EXPECT_EQ(flagWord, 1u);
+    EXPECT_EQ(std::strlen(version), length);
+    EXPECT_GT(length, 0u);
+
+    uint32_t mode = 0xFFFFFFFF;
+    length = sizeof mode;
+    ASSERT_EQ(QGetHsmInfo(session, &flagWord, Q_INFO_MODE, &mode, &length, 0), Q_OK);
+    EXPECT_EQ(length, 4u);
+    EXPECT_NE(mode, 0xFFFFFFFFu);
+
+    length = 3;
+    EXPECT_EQ(QGetHsmInfo(session, &flagWord, Q_INFO_VERSION, version, &length, 0),
+              Q_ERR_BUFFER_TOO_SMALL);
+    EXPECT_GT(length, 3u);
+
+    uint32_t acl = 0;
+    ASSERT_EQ(QGetUserAcl(session, "master", &acl), Q_OK);
+    EXPECT_NE(acl & Q_ACL_OPERATOR, 0u);
+    EXPECT_NE(QGetUserAcl(session, "nobody", &acl), Q_OK);
+}
+
+TEST_F(SessionTest, LostConnectionGivesAnErrorNotAHang) {
+    QSessionHandle session = OpenOperator();
+    sim_.Kill();
+    uint8_t random[4];
+    EXPECT_EQ(QGetRandom(session, random, sizeof random), Q_ERR_CONNECTION_LOST);
+    EXPECT_EQ(QAdmOperation(session, Q_ADM_LIVENESS, nullptr, 0, Q_ADM_LIVENESS_FLAGS),
+              Q_ERR_CONNECTION_LOST);
+    EXPECT_EQ(QCloseSession(&session, 0), Q_OK);
+    QSessionHandle again = 0;
+    EXPECT_EQ(Open(PasswordRecord(sim_.port(), "master", sim_.initPassword()), &again),
+              Q_ERR_CONNECT);
+}
+
+TEST_F(SessionTest, OneThreadPerSessionRunsConcurrently) {
+    constexpr int kThreads = 4;
+    constexpr int kCalls = 50;
+    std::vector<QSessionHandle> sessions;
+    for (int i = 0; i < kThreads; ++i)
+        sessions.push_back(OpenOperator(i % 2 ? Q_SESSION_TLS : Q_SESSION_CLEAR));
+    std::atomic<int> failures{0};
+    std::vector<std::thread> threads;
+    for (QSessionHandle session : sessions)
+        threads.emplace_back([session, &failures] {
+            for (int i = 0; i < kCalls; ++i) {
+                QHashHandle hash = 0;
+                uint8_t digest[32];
+                uint32_t length = sizeof digest;
+                if (QCreateHash(session, Q_HASH_SHA256, 0, 0, &hash) != Q_OK ||
+                    QHashData(hash, digest, 8, 0) != Q_OK ||
+                    QGetHashParam(hash, Q_HASH_PARAM_VALUE, digest, &length, 0) != Q_OK ||
+                    QDestroyHash(hash) != Q_OK)
+                    ++failures;
+            }
+        });
+    for (auto &thread : threads)
+        thread.join();
+    EXPECT_EQ(failures, 0);
+    // Two threads sharing one session are serialised rather than interleaved on the wire.
+    QSessionHandle shared = sessions[0];
+    std::vector<std::thread> sharing;
+    for (int t = 0; t < 2; ++t)
+        sharing.emplace_back([shared, &failures] {
+            uint8_t random[16];
+            for (int i = 0; i < kCalls; ++i)
+                if (QGetRandom(shared, random, sizeof random) != Q_OK) ++failures;
+        });
+    for (auto &thread : sharing)
+        thread.join();
+    EXPECT_EQ(failures, 0);
+}
+
+TEST(SessionWithoutLibrary, CallsBeforeInitialisationAreRefused) {
+    QSessionHandle session = 0;
+    QPasswordLoginRecord record = PasswordRecord(4433, "master", "x");
+    EXPECT_EQ(QOpenSession(&session, Q_LOGIN_PASSWORD, &record, sizeof record, Q_SESSION_TLS),
+              Q_ERR_NOT_INITIALIZED);
+    EXPECT_EQ(QFinalize(), Q_ERR_NOT_INITIALIZED);
+    // Initialisation is counted.
+    ASSERT_EQ(QInitialize(Q_INIT_INTERACTIVE), Q_OK);
+    ASSERT_EQ(QInitialize(0), Q_OK);
+    EXPECT_EQ(QFinalize(), Q_OK);
+    EXPECT_EQ(QFinalize(), Q_OK);
+    EXPECT_EQ(QFinalize(), Q_ERR_NOT_INITIALIZED);
+}
+
+}  // namespace
