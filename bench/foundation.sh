@@ -51,19 +51,19 @@ floor_plain=$(redis_us -p "$plain_port")
 floor_tls=$(redis_us -p "$tls_port" --tls --insecure)
 
 ORVENA_BENCH_PORT=$sim_port ORVENA_BENCH_PASSWORD=$password build/bench/bench/roundtrip_bench \
-  --benchmark_min_time=2 --benchmark_out="$work/bench.csv" --benchmark_out_format=csv \
+  --benchmark_min_time=0.5 --benchmark_out="$work/bench.csv" --benchmark_out_format=csv \
   >"$work/bench.txt" 2>&1 || { cat "$work/bench.txt"; exit 1; }
 
 echo
 echo "loopback floor (redis-benchmark ping, 1 client): plain ${floor_plain} us, TLS ${floor_tls} us"
 echo
 printf '%-28s %12s %14s %10s %8s %7s\n' benchmark "us/round-trip" "round-trips/s" "floor us" ratio errors
-# CSV columns: name,iterations,real_time,cpu_time,time_unit,bytes_per_second,items_per_second,...
+# CSV columns: name,iterations,real_time,cpu_time,time_unit,bytes_per_second,
+# items_per_second,label,error_occurred,error_message,errors
 awk -F, -v fp="$floor_plain" -v ft="$floor_tls" '
-  NR == 1 { for (i = 1; i <= NF; i++) col[$i] = i; next }
   /^"/ {
-    name = $1; gsub(/"/, "", name)
-    ips = $col["items_per_second"]; errors = $col["\"errors\""]
+    name = $1; gsub(/"/, "", name); sub(/\/real_time/, "", name)
+    ips = $7; errors = $NF
     threads = name; sub(/.*threads:/, "", threads)
     us = ips > 0 ? 1e6 * threads / ips : 0
     floor = name ~ /tls/ ? ft : fp
