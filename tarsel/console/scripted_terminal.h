@@ -2,6 +2,7 @@
 // A terminal for tests: input comes from a script, both output streams are captured, and
 // secret entry can be made to fail. Install it with ScopedTerminal.
 
+#include <cstdio>
 #include <string>
 #include <utility>
 
@@ -40,7 +41,10 @@ class ScriptedTerminal final : public Terminal {
 
     void DiscardPendingInput() override {}
     void WriteOut(const char *data, size_t length) override { out.append(data, length); }
-    void WriteErr(const char *data, size_t length) override { err.append(data, length); }
+    void WriteErr(const char *data, size_t length) override {
+        err.append(data, length);
+        if (copyErrToProcess) fwrite(data, 1, length, stderr);
+    }
     void FlushOut() override {}
     void ClearScreen() override { out += "<clear>"; }
 
@@ -50,6 +54,8 @@ class ScriptedTerminal final : public Terminal {
     std::string out;
     std::string err;
     bool failSecretEntry = false;
+    // Also writes standard error to the process's own, for tests of a process that ends.
+    bool copyErrToProcess = false;
     bool echoOff = false;
     int secretEntries = 0;
 

@@ -200,7 +200,7 @@ TEST_F(ConsoleMenu, SubtitlesNameTheScreenAnItemBelongsToOrOpens) {
               "This function is not available in this version.\n");
 }
 
-TEST_F(ConsoleMenu, NestedMenusHoldTheirItemsInOrder) {
+TEST_F(ConsoleMenu, NestedMenusFilterByAclUnderAnEmptyColumnTitle) {
     struct Case {
         MenuBuilder build;
         uint32_t acl;
@@ -211,19 +211,6 @@ TEST_F(ConsoleMenu, NestedMenusHoldTheirItemsInOrder) {
         {BuildAccessTokensMenu, 0x20, {"Info", "Issue", "Revoke", "Details", "List", "Run GC"}},
         {BuildLogsMenu, 0x80, {"Retrieve", "Clear", "Follow"}},
         {BuildBackupMenu, 0x20, {}},
-        {BuildExportMenu,
-         0,
-         {"Symmetric Keys", "Asymmetric Keys", "Certificate / PKCS#7 / File", "BYOK"}},
-        {BuildReplicationMenu, 0, {"Info", "Nodes", "Refresh", "Cross Check", "Notify Node Down"}},
-        {BuildEftMenu, 0, {"Import Key...", "Export Key...", "EMV CSR"}},
-        {BuildSmartCardMenu,
-         0,
-         {"Inspect", "Change PIN", "Create Server Master Key", "Erase",
-          "Create Partition Auth Seth", "Get Label", "Copy Set", "Copy Card"}},
-        {BuildTestsMenu,
-         0,
-         {"Symmetric", "Asymmetric", "RNG", "Hashing", "XML", "CVV", "PKCS#7", "OATH check",
-          "SVault"}},
     };
     for (const Case &c : cases) {
         Menu menu;
@@ -253,6 +240,20 @@ TEST_F(ConsoleMenu, LoopLeavesOnEmptyOrNonNumericReplyWithoutTouchingTheSession)
         EXPECT_EQ(terminal.out.find("Invalid option."), std::string::npos);
         EXPECT_NE(terminal.out.find("\n 0 - Main Menu\n\nOption : "), std::string::npos);
     }
+}
+
+TEST_F(ConsoleMenu, DeadSessionEndsTheProcessBeforeDispatch) {
+    Menu menu;
+    BuildMainMenu(&menu, 0, "H");
+    // No session was ever opened, so the liveness check fails before any item runs.
+    EXPECT_EXIT(
+        {
+            ScriptedTerminal terminal("19\n");
+            terminal.copyErrToProcess = true;
+            ScopedTerminal scope(&terminal);
+            RunMenu(0, menu, "Main Menu", "H", true);
+        },
+        ::testing::ExitedWithCode(255), "\nError session expired\\. .* \\([0-9]+\\)\n");
 }
 
 }  // namespace
