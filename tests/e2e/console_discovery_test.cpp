@@ -27,7 +27,7 @@ TEST(ConsoleDiscovery, EnterAtTheAddressPromptSearchesTheNetwork) {
     console.Expect("HSM User ID : ");
     console.Send("master\n");
     console.Expect("HSM User Password :");
-    console.Send(sim.initPassword() + "\n");
+    console.SendSecret(sim.initPassword() + "\n");
     console.Expect("\nOTP [optional, ENTER for none] : ");
     console.Send("\n");
     console.Expect("\n\nConnecting...\n\n");

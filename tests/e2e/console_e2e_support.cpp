@@ -74,7 +74,7 @@ void WriteClientKeyAndCertificate(const std::string &keyPath, const std::string 
 
 bool EnterPasswordAndReachMainMenu(PtyDriver &console, const std::string &password) {
     if (!console.Expect("HSM User Password :")) return false;
-    console.Send(password + "\n");
+    console.SendSecret(password + "\n");
     return console.Expect("Connecting...") && console.Expect("Main Menu") &&
            console.Expect("Option : ");
 }

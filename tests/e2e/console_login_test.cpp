@@ -9,6 +9,10 @@ namespace {
 const char kSessionLineTail[] =
     " - Engine 5.1.0.0-orvena-sim - ORV-9000 Serial:OV00000001 (simulated) - ";
 
+// ACL words of users that must log in with their second factor.
+const char kOathSecondFactor[] = "536870912";  // 0x20000000
+const char kX509SecondFactor[] = "268435456";  // 0x10000000
+
 void ExitFromMainMenu(PtyDriver &console) {
     console.Send("0\n");
     EXPECT_EQ(console.WaitExit(), 0);
@@ -18,7 +22,7 @@ TEST(ConsoleLogin, PasswordLoginShowsTheSessionLineAndExitEndsWithZero) {
     SimProcess sim;
     PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
     console.Expect("\nHSM Orvena IP : 127.0.0.1\nHSM User ID : masterHSM User Password :");
-    console.Send(sim.initPassword() + "\n");
+    console.SendSecret(sim.initPassword() + "\n");
     console.Expect(std::string(sim.initPassword().size(), '*'));
     console.Expect("\n\nConnecting...\n\n");
     console.Expect(std::string("HSM 127.0.0.1 e") + kSessionLineTail +
@@ -32,7 +36,7 @@ TEST(ConsoleLogin, WrongPasswordEndsWithTheLibraryCode) {
     SimProcess sim;
     PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
     console.Expect("HSM User Password :");
-    console.Send("Not#The#Password\n");
+    console.SendSecret("Not#The#Password\n");
     console.Expect("\nError opening session. Invalid user or password. (1012)\n");
     EXPECT_EQ(console.WaitExit(), ExitStatusOf(1012));
 }
@@ -40,13 +44,13 @@ TEST(ConsoleLogin, WrongPasswordEndsWithTheLibraryCode) {
 TEST(ConsoleLogin, OtpIsAskedWithDashOAndTheArgumentAfterItIsSkipped) {
     SimProcess sim;
     const std::string seed = "3132333435363738393031323334353637383930";
-    ASSERT_EQ(sim.Simctl({"add-user", "carol", "Carol#12345", "--acl", "0"}), 0);
+    ASSERT_EQ(sim.Simctl({"add-user", "carol", "Carol#12345", "--acl", kOathSecondFactor}), 0);
     ASSERT_EQ(sim.Simctl({"set-otp", "carol", "hotp", seed}), 0);
 
     // "123456" is not an OTP and "-c" after it still counts.
     PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "carol", {"-o", "123456", "-c"}));
     console.Expect("HSM User Password :");
-    console.Send("Carol#12345\n");
+    console.SendSecret("Carol#12345\n");
     console.Expect("\nOTP [optional, ENTER for none] : ");
     console.Send(Hotp(seed, 0) + "\n");
     console.Expect(std::string("HSM 127.0.0.1 c") + kSessionLineTail + "ID carol");
@@ -55,7 +59,7 @@ TEST(ConsoleLogin, OtpIsAskedWithDashOAndTheArgumentAfterItIsSkipped) {
 
     PtyDriver withoutOtp(TARSEL_PATH, ConsoleArgs(sim, "carol", {"-o"}));
     withoutOtp.Expect("HSM User Password :");
-    withoutOtp.Send("Carol#12345\n");
+    withoutOtp.SendSecret("Carol#12345\n");
     withoutOtp.Expect("OTP [optional, ENTER for none] : ");
     withoutOtp.Send("\n");
     withoutOtp.Expect("\nError opening session. ");
@@ -68,7 +72,7 @@ TEST(ConsoleLogin, MutualTlsReadsTheFilesAndForcesTls) {
     const std::string key = dir.Path("client.key");
     const std::string cert = dir.Path("client.crt");
     WriteClientKeyAndCertificate(key, cert);
-    ASSERT_EQ(sim.Simctl({"add-user", "dave", "Dave#123456", "--acl", "0"}), 0);
+    ASSERT_EQ(sim.Simctl({"add-user", "dave", "Dave#123456", "--acl", kX509SecondFactor}), 0);
     ASSERT_EQ(sim.Simctl({"set-cert", "dave", cert}), 0);
     const std::string hsmCert = sim.dataDir() + "/tls.crt";
 
@@ -76,9 +80,9 @@ TEST(ConsoleLogin, MutualTlsReadsTheFilesAndForcesTls) {
         TARSEL_PATH,
         ConsoleArgs(sim, "dave", {"-c", "-pri", key, "-pri_cer", cert, "-hsm_cer", hsmCert}));
     console.Expect("HSM User ID : davePrivate key password :");
-    console.Send("\n");
+    console.SendSecret("\n");
     console.Expect("\nHSM User Password :");
-    console.Send("Dave#123456\n");
+    console.SendSecret("Dave#123456\n");
     console.Expect(std::string("HSM 127.0.0.1 e") + kSessionLineTail + "ID dave");
     console.Expect("Option : ");
     ExitFromMainMenu(console);
@@ -116,7 +120,7 @@ TEST(ConsoleLogin, ExpiredPasswordIsChangedOrTheLoginFails) {
 
     PtyDriver declined(TARSEL_PATH, ConsoleArgs(sim, "erin"));
     declined.Expect("HSM User Password :");
-    declined.Send("Erin#123456\n");
+    declined.SendSecret("Erin#123456\n");
     declined.Expect(kQuestion);
     declined.Send("n\n");
     declined.Expect("\nError opening session. User password expired. (5178)\n");
@@ -124,25 +128,25 @@ TEST(ConsoleLogin, ExpiredPasswordIsChangedOrTheLoginFails) {
 
     PtyDriver mismatched(TARSEL_PATH, ConsoleArgs(sim, "erin"));
     mismatched.Expect("HSM User Password :");
-    mismatched.Send("Erin#123456\n");
+    mismatched.SendSecret("Erin#123456\n");
     mismatched.Expect(kQuestion);
     mismatched.Send("y\n");
     mismatched.Expect("New Password:");
-    mismatched.Send("Erin#654321\n");
+    mismatched.SendSecret("Erin#654321\n");
     mismatched.Expect("Confirm new password:");
-    mismatched.Send("Erin#000000\n");
+    mismatched.SendSecret("Erin#000000\n");
     mismatched.Expect("Password differs from confirmation!");
     EXPECT_NE(mismatched.WaitExit(), 0);
 
     PtyDriver changed(TARSEL_PATH, ConsoleArgs(sim, "erin"));
     changed.Expect("HSM User Password :");
-    changed.Send("Erin#123456\n");
+    changed.SendSecret("Erin#123456\n");
     changed.Expect(kQuestion);
     changed.Send("\n");
     changed.Expect("\nNew Password:");
-    changed.Send("Erin#654321\n");
+    changed.SendSecret("Erin#654321\n");
     changed.Expect("Confirm new password:");
-    changed.Send("Erin#654321\n");
+    changed.SendSecret("Erin#654321\n");
     changed.Expect("\n\nPassword changed successfully.\n\n");
     changed.Expect("Option : ");
     ExitFromMainMenu(changed);
@@ -156,7 +160,7 @@ TEST(ConsoleLogin, DashEaAsSecondArgumentIsTheUserElseItOpensTheAccessTokensMenu
     SimProcess sim;
     PtyDriver asUser(TARSEL_PATH, {"127.0.0.1", "-ea", "-p", std::to_string(sim.port())});
     asUser.Expect("\nHSM User ID : -eaHSM User Password :");
-    asUser.Send("whatever\n");
+    asUser.SendSecret("whatever\n");
     asUser.Expect("\nError opening session. ");
     EXPECT_NE(asUser.WaitExit(), 0);
 

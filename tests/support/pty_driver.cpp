@@ -100,6 +100,20 @@ void PtyDriver::Send(const std::string &text) {
     }
 }
 
+void PtyDriver::SendSecret(const std::string &text, Duration timeout) {
+    const auto deadline = Clock::now() + timeout;
+    for (;;) {
+        termios settings{};
+        if (tcgetattr(master_, &settings) == 0 && (settings.c_lflag & ECHO) == 0) break;
+        if (Clock::now() >= deadline) {
+            ADD_FAILURE() << "echo never went off\n--- output so far ---\n" << output_;
+            return;
+        }
+        ReadSome(Duration(10));
+    }
+    Send(text);
+}
+
 int PtyDriver::WaitExit(Duration timeout) {
     if (pid_ <= 0) return status_;
     const auto deadline = Clock::now() + timeout;

@@ -31,6 +31,9 @@ class PtyDriver {
     bool Expect(const std::string &text, Duration timeout = kDefaultTimeout);
     // Writes `text` to the program's terminal, as typed.
     void Send(const std::string &text);
+    // Waits until the program has switched echo off (a secret prompt discards what was typed
+    // before), then types `text`. Fails the test on timeout.
+    void SendSecret(const std::string &text, Duration timeout = kDefaultTimeout);
     // Waits for the program to end and returns its exit status (0-255), or -1 when it did
     // not end in time or was killed by a signal; reads all remaining output.
     int WaitExit(Duration timeout = kDefaultTimeout);
