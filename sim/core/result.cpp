@@ -54,6 +54,8 @@ wire::Status ToWireStatus(Result result) {
             return wire::ERR_BAD_STATE;
         case Result::kProtocol:
             return wire::ERR_PROTOCOL;
+        case Result::kNoMemory:
+            return wire::ERR_NO_MEMORY;
     }
     return wire::ERR_INTERNAL;
 }

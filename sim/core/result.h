@@ -34,6 +34,7 @@ enum class [[nodiscard]] Result{
     kBadAlgorithm,
     kBadState,
     kProtocol,
+    kNoMemory,
 };
 
 wire::Status ToWireStatus(Result result);

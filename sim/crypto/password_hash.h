@@ -13,4 +13,8 @@ std::string HashPassword(std::string_view password);
 // Constant-time check of `password` against an encoded hash; false also for a bad hash.
 bool VerifyPassword(const std::string &encoded, std::string_view password);
 
+// Spends the time of a VerifyPassword for a user that does not exist, so that the answer
+// time does not tell which user ids exist.
+void VerifyPasswordOfNobody(std::string_view password);
+
 }  // namespace sim

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <system_error>
 
 #include "server/connection.h"
@@ -57,7 +58,13 @@ void Server::Start() {
 void Server::AcceptLoop() {
     while (stop_.WaitReadable(listenFd_)) {
         int fd = ::accept4(listenFd_, nullptr, nullptr, SOCK_CLOEXEC);
-        if (fd < 0) continue;  // the client gave up, or descriptors ran out for a moment
+        if (fd < 0) {
+            // Out of descriptors: the pending connection stays readable, so give
+            // finishing sessions a moment instead of spinning on it.
+            if (errno == EMFILE || errno == ENFILE)
+                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            continue;
+        }
         std::lock_guard lock(mutex_);
         ReapFinishedLocked();
         if (stopped_) {

@@ -79,6 +79,7 @@ Result PasswordLogin(HsmContext &hsm, ConnectionState &conn, const wire::pb::Log
         return Result::kAuthFailed;
     std::optional<UserRecord> user = hsm.users.FindUser(login.user());
     if (!user) {
+        VerifyPasswordOfNobody(login.password());
         hsm.users.AppendEvent(login.user(), "Login failed (unknown user)");
         return Result::kAuthFailed;
     }

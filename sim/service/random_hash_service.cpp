@@ -31,7 +31,7 @@ Result HandleGetRandom(const wire::pb::GetRandom &request, wire::pb::Response *r
 
 Result HandleHashCreate(HsmContext &hsm, ConnectionState &conn, const wire::pb::HashCreate &request,
                         wire::pb::Response *response) {
-    if (conn.session->hashes.size() >= kMaxHashesPerSession) return Result::kInvalidParameter;
+    if (conn.session->hashes.size() >= kMaxHashesPerSession) return Result::kNoMemory;
     std::unique_ptr<HashContext> context;
     if (Result r = HashContext::Create(request.algorithm(), &context); r != Result::kOk) return r;
     // Keys are not stored on this HSM yet, so no name can refer to one.
