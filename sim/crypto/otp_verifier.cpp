@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "core/secret.h"
+
 namespace sim {
 
 namespace {
@@ -19,10 +21,10 @@ void EnsureOathInitialised() {
 std::optional<uint64_t> VerifyOtp(const OathState &state, std::string_view seed,
                                   std::string_view otp, int64_t now) {
     EnsureOathInitialised();
-    const std::string code(otp);  // liboath wants a terminated string
+    const SecretBytes code{std::string(otp)};  // liboath wants a terminated string
     if (state.kind == OathKind::kEvent) {
         int position = oath_hotp_validate(seed.data(), seed.size(), state.counter, kHotpLookAhead,
-                                          code.c_str());
+                                          code.view().c_str());
         if (position < 0) return std::nullopt;
         return state.counter + static_cast<uint64_t>(position) + 1;
     }
@@ -31,7 +33,7 @@ std::optional<uint64_t> VerifyOtp(const OathState &state, std::string_view seed,
     uint64_t usedStep = 0;
     int rc = oath_totp_validate3(seed.data(), seed.size(), static_cast<time_t>(now), state.step,
                                  static_cast<time_t>(state.startTime), 1, &position, &usedStep,
-                                 code.c_str());
+                                 code.view().c_str());
     if (rc < 0 || usedStep < state.counter) return std::nullopt;
     return usedStep + 1;
 }
