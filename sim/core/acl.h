@@ -6,7 +6,6 @@
 namespace sim::acl {
 
 inline constexpr uint32_t kCreateRemoveUsers = 0x10;
-inline constexpr uint32_t kRemoteInfo = 0x20;
 inline constexpr uint32_t kListUsers = 0x40;
 inline constexpr uint32_t kOperator = 0x80;
 inline constexpr uint32_t kX509SecondFactor = 0x10000000;
