@@ -73,7 +73,8 @@ typedef uint32_t (*QNameCallback)(const char *name, void *context, int isFinal);
 
 /* Prepares the library (OpenSSL, tables). Idempotent: a second call is counted and needs a
  * matching QFinalize. Must precede every call except QAlloc, QFree, QGetErrorString,
- * QGetReturnCodeString, QVersion, QBase642ByteArray, QByteArray2Base64 and QSCIsLibLoaded. */
+ * QGetReturnCodeString, QVersion, QFindHSM, QGetHSMTLSCert, QBase642ByteArray,
+ * QByteArray2Base64 and QSCIsLibLoaded. */
 QELVOARC_API uint32_t QInitialize(uint32_t flags);
 
 /* Releases the library: closes every session still open and releases every handle.
@@ -198,7 +199,7 @@ QELVOARC_API uint32_t QGetSessionParam(QSessionHandle session, uint32_t param, v
 #define Q_ADM_LIVENESS_FLAGS 0xFFFFF6BDu
 
 /* Runs an administrative operation. data: in or out as the operation says (may be NULL
- * with length 0). */
+ * with length 0). Served so far: Q_ADM_LIVENESS. */
 QELVOARC_API uint32_t QAdmOperation(QSessionHandle session, uint32_t operation, void *data,
                                     uint32_t length, uint32_t flags);
 
@@ -381,7 +382,8 @@ QELVOARC_API uint32_t QGetUserAcl(QSessionHandle session, const char *userId, ui
  * fills. length [in,out]. */
 QELVOARC_API uint32_t QGetUserParam(QSessionHandle session, uint32_t code, void *buffer,
                                     uint32_t *length, uint32_t flags);
-/* Changes a user parameter (Q_USER_PARAM_*). The library wipes its copies of passwords. */
+/* Changes a user parameter (Q_USER_PARAM_*). The library wipes its copies of passwords.
+ * Served so far: Q_USER_PARAM_OWN_PASSWORD (also in a password-change-only session). */
 QELVOARC_API uint32_t QSetUserParam(QSessionHandle session, uint32_t code, const void *data,
                                     uint32_t length, uint32_t flags);
 /* Gives a user an OATH second factor. tokenType: Q_TOKEN_OATH_*; record: 131 or 141 bytes. */
@@ -800,7 +802,9 @@ QELVOARC_API uint32_t QWriteFileBuffer(QSessionHandle session, const char *remot
 #define Q_HSM_INFO_RECORD_SIZE 10947u
 
 /* Reads information of a kind (Q_INFO_*). flagWord [in,out]: request flags in, the HSM's
- * answer flags out. length [in,out]: capacity / bytes written. */
+ * answer flags out. length [in,out]: capacity in; bytes written out. Text kinds are written
+ * with a terminator that the capacity must include and the length out does not count.
+ * Served so far: Q_INFO_VERSION and Q_INFO_MODE; other kinds give Q_ERR_NOT_SUPPORTED. */
 QELVOARC_API uint32_t QGetHsmInfo(QSessionHandle session, uint32_t *flagWord, uint32_t kind,
                                   void *buffer, uint32_t *length, uint32_t flags);
 

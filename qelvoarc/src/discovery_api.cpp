@@ -105,12 +105,13 @@ uint32_t FindHsm(uint32_t searchType, uint32_t waitMs, QHsmDiscoveryEntry **list
             AddEntry(reply, &found);
     }
     ::close(fd);
-    *list = nullptr;
-    *count = static_cast<uint32_t>(found.size());
-    if (found.empty()) return wire::OK;
-    void *copy = CopyToLibraryMemory(found.data(), found.size() * sizeof found[0]);
-    if (copy == nullptr) return wire::ERR_NO_MEMORY;
+    void *copy = nullptr;
+    if (!found.empty()) {
+        copy = CopyToLibraryMemory(found.data(), found.size() * sizeof found[0]);
+        if (copy == nullptr) return wire::ERR_NO_MEMORY;
+    }
     *list = static_cast<QHsmDiscoveryEntry *>(copy);
+    *count = static_cast<uint32_t>(found.size());
     return wire::OK;
 }
 
