@@ -1,0 +1,52 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "app/new_password.h"
+#include "console/scripted_terminal.h"
+
+namespace {
+
+struct Result {
+    uint32_t status;
+    std::string password;
+    std::string out;
+    std::string err;
+};
+
+Result TypeNewPassword(const std::string &typed, size_t minChars) {
+    ScriptedTerminal terminal(typed);
+    ScopedTerminal installed(&terminal);
+    char password[17] = {};
+    const uint32_t status = ReadNewPassword("New Password: ", "Confirm new password: ", minChars,
+                                            password, sizeof password);
+    return {status, password, terminal.out, terminal.err};
+}
+
+TEST(AppNewPassword, ConfirmedPasswordIsReturnedAndNeverShown) {
+    const Result r = TypeNewPassword("Secret#1\nSecret#1\n", 6);
+    EXPECT_EQ(r.status, kNewPasswordOk);
+    EXPECT_EQ(r.password, "Secret#1");
+    EXPECT_EQ(r.out, "New Password: ********\nConfirm new password: ********\n");
+}
+
+TEST(AppNewPassword, ShortPasswordsAreAskedAgainAndEnterCancels) {
+    const Result retried = TypeNewPassword("abc\nSecret#1\nSecret#1\n", 6);
+    EXPECT_EQ(retried.status, kNewPasswordOk);
+    EXPECT_EQ(retried.password, "Secret#1");
+
+    EXPECT_EQ(TypeNewPassword("\n", 6).status, kNewPasswordCancelled);
+    EXPECT_EQ(TypeNewPassword("abc\n\n", 6).status, kNewPasswordCancelled);
+    // Without a minimum any non-empty password is taken.
+    EXPECT_EQ(TypeNewPassword("a\na\n", 0).status, kNewPasswordOk);
+}
+
+TEST(AppNewPassword, DifferentConfirmationIsRefused) {
+    const Result r = TypeNewPassword("Secret#1\nSecret#2\n", 6);
+    EXPECT_EQ(r.status, kNewPasswordDiffers);
+    EXPECT_EQ(r.err, "\nPassword differs from confirmation!\n");
+    // A confirmation that only begins like the password is no match either.
+    EXPECT_EQ(TypeNewPassword("Secret#1\nSecret#\n", 6).status, kNewPasswordDiffers);
+}
+
+}  // namespace
