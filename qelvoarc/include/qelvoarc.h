@@ -510,7 +510,48 @@ QELVOARC_API uint32_t QManageATokenCache(QSessionHandle session, uint32_t operat
 #define Q_KEY_PARAM_ATTRIBUTE 8u     /* uint32_t export attribute */
 #define Q_KEY_PARAM_LENGTH 9u        /* uint32_t key length in bytes (type name when non-zero) */
 #define Q_KEY_PARAM_TEMPORARY 10u    /* uint32_t: 0 = temporary */
+#define Q_KEY_PARAM_BLOCKED 12u      /* uint32_t: 1 = blocked */
 #define Q_KEY_PARAM_RSA_EXPONENT 16u /* buffer is uint8_t **: library memory (QFree) */
+#define Q_KEY_PARAM_LIFE_CYCLE 17u   /* QKeyLifeCycle (89) */
+#define Q_KEY_PARAM_RECORD 18u       /* QKeyRecord (80) */
+
+/* Life-cycle states (QKeyLifeCycle.state). */
+#define Q_KEY_STATE_UNKNOWN 0u
+#define Q_KEY_STATE_PRE_ACTIVE 1u
+#define Q_KEY_STATE_ACTIVE 2u
+#define Q_KEY_STATE_DEACTIVATED 3u
+#define Q_KEY_STATE_COMPROMISED 4u
+#define Q_KEY_STATE_DESTROYED 5u
+#define Q_KEY_STATE_DESTROYED_C 6u
+
+#pragma pack(push, 1)
+/* Dates are seconds since 1970 UTC, 0 when unset. usageMask: bit 0x1 SIGN .. 0x80000
+ * TRANSLATE_UNWRAP. */
+typedef struct QKeyLifeCycle {
+    uint64_t initialDate;
+    uint64_t activationDate;
+    uint64_t processStartDate;
+    uint64_t protectStopDate;
+    uint64_t deactivationDate;
+    uint64_t compromiseOccurrenceDate;
+    uint64_t compromiseDate;
+    uint64_t archiveDate;
+    uint64_t lastChangeDate;
+    uint64_t originalCreationDate;
+    uint64_t usageMask;
+    uint8_t state; /* Q_KEY_STATE_* */
+} QKeyLifeCycle;
+QELVOARC_STATIC_ASSERT(sizeof(QKeyLifeCycle) == 89, "key life cycle");
+
+/* The attributes a key was created with. */
+typedef struct QKeyRecord {
+    uint32_t algorithm;  /* Q_ALG_* */
+    uint32_t attributes; /* key attribute word: Q_KEY_* bits and the usage profile */
+    uint32_t length;     /* key length in bytes */
+    uint8_t reserved[68];
+} QKeyRecord;
+QELVOARC_STATIC_ASSERT(sizeof(QKeyRecord) == 80, "key record");
+#pragma pack(pop)
 
 /* Blob types of QImportKey / QExportKey. */
 #define Q_BLOB_CLEAR_SYMMETRIC 4u
@@ -995,13 +1036,16 @@ QELVOARC_API uint32_t QEFTExportTR31(QSessionHandle session, const char *kbpkNam
 QELVOARC_API uint32_t QEFTExportAESKeyParts(QSessionHandle session, const char *keyName,
                                             uint32_t parts, uint32_t format,
                                             QEftAesComponentRecord *record, uint32_t flags);
-/* Computes a check value of clear key material without an HSM. format: Q_KCV_FORMAT_*.
- * reserved: 0. kcv/kcvLength [in,out] (at least 3 bytes). Q_ERR_KCV_RETRY (1052): the
- * value could not be computed; enter the component again. */
+#define Q_KCV_OFFLINE_KCV 1u  /* QEFTGenKCVOffline: classic 3-byte check value */
+#define Q_KCV_OFFLINE_CMAC 2u /* QEFTGenKCVOffline: CMAC check value */
+
+/* Computes a check value of clear key material without an HSM. format: Q_KCV_OFFLINE_*
+ * (not Q_KCV_FORMAT_*). reserved: 0. kcv/kcvLength [in,out] (at least 3 bytes). Q_ERR_KCV_RETRY
+ * (1052): the value could not be computed; enter the component again. */
 QELVOARC_API uint32_t QEFTGenKCVOffline(uint32_t format, uint32_t algorithm, const uint8_t *key,
                                         uint32_t keyLength, uint32_t reserved, uint8_t *kcv,
                                         uint32_t *kcvLength, uint32_t flags);
-/* The check value of a key of the partition. */
+/* The check value of a key of the partition. format: Q_KCV_FORMAT_*. kcv/kcvLength [in,out]. */
 QELVOARC_API uint32_t QEFTGetKcv(QSessionHandle session, const char *keyName, uint32_t format,
                                  uint8_t *kcv, uint32_t *kcvLength, uint32_t flags);
 /* Computes a CVV. cvv [out]: 3 digits and the terminator (4 bytes). */
