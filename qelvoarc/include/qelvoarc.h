@@ -1405,6 +1405,9 @@ QELVOARC_API uint32_t QByteArray2Base64(const uint8_t *data, uint32_t length, ch
 #define Q_ERR_KCV_RETRY 1052u
 #define Q_ERR_PIN_CHARACTERS 1089u
 #define Q_ERR_CARD_HAS_SHADOW 1092u
+#define Q_ERR_KCV_MISMATCH 1100u
+#define Q_ERR_NOT_EXPORTABLE 1101u
+#define Q_ERR_WRONG_OBJECT_TYPE 1102u
 #define Q_ERR_NO_MEMORY 2002u
 #define Q_ERR_PASSWORD_EXPIRED 5178u
 

@@ -22,6 +22,31 @@ bool ValidSessionFlags(uint32_t flags) {
     return (flags & ~kKnownSessionFlags) == 0 && tls != clear;
 }
 
+ConnectionOptions OptionsFor(const LoginPlan &plan, uint32_t flags) {
+    ConnectionOptions options;
+    options.address = plan.address.c_str();
+    options.port = plan.port;
+    options.tls = (flags & Q_SESSION_TLS) != 0;
+    options.tcp.keepAlive = (flags & Q_SESSION_KEEPALIVE) != 0;
+    if (flags & Q_SESSION_FAST_CONNECT) options.tcp.connectTimeoutMs = kFastConnectMs;
+    options.mutualTls = plan.usesMutualTls ? &plan.mutualTls : nullptr;
+    return options;
+}
+
+// Sends the login and wipes every copy of its secrets. Returns the transport status or the
+// HSM's answer; *passwordChangeOnly tells a 5178 that still opened a restricted session.
+uint32_t Authenticate(Connection &connection, pb::Login &login, bool *passwordChangeOnly) {
+    pb::Request request;
+    *request.mutable_login() = std::move(login);
+    pb::Response response;
+    uint32_t status = connection.RoundTrip(request, &response, true);
+    WipeLoginSecrets(request.mutable_login());
+    if (status == wire::OK) status = response.status();
+    *passwordChangeOnly =
+        status == wire::ERR_PASSWORD_EXPIRED && response.login().password_expired();
+    return status;
+}
+
 uint32_t OpenSession(QSessionHandle *out, uint32_t method, const void *record, uint32_t recordSize,
                      uint32_t flags) {
     if (!LibraryState::Get().initialized()) return wire::ERR_NOT_INITIALIZED;
@@ -31,27 +56,10 @@ uint32_t OpenSession(QSessionHandle *out, uint32_t method, const void *record, u
     if (status == wire::OK && plan.usesMutualTls && (flags & Q_SESSION_TLS) == 0)
         status = wire::ERR_INVALID_PARAMETER;
     std::unique_ptr<Connection> connection;
-    if (status == wire::OK) {
-        ConnectionOptions options;
-        options.address = plan.address.c_str();
-        options.port = plan.port;
-        options.tls = (flags & Q_SESSION_TLS) != 0;
-        options.tcp.keepAlive = (flags & Q_SESSION_KEEPALIVE) != 0;
-        if (flags & Q_SESSION_FAST_CONNECT) options.tcp.connectTimeoutMs = kFastConnectMs;
-        options.mutualTls = plan.usesMutualTls ? &plan.mutualTls : nullptr;
-        status = Connection::Open(options, &connection);
-    }
-    pb::Response response;
-    if (status == wire::OK) {
-        pb::Request request;
-        *request.mutable_login() = std::move(plan.login);
-        status = connection->RoundTrip(request, &response, true);
-        WipeLoginSecrets(request.mutable_login());
-        if (status == wire::OK) status = response.status();
-    }
+    if (status == wire::OK) status = Connection::Open(OptionsFor(plan, flags), &connection);
+    bool passwordChangeOnly = false;
+    if (status == wire::OK) status = Authenticate(*connection, plan.login, &passwordChangeOnly);
     WipeLoginSecrets(&plan.login);
-    bool passwordChangeOnly =
-        status == wire::ERR_PASSWORD_EXPIRED && response.login().password_expired();
     if (status != wire::OK && !passwordChangeOnly) return status;
     *out = LibraryState::Get().sessions.Add(std::make_shared<Session>(std::move(connection)));
     return status;
