@@ -8,17 +8,19 @@
 namespace {
 
 struct Parsed {
+    std::vector<std::string> args;  // owns what extras.accessToken points into
     ParseResult result;
     ProcessState state;
     CommandLineExtras extras;
 };
 
 Parsed Parse(std::vector<std::string> args) {
-    args.insert(args.begin(), "tarsel");
-    std::vector<const char *> argv;
-    for (const std::string &arg : args)
-        argv.push_back(arg.c_str());
     Parsed parsed{};
+    parsed.args = std::move(args);
+    parsed.args.insert(parsed.args.begin(), "tarsel");
+    std::vector<const char *> argv;
+    for (const std::string &arg : parsed.args)
+        argv.push_back(arg.c_str());
     parsed.result = ParseCommandLine(int(argv.size()), argv.data(), &parsed.state, &parsed.extras);
     return parsed;
 }
