@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <vector>
 
 template <typename T>
@@ -85,6 +86,8 @@ bool PickUsageProfile(int32_t keyAlgorithm, uint32_t *attributes);
 std::vector<uint32_t> UsageProfilesFor(int32_t keyAlgorithm);
 // What a profile is for, as shown in key information: "any usage" for 0, "unknown" above 25.
 const char *UsageProfileDescription(uint32_t profile);
+// The short name of a profile ("DIG_SIG" for 1); "any usage" for 0, "unknown" above 25.
+std::string UsageProfileName(uint32_t profile);
 
 // True for the RSA identifiers (those of PickRsaKeySize, also with the top bit set, and
 // 351 and 353).

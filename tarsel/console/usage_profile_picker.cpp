@@ -1,5 +1,6 @@
 // Usage profiles: what a key may be used for, carried in the top byte of its attributes.
 #include <cstring>
+#include <string>
 
 #include "console/pickers.h"
 
@@ -78,4 +79,11 @@ const char *UsageProfileDescription(uint32_t profile) {
     if (profile == 0) return "any usage";
     if (profile > kUsageProfileCount) return "unknown";
     return strstr(kProfileLabels[profile - 1], " - ") + 3;
+}
+
+std::string UsageProfileName(uint32_t profile) {
+    if (profile == 0 || profile > kUsageProfileCount) return UsageProfileDescription(profile);
+    // The label starts with the name, padded with blanks to one width.
+    const char *label = kProfileLabels[profile - 1];
+    return std::string(label, strcspn(label, " "));
 }

@@ -1,5 +1,6 @@
 // Menus under "HSM" for its applications: SPB, EFT, safe keeping, smart cards, blockchain
 // and tests.
+#include "apps/import_key_components.h"
 #include "console/menu_tree.h"
 #include "console/menus/menu_table.h"
 
@@ -34,7 +35,7 @@ constexpr MenuEntry kEftMenu[] = {
 constexpr MenuEntry kEftImportKeyMenu[] = {
     Title(0, ""),
     Action(0, "With KEK DES/3DES", kAnyone, NotAvailableAction),
-    Action(0, "Key Components", kAnyone, NotAvailableAction),
+    Action(0, "Key Components", kAnyone, ImportKeyComponentsAction),
 };
 
 constexpr MenuEntry kEftExportKeyMenu[] = {

@@ -1,6 +1,7 @@
 // Menus under "Keys/Objects": generation, import, export, permissions and key backup.
 #include "console/menu_tree.h"
 #include "console/menus/menu_table.h"
+#include "keys/key_actions.h"
 
 using namespace menu_table;
 namespace titles = menu_titles;
@@ -10,20 +11,20 @@ namespace {
 // clang-format off
 constexpr MenuEntry kGenerateMenu[] = {
     Title(0, "Symmetric keys"),
-    Action(0, "DES", kAnyone, NotAvailableAction),
-    Action(0, "3DES", kAnyone, NotAvailableAction),
-    Action(0, "DESX", kAnyone, NotAvailableAction),
-    Action(0, "AES", kAnyone, NotAvailableAction),
-    Action(0, "ARC4", kAnyone, NotAvailableAction),
-    Action(0, "ARC5", kAnyone, NotAvailableAction),
-    Action(0, "HMAC", kAnyone, NotAvailableAction),
+    Action(0, "DES", kAnyone, GenerateDesAction),
+    Action(0, "3DES", kAnyone, GenerateTripleDesAction),
+    Action(0, "DESX", kAnyone, GenerateDesxAction),
+    Action(0, "AES", kAnyone, GenerateAesAction),
+    Action(0, "ARC4", kAnyone, GenerateArc4Action),
+    Action(0, "ARC5", kAnyone, GenerateArc5Action),
+    Action(0, "HMAC", kAnyone, GenerateHmacAction),
     Title(1, "Asymmetric keys"),
-    Action(1, "RSA", kAnyone, NotAvailableAction),
-    Action(1, "ECC", kAnyone, NotAvailableAction),
-    Action(1, "ECX", kAnyone, NotAvailableAction, FirmwareHasEdwardsCurves),
+    Action(1, "RSA", kAnyone, GenerateRsaAction),
+    Action(1, "ECC", kAnyone, GenerateEccAction),
+    Action(1, "ECX", kAnyone, GenerateEcxAction, FirmwareHasEdwardsCurves),
     Title(2, "Objects"),
-    Action(2, "MAP", kAnyone, NotAvailableAction),
-    Action(2, "PKCS11 MAP", kAnyone, NotAvailableAction, LegacyOptions),
+    Action(2, "MAP", kAnyone, CreateMapAction),
+    Action(2, "PKCS11 MAP", kAnyone, CreatePkcs11MapAction, LegacyOptions),
 };
 
 constexpr MenuEntry kPermissionsMenu[] = {
@@ -51,7 +52,7 @@ constexpr MenuEntry kImportMenu[] = {
 constexpr MenuEntry kImportSymmetricMenu[] = {
     Title(0, ""),
     Action(0, "With KEK", kAnyone, NotAvailableAction),
-    Action(0, "Clear Text Key", kAnyone, NotAvailableAction),
+    Action(0, "Clear Text Key", kAnyone, ImportClearKeyAction),
     Action(0, "TR-31", kAnyone, NotAvailableAction),
 };
 

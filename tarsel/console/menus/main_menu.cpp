@@ -2,6 +2,7 @@
 #include "app/version_numbers.h"
 #include "console/menu_tree.h"
 #include "console/menus/menu_table.h"
+#include "keys/key_actions.h"
 
 using namespace menu_table;
 namespace titles = menu_titles;
@@ -20,12 +21,12 @@ constexpr int kHsm = 2;
 constexpr MenuEntry kMainMenu[] = {
     Title(kKeys, "Keys/Objects"),
     Nested(kKeys, "Generate...", kAnyone, BuildGenerateMenu, titles::kGenerate),
-    Action(kKeys, "Remove", kAnyone, NotAvailableAction),
-    Action(kKeys, "Attributes", kAnyone, NotAvailableAction),
+    Action(kKeys, "Remove", kAnyone, RemoveObjectAction),
+    Action(kKeys, "Attributes", kAnyone, ShowKeyInfoAction),
     Nested(kKeys, "Import...", kAnyone, BuildImportMenu, titles::kImport),
     Nested(kKeys, "Export...", kAnyone, BuildExportMenu, titles::kExport),
-    Action(kKeys, "List", kAnyone, NotAvailableAction),
-    Action(kKeys, "List(Pkcs11)", kAnyone, NotAvailableAction, LegacyOptions),
+    Action(kKeys, "List", kAnyone, ListObjectsAction),
+    Action(kKeys, "List(Pkcs11)", kAnyone, ListPkcs11MapsAction, LegacyOptions),
     Nested(kKeys, "Permissions...", kAnyone, BuildPermissionsMenu, titles::kPermissions),
     Nested(kKeys, "Key Backup...", kAnyone, BuildKeyBackupMenu, titles::kKeyBackup,
            FirmwareHasKeyBackup),
