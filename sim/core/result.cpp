@@ -36,6 +36,8 @@ wire::Status ToWireStatus(Result result) {
             return wire::ERR_TOKEN_EXPIRED;
         case Result::kSessionLimit:
             return wire::ERR_SESSION_LIMIT;
+        case Result::kSessionExpired:
+            return wire::ERR_SESSION_EXPIRED;
         case Result::kPasswordExpired:
             return wire::ERR_PASSWORD_EXPIRED;
         case Result::kPasswordChangeOnly:
@@ -56,6 +58,12 @@ wire::Status ToWireStatus(Result result) {
             return wire::ERR_PROTOCOL;
         case Result::kNoMemory:
             return wire::ERR_NO_MEMORY;
+        case Result::kKcvMismatch:
+            return wire::ERR_KCV_MISMATCH;
+        case Result::kNotExportable:
+            return wire::ERR_NOT_EXPORTABLE;
+        case Result::kWrongObjectType:
+            return wire::ERR_WRONG_OBJECT_TYPE;
     }
     return wire::ERR_INTERNAL;
 }

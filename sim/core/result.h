@@ -25,6 +25,7 @@ enum class [[nodiscard]] Result{
     kTokenInvalid,
     kTokenExpired,
     kSessionLimit,
+    kSessionExpired,
     kPasswordExpired,
     kPasswordChangeOnly,
     kPasswordPolicy,
@@ -35,6 +36,9 @@ enum class [[nodiscard]] Result{
     kBadState,
     kProtocol,
     kNoMemory,
+    kKcvMismatch,
+    kNotExportable,
+    kWrongObjectType,
 };
 
 wire::Status ToWireStatus(Result result);

@@ -26,4 +26,14 @@ inline constexpr size_t kHotpLookAhead = 10;
 std::optional<uint64_t> VerifyOtp(const OathState &state, std::string_view seed,
                                   std::string_view otp, int64_t now);
 
+// A token that drifted is found again further away than a login looks.
+inline constexpr size_t kHotpResyncWindow = 1000;
+inline constexpr size_t kTotpResyncSteps = 100;
+
+// Finds `first` within the resynchronisation window and requires `next` to be the OTP right
+// after it. Returns the counter to store (the one after `next`), nullopt when the pair does
+// not fit or reaches back to OTPs already used. Thread-safe.
+std::optional<uint64_t> ResyncOtp(const OathState &state, std::string_view seed,
+                                  std::string_view first, std::string_view next, int64_t now);
+
 }  // namespace sim

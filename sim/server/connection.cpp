@@ -8,6 +8,7 @@
 
 #include <memory>
 
+#include "core/secret.h"
 #include "framing.h"
 #include "server/dispatcher.h"
 
@@ -39,9 +40,13 @@ std::string PeerCertificateDer(SSL *ssl) {
     return out;
 }
 
-bool Reply(wire::Stream &stream, const wire::pb::Response &response) {
+// A response may carry a secret (a new access token), so its bytes are wiped once sent.
+bool Reply(wire::Stream &stream, wire::pb::Response &response) {
     std::string bytes;
-    return response.SerializeToString(&bytes) && wire::WriteFrame(stream, bytes) == wire::OK;
+    bool sent = response.SerializeToString(&bytes) && wire::WriteFrame(stream, bytes) == wire::OK;
+    WipeString(&bytes);
+    WipeString(response.mutable_data());
+    return sent;
 }
 
 bool ReplyStatus(wire::Stream &stream, wire::Status status) {

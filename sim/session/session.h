@@ -2,6 +2,7 @@
 // One authenticated session. Only the connection that owns it touches it after login, so
 // it needs no lock of its own.
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -22,6 +23,9 @@ struct Session {
     std::string user;
     SessionKind kind = SessionKind::kUser;
     bool byAccessToken = false;
+    // Set from another connection when the session's user is removed; the owner then ends
+    // the session at its next request.
+    std::atomic<bool> ended{false};
     std::map<uint64_t, std::unique_ptr<HashContext>> hashes;
 };
 

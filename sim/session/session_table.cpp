@@ -20,6 +20,15 @@ void SessionTable::Close(uint64_t sessionId) {
     sessions_.erase(sessionId);
 }
 
+void SessionTable::EndSessionsOf(const std::string &user) {
+    std::lock_guard lock(mutex_);
+    std::erase_if(sessions_, [&](const auto &entry) {
+        if (entry.second->user != user) return false;
+        entry.second->ended = true;
+        return true;
+    });
+}
+
 size_t SessionTable::size() const {
     std::lock_guard lock(mutex_);
     return sessions_.size();

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <unordered_map>
 
 #include "session/session.h"
@@ -20,6 +21,8 @@ class SessionTable {
     // reference until Close.
     std::shared_ptr<Session> Open(std::string user, SessionKind kind, bool byAccessToken);
     void Close(uint64_t sessionId);
+    // Ends every session of `user` (see Session::ended) and forgets them.
+    void EndSessionsOf(const std::string &user);
     size_t size() const;
 
     // Hash ids are unique across all sessions and never reused, so a stale or foreign id

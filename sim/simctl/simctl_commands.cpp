@@ -1,9 +1,6 @@
 #include "simctl/simctl_commands.h"
 
-#include <openssl/bio.h>
 #include <openssl/evp.h>
-#include <openssl/pem.h>
-#include <openssl/x509.h>
 
 #include <charconv>
 #include <fstream>
@@ -13,6 +10,7 @@
 #include <sstream>
 
 #include "core/secret.h"
+#include "crypto/certificate_der.h"
 #include "crypto/password_hash.h"
 #include "service/access_token.h"
 
@@ -111,21 +109,7 @@ std::optional<std::string> ReadCertificate(const std::string &path) {
     std::ifstream file(path, std::ios::binary);
     if (!file) return std::nullopt;
     std::string content((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    BIO *bio = BIO_new_mem_buf(content.data(), static_cast<int>(content.size()));
-    X509 *cert = PEM_read_bio_X509(bio, nullptr, nullptr, nullptr);
-    BIO_free(bio);
-    if (cert == nullptr) {
-        const auto *p = reinterpret_cast<const unsigned char *>(content.data());
-        cert = d2i_X509(nullptr, &p, static_cast<long>(content.size()));
-    }
-    if (cert == nullptr) return std::nullopt;
-    unsigned char *der = nullptr;
-    int length = i2d_X509(cert, &der);
-    X509_free(cert);
-    if (length <= 0) return std::nullopt;
-    std::string out(reinterpret_cast<char *>(der), static_cast<size_t>(length));
-    OPENSSL_free(der);
-    return out;
+    return CertificateToDer(content);
 }
 
 int Report(Result result, const std::string &what, std::ostream &err) {

@@ -30,6 +30,15 @@ bool UserStore::HasUsers() {
     return st.Step();
 }
 
+std::vector<std::string> UserStore::ListUserIds() {
+    std::lock_guard lock(mutex_);
+    Statement st(db_, "SELECT id FROM users ORDER BY rowid");
+    std::vector<std::string> ids;
+    while (st.Step())
+        ids.push_back(st.Text(0));
+    return ids;
+}
+
 Result UserStore::AddUser(std::string_view id, const std::string &passwordHash, uint32_t acl) {
     if (id.empty() || id.size() > kMaxUserIdLength) return Result::kInvalidParameter;
     std::lock_guard lock(mutex_);
@@ -55,9 +64,30 @@ Result UserStore::UpdateUser(const char *sql, std::string_view id, int64_t value
     return sqlite3_changes(db_.handle()) > 0 ? Result::kOk : Result::kNotFound;
 }
 
+Result UserStore::RemoveUser(std::string_view id) {
+    if (!FindUser(id)) return Result::kNotFound;
+    // Other stores first: should one fail, the account remains and removal can be retried,
+    // whereas the reverse order could leave keys behind that no account owns.
+    partitions_.RemoveAll(id);
+    std::lock_guard lock(mutex_);
+    Transaction tx(db_);
+    Statement(db_, "DELETE FROM users WHERE id = ?").Bind(1, id).Run();
+    if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;
+    AppendEventLocked(id, "User removed");
+    tx.Commit();
+    return Result::kOk;
+}
+
 Result UserStore::SetAcl(std::string_view id, uint32_t acl) {
     std::lock_guard lock(mutex_);
     return UpdateUser("UPDATE users SET acl = ? WHERE id = ?", id, acl);
+}
+
+Result UserStore::ChangeAclFlags(std::string_view id, uint32_t set, uint32_t clear) {
+    std::lock_guard lock(mutex_);
+    Statement st(db_, "UPDATE users SET acl = (acl | ?) & ? WHERE id = ?");
+    st.Bind(1, int64_t{set}).Bind(2, int64_t{~clear & 0xFFFFFFFFu}).Bind(3, id).Run();
+    return sqlite3_changes(db_.handle()) > 0 ? Result::kOk : Result::kNotFound;
 }
 
 Result UserStore::SetPassword(std::string_view id, const std::string &passwordHash) {
@@ -147,6 +177,21 @@ Result UserStore::UseOathToken(std::string_view id, const OtpCheck &verify) {
         .Bind(1, static_cast<int64_t>(*next))
         .Bind(2, id)
         .Run();
+    tx.Commit();
+    return Result::kOk;
+}
+
+Result UserStore::RemoveOathToken(std::string_view id) {
+    std::lock_guard lock(mutex_);
+    Transaction tx(db_);
+    Statement(db_, "DELETE FROM oath_tokens WHERE user_id = ?").Bind(1, id).Run();
+    bool hadToken = sqlite3_changes(db_.handle()) > 0;
+    Statement(db_, "UPDATE users SET acl = acl & ? WHERE id = ?")
+        .Bind(1, int64_t{~acl::kOathSecondFactor & 0xFFFFFFFFu})
+        .Bind(2, id)
+        .Run();
+    if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;
+    if (hadToken) AppendEventLocked(id, "OATH token removed");
     tx.Commit();
     return Result::kOk;
 }
@@ -245,6 +290,48 @@ Result UserStore::RevokeAccessToken(std::string_view secretHash) {
         .BindBlob(1, secretHash)
         .Run();
     return sqlite3_changes(db_.handle()) > 0 ? Result::kOk : Result::kNotFound;
+}
+
+std::vector<AccessTokenListing> UserStore::ListAccessTokens(std::string_view userId) {
+    std::lock_guard lock(mutex_);
+    Statement st(db_,
+                 "SELECT user_id, expires, secret_hash FROM access_tokens "
+                 "WHERE revoked = 0 AND (? = '' OR user_id = ?) ORDER BY rowid");
+    st.Bind(1, userId).Bind(2, userId);
+    std::vector<AccessTokenListing> tokens;
+    while (st.Step())
+        tokens.push_back({st.Text(0), st.Int(1), st.Blob(2)});
+    return tokens;
+}
+
+std::optional<AccessTokenListing> UserStore::FindAccessTokenByPrefix(std::string_view userId,
+                                                                     std::string_view hashPrefix) {
+    std::lock_guard lock(mutex_);
+    Statement st(db_,
+                 "SELECT user_id, expires, secret_hash FROM access_tokens "
+                 "WHERE revoked = 0 AND user_id = ? AND substr(secret_hash, 1, ?) = ?");
+    st.Bind(1, userId).Bind(2, static_cast<int64_t>(hashPrefix.size())).BindBlob(3, hashPrefix);
+    if (!st.Step()) return std::nullopt;
+    return AccessTokenListing{st.Text(0), st.Int(1), st.Blob(2)};
+}
+
+uint64_t UserStore::CountAccessTokens() {
+    std::lock_guard lock(mutex_);
+    Statement st(db_, "SELECT count(*) FROM access_tokens WHERE revoked = 0");
+    return st.Step() ? static_cast<uint64_t>(st.Int(0)) : 0;
+}
+
+uint64_t UserStore::CollectAccessTokens(int64_t now) {
+    std::lock_guard lock(mutex_);
+    Transaction tx(db_);
+    Statement(db_,
+              "DELETE FROM access_tokens WHERE revoked <> 0 OR (expires <> 0 AND expires <= ?)")
+        .Bind(1, now)
+        .Run();
+    auto removed = static_cast<uint64_t>(sqlite3_changes(db_.handle()));
+    if (removed != 0) AppendEventLocked("", "Access tokens collected");
+    tx.Commit();
+    return removed;
 }
 
 void UserStore::AppendEvent(std::string_view userId, std::string_view text) {

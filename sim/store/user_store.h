@@ -10,12 +10,14 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/clock.h"
 #include "core/result.h"
 #include "crypto/otp_verifier.h"
 #include "policy/password_policy.h"
 #include "store/database.h"
+#include "store/partition_members.h"
 
 namespace sim {
 
@@ -37,6 +39,13 @@ struct AccessTokenRecord {
     bool revoked = false;
 };
 
+// A live (not revoked) access token as listings show it.
+struct AccessTokenListing {
+    std::string userId;
+    int64_t expires = 0;     // 0 = never
+    std::string secretHash;  // SHA-256 of the secret
+};
+
 class UserStore {
   public:
     // REQUIRES: the schema exists (EnsureSchema). `clock` must outlive the store.
@@ -44,8 +53,15 @@ class UserStore {
 
     std::optional<UserRecord> FindUser(std::string_view id);
     bool HasUsers();
+    // Every user id, in the order of creation.
+    std::vector<std::string> ListUserIds();
     Result AddUser(std::string_view id, const std::string &passwordHash, uint32_t acl);
+    // Removes everything of the partition held by other stores, then the account with its
+    // OATH token and access tokens. kNotFound when there is no such user.
+    Result RemoveUser(std::string_view id);
     Result SetAcl(std::string_view id, uint32_t acl);
+    // Sets the bits of `set` and clears those of `clear` in one update.
+    Result ChangeAclFlags(std::string_view id, uint32_t set, uint32_t clear);
     // Stores a new hash, restarts the expiry clock and clears the change-at-logon bit.
     Result SetPassword(std::string_view id, const std::string &passwordHash);
     // Sets the change-at-logon bit so the next login reports an expired password.
@@ -60,6 +76,8 @@ class UserStore {
     using OtpCheck =
         std::function<std::optional<uint64_t>(const OathState &, const std::string &sealed)>;
     Result UseOathToken(std::string_view id, const OtpCheck &verify);
+    // Removes the user's OATH token and the OATH second-factor bit together.
+    Result RemoveOathToken(std::string_view id);
 
     // Resets the failed-login count and logs the login.
     void RecordLogin(std::string_view id, std::string_view how);
@@ -72,6 +90,17 @@ class UserStore {
     Result AddAccessToken(std::string_view secretHash, std::string_view userId, int64_t expires);
     std::optional<AccessTokenRecord> FindAccessToken(std::string_view secretHash);
     Result RevokeAccessToken(std::string_view secretHash);
+    // The live tokens of `userId`, or of every user when it is empty, oldest first.
+    std::vector<AccessTokenListing> ListAccessTokens(std::string_view userId);
+    // The live token of `userId` whose secret hash starts with `hashPrefix`.
+    std::optional<AccessTokenListing> FindAccessTokenByPrefix(std::string_view userId,
+                                                              std::string_view hashPrefix);
+    uint64_t CountAccessTokens();
+    // Deletes the tokens expired at `now` and the revoked ones; returns how many.
+    uint64_t CollectAccessTokens(int64_t now);
+
+    // The other stores of the users' partitions; register them before serving.
+    PartitionMembers &partitions() { return partitions_; }
 
     void AppendEvent(std::string_view userId, std::string_view text);
 
@@ -81,6 +110,7 @@ class UserStore {
     PasswordPolicy LoadPolicyLocked();
     Result UpdateUser(const char *sql, std::string_view id, int64_t value);
 
+    PartitionMembers partitions_;
     std::mutex mutex_;
     Database db_;
     const Clock &clock_;
