@@ -1,4 +1,5 @@
 // The main menu: keys and objects, users, and the HSM's own functions.
+#include "admin/user_actions.h"
 #include "app/version_numbers.h"
 #include "console/menu_tree.h"
 #include "console/menus/menu_table.h"
@@ -32,13 +33,13 @@ constexpr MenuEntry kMainMenu[] = {
            FirmwareHasKeyBackup),
 
     Title(kUsers, "Users"),
-    Action(kUsers, "Create", kAclManageUsers, NotAvailableAction),
-    Action(kUsers, "Remove", kAclManageUsers, NotAvailableAction),
-    Action(kUsers, "List", kAclListUsers, NotAvailableAction),
-    Action(kUsers, "Attributes", kAnyone, NotAvailableAction),
-    Action(kUsers, "Trust Relations", kAclOperatorOnly, NotAvailableAction),
-    Action(kUsers, "Password Policy", kAclPasswordPolicy, NotAvailableAction),
-    Action(kUsers, "My Password", kAnyone, NotAvailableAction),
+    Action(kUsers, "Create", kAclManageUsers, CreateUser),
+    Action(kUsers, "Remove", kAclManageUsers, RemoveUser),
+    Action(kUsers, "List", kAclListUsers, ListUsers),
+    Action(kUsers, "Attributes", kAnyone, ChangeUser),
+    Action(kUsers, "Trust Relations", kAclOperatorOnly, ShowTrustRelations),
+    Action(kUsers, "Password Policy", kAclPasswordPolicy, PasswordPolicy),
+    Action(kUsers, "My Password", kAnyone, ChangeMyPassword),
     ActionForAclOnly(kUsers, "My Auth M of N", kAclMofNLocal, NotAvailableAction),
     Nested(kUsers, "Access Tokens...", kAnyone, BuildAccessTokensMenu, titles::kAccessTokens,
            AccessTokensMenu),

@@ -1,4 +1,5 @@
 // Menus under "Users".
+#include "admin/access_token_actions.h"
 #include "console/menu_tree.h"
 #include "console/menus/menu_table.h"
 
@@ -10,12 +11,12 @@ namespace {
 // clang-format off
 constexpr MenuEntry kAccessTokensMenu[] = {
     Title(0, ""),
-    Action(0, "Info", kAclHsmOperation, NotAvailableAction),
-    Action(0, "Issue", kAnyone, NotAvailableAction),
-    Action(0, "Revoke", kAnyone, NotAvailableAction),
-    Action(0, "Details", kAnyone, NotAvailableAction),
-    Action(0, "List", kAnyone, NotAvailableAction),
-    Action(0, "Run GC", kAclHsmOperation, NotAvailableAction),
+    Action(0, "Info", kAclHsmOperation, ShowTokenInfo),
+    Action(0, "Issue", kAnyone, IssueToken),
+    Action(0, "Revoke", kAnyone, RevokeToken),
+    Action(0, "Details", kAnyone, ShowTokenDetails),
+    Action(0, "List", kAnyone, ListTokens),
+    Action(0, "Run GC", kAclHsmOperation, RunTokenGc),
 };
 // clang-format on
 
