@@ -69,13 +69,15 @@ MasterKey MasterKey::LoadOrCreate(const std::string &path) {
     return MasterKey(std::move(key));
 }
 
-std::string MasterKey::Seal(std::string_view plain) const {
+std::string MasterKey::Seal(std::string_view plain, std::string_view associated) const {
     std::string out(kNonceBytes + plain.size() + kTagBytes, '\0');
     auto *nonce = reinterpret_cast<unsigned char *>(out.data());
     if (RAND_bytes(nonce, kNonceBytes) != 1) throw std::runtime_error("RAND_bytes failed");
     CipherCtx ctx = NewCtx();
     int length = 0;
     if (EVP_EncryptInit_ex(ctx.get(), EVP_aes_256_gcm(), nullptr, Bytes(key_.view()), nonce) != 1 ||
+        (!associated.empty() && EVP_EncryptUpdate(ctx.get(), nullptr, &length, Bytes(associated),
+                                                  static_cast<int>(associated.size())) != 1) ||
         EVP_EncryptUpdate(ctx.get(), nonce + kNonceBytes, &length, Bytes(plain),
                           static_cast<int>(plain.size())) != 1 ||
         EVP_EncryptFinal_ex(ctx.get(), nonce + kNonceBytes + length, &length) != 1 ||
@@ -85,7 +87,8 @@ std::string MasterKey::Seal(std::string_view plain) const {
     return out;
 }
 
-std::optional<SecretBytes> MasterKey::Open(std::string_view sealed) const {
+std::optional<SecretBytes> MasterKey::Open(std::string_view sealed,
+                                           std::string_view associated) const {
     if (sealed.size() < kNonceBytes + kTagBytes) return std::nullopt;
     size_t bodyBytes = sealed.size() - kNonceBytes - kTagBytes;
     SecretBytes plain(std::string(bodyBytes, '\0'));
@@ -95,6 +98,8 @@ std::optional<SecretBytes> MasterKey::Open(std::string_view sealed) const {
     int length = 0;
     if (EVP_DecryptInit_ex(ctx.get(), EVP_aes_256_gcm(), nullptr, Bytes(key_.view()),
                            Bytes(sealed)) != 1 ||
+        (!associated.empty() && EVP_DecryptUpdate(ctx.get(), nullptr, &length, Bytes(associated),
+                                                  static_cast<int>(associated.size())) != 1) ||
         EVP_DecryptUpdate(ctx.get(), out, &length, Bytes(sealed) + kNonceBytes,
                           static_cast<int>(bodyBytes)) != 1 ||
         EVP_CIPHER_CTX_ctrl(ctx.get(), EVP_CTRL_GCM_SET_TAG, kTagBytes, tag.data()) != 1 ||

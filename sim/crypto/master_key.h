@@ -15,10 +15,13 @@ class MasterKey {
     // Throws std::runtime_error on I/O failure or a file of the wrong size.
     static MasterKey LoadOrCreate(const std::string &path);
 
-    // nonce (12) || ciphertext || tag (16). Thread-safe.
-    std::string Seal(std::string_view plain) const;
-    // nullopt when the data was not sealed under this key or was altered. Thread-safe.
-    std::optional<SecretBytes> Open(std::string_view sealed) const;
+    // nonce (12) || ciphertext || tag (16). `associated` is authenticated with the data but
+    // not stored: Open needs the same bytes. Thread-safe.
+    std::string Seal(std::string_view plain, std::string_view associated = {}) const;
+    // nullopt when the data was not sealed under this key with `associated`, or was
+    // altered. Thread-safe.
+    std::optional<SecretBytes> Open(std::string_view sealed,
+                                    std::string_view associated = {}) const;
 
   private:
     explicit MasterKey(SecretBytes key) : key_(std::move(key)) {}

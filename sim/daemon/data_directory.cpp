@@ -43,6 +43,7 @@ DataDirectory::DataDirectory(const std::string &dir, const Clock &clock)
         EnsureSchema(db);
     }
     users_ = std::make_unique<UserStore>(dir_ + "/hsm.db", clock);
+    keys_ = std::make_unique<KeyStore>(dir_ + "/hsm.db", clock);
 }
 
 std::optional<std::string> CreateMasterUser(DataDirectory &data,

@@ -8,6 +8,7 @@
 
 #include "core/clock.h"
 #include "crypto/master_key.h"
+#include "store/key_store.h"
 #include "store/user_store.h"
 
 namespace sim {
@@ -19,6 +20,7 @@ class DataDirectory {
     DataDirectory(const std::string &dir, const Clock &clock);
 
     UserStore &users() { return *users_; }
+    KeyStore &keys() { return *keys_; }
     const MasterKey &masterKey() const { return masterKey_; }
     std::string tlsKeyPath() const { return dir_ + "/tls.key"; }
     std::string tlsCertPath() const { return dir_ + "/tls.crt"; }
@@ -27,6 +29,7 @@ class DataDirectory {
     std::string dir_;
     MasterKey masterKey_;
     std::unique_ptr<UserStore> users_;
+    std::unique_ptr<KeyStore> keys_;
 };
 
 inline constexpr const char *kMasterUser = "master";

@@ -8,6 +8,7 @@
 #include "crypto/master_key.h"
 #include "policy/device_identity.h"
 #include "session/session_table.h"
+#include "store/key_store.h"
 #include "store/user_store.h"
 
 namespace sim {
@@ -20,6 +21,7 @@ struct HsmContext {
     SessionTable &sessions;
     const Clock &clock;
     const DeviceIdentity &identity;
+    KeyStore &keys;
 };
 
 // Owned by one connection thread.

@@ -27,9 +27,9 @@ class FakeClock final : public sim::Clock {
 class SimLoginService : public ::testing::Test {
   protected:
     SimLoginService()
-        : dir_(MakeTempDir()),
-          data_(dir_, clock_),
-          hsm_{data_.users(), data_.masterKey(), sessions_, clock_, identity_} {
+        : dir_(MakeTempDir()), data_(dir_, clock_), hsm_{data_.users(), data_.masterKey(),
+                                                         sessions_,     clock_,
+                                                         identity_,     data_.keys()} {
         EXPECT_EQ(data_.users().AddUser("dave", sim::HashPassword("Dave#12345"), 0),
                   sim::Result::kOk);
     }

@@ -1,0 +1,121 @@
+#include "crypto/key_generator.h"
+
+#include <openssl/bn.h>
+#include <openssl/core_names.h>
+#include <openssl/evp.h>
+#include <openssl/rand.h>
+#include <openssl/x509.h>
+
+#include <bit>
+#include <memory>
+
+namespace sim {
+
+namespace {
+
+using PkeyCtx = std::unique_ptr<EVP_PKEY_CTX, decltype(&EVP_PKEY_CTX_free)>;
+using Pkey = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
+
+constexpr uint32_t kDesx = 91;
+
+bool IsDesFamily(uint32_t id) {
+    return id == 1 || id == 2 || id == 3;
+}
+
+Result RandomKey(const KeyAlgorithm &algorithm, KeyMaterial *out) {
+    std::string key(algorithm.length, '\0');
+    if (RAND_priv_bytes(reinterpret_cast<unsigned char *>(key.data()),
+                        static_cast<int>(key.size())) != 1)
+        return Result::kInternal;
+    SecretBytes secret(std::move(key));
+    if (IsDesFamily(algorithm.id)) {
+        SetDesParity(secret.mutable_bytes());
+    } else if (algorithm.id == kDesx) {
+        // Only the DES part has parity; the two whitening keys are used whole.
+        std::string des = secret.view().substr(0, 8);
+        SetDesParity(des);
+        secret.mutable_bytes().replace(0, 8, des);
+        OPENSSL_cleanse(des.data(), des.size());
+    }
+    out->secret = std::move(secret);
+    return Result::kOk;
+}
+
+PkeyCtx NewContext(const KeyAlgorithm &algorithm) {
+    const char *type = algorithm.keyClass == KeyClass::kRsa  ? "RSA"
+                       : algorithm.keyClass == KeyClass::kEc ? "EC"
+                                                             : algorithm.openSslName;
+    PkeyCtx ctx(EVP_PKEY_CTX_new_from_name(nullptr, type, nullptr), &EVP_PKEY_CTX_free);
+    if (!ctx || EVP_PKEY_keygen_init(ctx.get()) != 1) return PkeyCtx(nullptr, &EVP_PKEY_CTX_free);
+    return ctx;
+}
+
+bool ConfigureRsa(EVP_PKEY_CTX *ctx, const KeyAlgorithm &algorithm, uint32_t attributes) {
+    std::unique_ptr<BIGNUM, decltype(&BN_free)> exponent(BN_new(), &BN_free);
+    return exponent &&
+           BN_set_word(exponent.get(), (attributes & kAttributeRsaExponent3) ? 3 : 65537) == 1 &&
+           EVP_PKEY_CTX_set_rsa_keygen_bits(ctx, static_cast<int>(algorithm.length * 8)) == 1 &&
+           EVP_PKEY_CTX_set1_rsa_keygen_pubexp(ctx, exponent.get()) == 1;
+}
+
+std::string PublicExponent(EVP_PKEY *key) {
+    BIGNUM *e = nullptr;
+    if (EVP_PKEY_get_bn_param(key, OSSL_PKEY_PARAM_RSA_E, &e) != 1) return {};
+    std::string bytes(static_cast<size_t>(BN_num_bytes(e)), '\0');
+    BN_bn2bin(e, reinterpret_cast<unsigned char *>(bytes.data()));
+    BN_free(e);
+    return bytes;
+}
+
+Result AsymmetricKey(const KeyAlgorithm &algorithm, uint32_t attributes, KeyMaterial *out) {
+    PkeyCtx ctx = NewContext(algorithm);
+    if (!ctx) return Result::kInternal;
+    if (algorithm.keyClass == KeyClass::kRsa && !ConfigureRsa(ctx.get(), algorithm, attributes))
+        return Result::kInternal;
+    if (algorithm.keyClass == KeyClass::kEc &&
+        EVP_PKEY_CTX_set_group_name(ctx.get(), algorithm.openSslName) != 1)
+        return Result::kBadAlgorithm;
+    EVP_PKEY *raw = nullptr;
+    if (EVP_PKEY_keygen(ctx.get(), &raw) != 1) return Result::kInternal;
+    Pkey key(raw, &EVP_PKEY_free);
+    PKCS8_PRIV_KEY_INFO *info = EVP_PKEY2PKCS8(key.get());
+    if (info == nullptr) return Result::kInternal;
+    unsigned char *der = nullptr;
+    int length = i2d_PKCS8_PRIV_KEY_INFO(info, &der);
+    PKCS8_PRIV_KEY_INFO_free(info);
+    if (length <= 0) return Result::kInternal;
+    out->secret =
+        SecretBytes(std::string(reinterpret_cast<char *>(der), static_cast<size_t>(length)));
+    OPENSSL_clear_free(der, static_cast<size_t>(length));
+    if (algorithm.keyClass == KeyClass::kRsa) out->publicExponent = PublicExponent(key.get());
+    return Result::kOk;
+}
+
+}  // namespace
+
+void SetDesParity(std::string &key) {
+    for (char &c : key) {
+        auto byte = static_cast<uint8_t>(c);
+        if (std::popcount(static_cast<uint8_t>(byte & 0xFE)) % 2 == 0)
+            byte |= 0x01;
+        else
+            byte &= 0xFE;
+        c = static_cast<char>(byte);
+    }
+}
+
+Result GenerateKeyMaterial(const KeyAlgorithm &algorithm, uint32_t attributes, KeyMaterial *out) {
+    switch (algorithm.keyClass) {
+        case KeyClass::kSymmetric:
+        case KeyClass::kHmac:
+            return RandomKey(algorithm, out);
+        case KeyClass::kRsa:
+        case KeyClass::kEc:
+        case KeyClass::kEdwards:
+        case KeyClass::kMontgomery:
+            return AsymmetricKey(algorithm, attributes, out);
+    }
+    return Result::kBadAlgorithm;
+}
+
+}  // namespace sim

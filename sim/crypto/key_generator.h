@@ -1,0 +1,29 @@
+#pragma once
+// Fresh key material for every algorithm of key_algorithm.h.
+
+#include <cstdint>
+#include <string>
+
+#include "core/result.h"
+#include "core/secret.h"
+#include "crypto/key_algorithm.h"
+
+namespace sim {
+
+struct KeyMaterial {
+    // Symmetric and HMAC keys: the raw key. Asymmetric keys: the private key in DER.
+    SecretBytes secret;
+    std::string publicExponent;  // RSA only: big-endian bytes
+};
+
+inline constexpr uint32_t kAttributeRsaExponent3 = 0x800;
+
+// Generates a key of `algorithm`; RSA keys use exponent 3 when `attributes` carries
+// kAttributeRsaExponent3, else 65537. DES-family keys get odd parity. kInternal when the
+// crypto library fails.
+Result GenerateKeyMaterial(const KeyAlgorithm &algorithm, uint32_t attributes, KeyMaterial *out);
+
+// Sets odd parity on every byte (DES keys), leaving the key bits as they are.
+void SetDesParity(std::string &key);
+
+}  // namespace sim

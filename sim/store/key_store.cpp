@@ -1,0 +1,182 @@
+#include "store/key_store.h"
+
+namespace sim {
+
+namespace {
+
+constexpr const char *kCreateTable = R"sql(
+CREATE TABLE IF NOT EXISTS objects (
+    id INTEGER PRIMARY KEY AUTOINCREMENT,
+    owner TEXT NOT NULL,
+    name TEXT NOT NULL,
+    kind INTEGER NOT NULL,
+    algorithm INTEGER NOT NULL,
+    attributes INTEGER NOT NULL,
+    length INTEGER NOT NULL,
+    sealed BLOB,
+    public_exponent BLOB,
+    created INTEGER NOT NULL,
+    label TEXT NOT NULL DEFAULT '',
+    target TEXT NOT NULL DEFAULT '',
+    target_type INTEGER NOT NULL DEFAULT 0,
+    second TEXT NOT NULL DEFAULT '',
+    second_type INTEGER NOT NULL DEFAULT 0,
+    p11_label TEXT NOT NULL DEFAULT '',
+    UNIQUE (owner, name)
+);
+)sql";
+
+constexpr const char *kColumns =
+    "SELECT id, owner, name, kind, algorithm, attributes, length, public_exponent, created, "
+    "label, target, target_type, second, second_type, p11_label";
+
+StoredObject ReadRow(const Statement &st) {
+    StoredObject object;
+    object.id = st.Int(0);
+    object.owner = st.Text(1);
+    object.name = st.Text(2);
+    object.kind = static_cast<ObjectKind>(st.Int(3));
+    object.algorithm = static_cast<uint32_t>(st.Int(4));
+    object.attributes = static_cast<uint32_t>(st.Int(5));
+    object.length = static_cast<uint32_t>(st.Int(6));
+    object.publicExponent = st.Blob(7);
+    object.created = st.Int(8);
+    object.label = st.Text(9);
+    object.target = st.Text(10);
+    object.targetType = static_cast<uint32_t>(st.Int(11));
+    object.second = st.Text(12);
+    object.secondType = static_cast<uint32_t>(st.Int(13));
+    object.p11Label = st.Text(14);
+    return object;
+}
+
+}  // namespace
+
+KeyStore::KeyStore(const std::string &path, const Clock &clock) : db_(path), clock_(clock) {
+    db_.Execute(kCreateTable);
+}
+
+Result KeyStore::Insert(StoredObject *object, std::string_view event) {
+    std::lock_guard lock(mutex_);
+    Transaction tx(db_);
+    if (Result r = InsertLocked(object); r != Result::kOk) return r;
+    AppendEventLocked(object->owner, event);
+    tx.Commit();
+    return Result::kOk;
+}
+
+Result KeyStore::InsertAll(std::vector<StoredObject> *objects, std::string_view event) {
+    std::lock_guard lock(mutex_);
+    Transaction tx(db_);
+    for (StoredObject &object : *objects) {
+        if (Result r = InsertLocked(&object); r != Result::kOk) return r;
+        AppendEventLocked(object.owner, event);
+    }
+    tx.Commit();
+    return Result::kOk;
+}
+
+Result KeyStore::InsertLocked(StoredObject *object) {
+    if (object->name.empty() || object->name.size() > kMaxObjectNameLength)
+        return Result::kInvalidParameter;
+    Statement exists(db_, "SELECT 1 FROM objects WHERE owner = ? AND name = ?");
+    exists.Bind(1, object->owner).Bind(2, object->name);
+    if (exists.Step()) return Result::kAlreadyExists;
+    object->created = clock_.Now();
+    Statement insert(
+        db_,
+        "INSERT INTO objects (owner, name, kind, algorithm, attributes, length, "
+        "sealed, public_exponent, created, label, target, target_type, second, "
+        "second_type, p11_label) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
+    insert.Bind(1, object->owner)
+        .Bind(2, object->name)
+        .Bind(3, static_cast<int64_t>(object->kind))
+        .Bind(4, int64_t{object->algorithm})
+        .Bind(5, int64_t{object->attributes})
+        .Bind(6, int64_t{object->length})
+        .BindBlob(7, object->sealed)
+        .BindBlob(8, object->publicExponent)
+        .Bind(9, object->created)
+        .Bind(10, object->label)
+        .Bind(11, object->target)
+        .Bind(12, int64_t{object->targetType})
+        .Bind(13, object->second)
+        .Bind(14, int64_t{object->secondType})
+        .Bind(15, object->p11Label)
+        .Run();
+    object->id = sqlite3_last_insert_rowid(db_.handle());
+    return Result::kOk;
+}
+
+std::optional<StoredObject> KeyStore::Find(std::string_view owner, std::string_view name,
+                                           bool withSecret) {
+    std::lock_guard lock(mutex_);
+    std::string sql = std::string(kColumns) + ", sealed FROM objects WHERE owner = ? AND name = ?";
+    Statement st(db_, sql.c_str());
+    st.Bind(1, owner).Bind(2, name);
+    if (!st.Step()) return std::nullopt;
+    StoredObject object = ReadRow(st);
+    if (withSecret) object.sealed = st.Blob(15);
+    return object;
+}
+
+std::vector<StoredObject> KeyStore::List(std::string_view owner, uint32_t kind) {
+    std::lock_guard lock(mutex_);
+    std::string sql = std::string(kColumns) +
+                      " FROM objects WHERE owner = ? AND (? = 0 OR kind = ?) ORDER BY name";
+    Statement st(db_, sql.c_str());
+    st.Bind(1, owner).Bind(2, int64_t{kind}).Bind(3, int64_t{kind});
+    std::vector<StoredObject> objects;
+    while (st.Step())
+        objects.push_back(ReadRow(st));
+    return objects;
+}
+
+Result KeyStore::Remove(std::string_view owner, std::string_view name) {
+    std::lock_guard lock(mutex_);
+    Transaction tx(db_);
+    Statement(db_, "DELETE FROM objects WHERE owner = ? AND name = ?")
+        .Bind(1, owner)
+        .Bind(2, name)
+        .Run();
+    if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;
+    AppendEventLocked(owner, "Object removed: " + std::string(name));
+    tx.Commit();
+    return Result::kOk;
+}
+
+Result KeyStore::SetLabel(std::string_view owner, std::string_view name, std::string_view label) {
+    std::lock_guard lock(mutex_);
+    Transaction tx(db_);
+    Statement(db_, "UPDATE objects SET label = ? WHERE owner = ? AND name = ?")
+        .Bind(1, label)
+        .Bind(2, owner)
+        .Bind(3, name)
+        .Run();
+    if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;
+    AppendEventLocked(owner, "Object metadata written: " + std::string(name));
+    tx.Commit();
+    return Result::kOk;
+}
+
+void KeyStore::RemoveAll(std::string_view owner) {
+    std::lock_guard lock(mutex_);
+    Statement(db_, "DELETE FROM objects WHERE owner = ?").Bind(1, owner).Run();
+}
+
+uint64_t KeyStore::Count(std::string_view owner, ObjectKind kind) {
+    std::lock_guard lock(mutex_);
+    Statement st(db_, "SELECT COUNT(*) FROM objects WHERE owner = ? AND kind = ?");
+    st.Bind(1, owner).Bind(2, static_cast<int64_t>(kind));
+    return st.Step() ? static_cast<uint64_t>(st.Int(0)) : 0;
+}
+
+void KeyStore::AppendEventLocked(std::string_view owner, std::string_view text) {
+    Statement(db_, "INSERT INTO event_log (time, user_id, text) VALUES (?, ?, ?)")
+        .Bind(1, clock_.Now())
+        .Bind(2, owner)
+        .Bind(3, text)
+        .Run();
+}
+
+}  // namespace sim

@@ -1,0 +1,76 @@
+#pragma once
+// The objects of every user's partition: keys (material sealed under the master key, the
+// partition and the name), map objects and PKCS#11 maps. Names are unique per partition.
+// Thread-safe: every method runs under one mutex on its own SQLite connection, and each
+// change commits together with its event-log line.
+
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/clock.h"
+#include "core/result.h"
+#include "store/database.h"
+
+namespace sim {
+
+inline constexpr size_t kMaxObjectNameLength = 49;
+
+enum class ObjectKind : uint32_t { kKey = 1, kMap = 2, kPkcs11Map = 3 };
+
+struct StoredObject {
+    int64_t id = 0;  // assigned by Insert; never reused
+    std::string owner;
+    std::string name;
+    ObjectKind kind = ObjectKind::kKey;
+    uint32_t algorithm = 0;
+    uint32_t attributes = 0;
+    uint32_t length = 0;
+    std::string sealed;  // keys: material sealed under the master key; empty otherwise
+    std::string publicExponent;
+    int64_t created = 0;
+    std::string label;   // metadata label
+    std::string target;  // maps: first slot; PKCS#11 maps: the key
+    uint32_t targetType = 0;
+    std::string second;  // maps: second slot; PKCS#11 maps: the certificate
+    uint32_t secondType = 0;
+    std::string p11Label;  // PKCS#11 maps: CKA_LABEL
+};
+
+class KeyStore {
+  public:
+    // Opens the database file and creates the objects table when missing. `clock` must
+    // outlive the store.
+    KeyStore(const std::string &path, const Clock &clock);
+
+    // Stores a new object and sets object->id and object->created. kAlreadyExists when the
+    // partition holds the name.
+    Result Insert(StoredObject *object, std::string_view event);
+    // Stores many objects in one transaction (bulk provisioning); all or none.
+    Result InsertAll(std::vector<StoredObject> *objects, std::string_view event);
+    // With `withSecret` false the sealed material is left out.
+    std::optional<StoredObject> Find(std::string_view owner, std::string_view name,
+                                     bool withSecret);
+    // The partition's objects in name order, without material; kind 0 = every kind.
+    std::vector<StoredObject> List(std::string_view owner, uint32_t kind);
+    Result Remove(std::string_view owner, std::string_view name);
+    Result SetLabel(std::string_view owner, std::string_view name, std::string_view label);
+    // Every object of a partition, for the removal of its user.
+    void RemoveAll(std::string_view owner);
+    uint64_t Count(std::string_view owner, ObjectKind kind);
+
+  private:
+    // REQUIRES: mutex_ held, inside a transaction.
+    Result InsertLocked(StoredObject *object);
+    // REQUIRES: mutex_ held.
+    void AppendEventLocked(std::string_view owner, std::string_view text);
+
+    std::mutex mutex_;
+    Database db_;
+    const Clock &clock_;
+};
+
+}  // namespace sim

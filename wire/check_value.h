@@ -1,0 +1,31 @@
+#pragma once
+// Check values of symmetric key material, computed the same way by the device library
+// (offline, for custodians) and by the HSM (for stored keys and imports).
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+
+#include "status.h"
+
+namespace wire {
+
+inline constexpr size_t kCheckValueBytes = 3;
+using CheckValue = std::array<uint8_t, kCheckValueBytes>;
+
+enum class CheckValueFormat {
+    kKcv,   // the first bytes of a zero block encrypted in ECB mode
+    kCmac,  // the first bytes of the CMAC of a zero block
+};
+
+// Key length in bytes of a symmetric algorithm identifier (DES, 3DES, DESX, AES, ARC4, ARC5,
+// HMAC); 0 for anything else.
+uint32_t SymmetricKeyLength(uint32_t algorithm);
+
+// The check value of DES, 3DES (112/168) or AES key material. Returns OK, ERR_BAD_ALGORITHM
+// for other algorithms, ERR_INVALID_LENGTH when the key does not have the algorithm's
+// length, or ERR_INTERNAL when OpenSSL fails.
+[[nodiscard]] Status ComputeCheckValue(uint32_t algorithm, CheckValueFormat format,
+                                       std::string_view key, CheckValue *out);
+
+}  // namespace wire
