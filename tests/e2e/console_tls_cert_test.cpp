@@ -1,33 +1,33 @@
-#include <arpa/inet.h>
+#include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
+#include <memory>
 #include <string>
 
 #include "console_e2e_support.h"
 
 namespace {
 
-// True when nothing on this machine holds 127.0.0.1:4433 right now.
-bool StandardPortIsFree() {
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(4433);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    const bool free = bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0;
-    close(fd);
-    return free;
+// A simulator on 127.0.0.1:4433, or null when that port is taken on this machine (by a
+// simulator someone runs by hand, or this same test of another build).
+std::unique_ptr<SimProcess> SimulatorOnStandardPort() {
+    ::testing::TestPartResultArray failures;
+    std::unique_ptr<SimProcess> sim;
+    {
+        ::testing::ScopedFakeTestPartResultReporter intercept(
+            ::testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD, &failures);
+        sim = std::make_unique<SimProcess>(
+            SimProcess::Options{.extraArgs = {"--listen", "127.0.0.1:4433"}});
+    }
+    if (failures.size() != 0 || sim->port() != 4433) return nullptr;
+    return sim;
 }
 
 // -g always fetches from port 4433, so the simulator of this test must listen there, and
 // -p points somewhere else on purpose.
 TEST(ConsoleTlsCertificate, ExportComesFromPort4433WhateverDashPSays) {
-    if (!StandardPortIsFree()) GTEST_SKIP() << "127.0.0.1:4433 is in use on this machine";
-    SimProcess sim(SimProcess::Options{.extraArgs = {"--listen", "127.0.0.1:4433"}});
-    ASSERT_EQ(sim.port(), 4433);
+    const std::unique_ptr<SimProcess> sim = SimulatorOnStandardPort();
+    if (sim == nullptr) GTEST_SKIP() << "127.0.0.1:4433 is in use on this machine";
     ScratchDir dir;
     const std::string out = dir.Path("hsm.pem");
 
@@ -38,7 +38,7 @@ TEST(ConsoleTlsCertificate, ExportComesFromPort4433WhateverDashPSays) {
     EXPECT_EQ(console.Output().find("Main Menu"), std::string::npos);
     const std::string pem = ReadFileBytes(out);
     EXPECT_EQ(pem.rfind("-----BEGIN CERTIFICATE-----", 0), 0u) << pem;
-    EXPECT_EQ(pem, ReadFileBytes(sim.dataDir() + "/tls.crt"));
+    EXPECT_EQ(pem, ReadFileBytes(sim->dataDir() + "/tls.crt"));
 }
 
 TEST(ConsoleTlsCertificate, UnreachableHsmReportsTheExportError) {
