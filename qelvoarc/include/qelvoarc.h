@@ -493,6 +493,8 @@ QELVOARC_API uint32_t QManageATokenCache(QSessionHandle session, uint32_t operat
 #define Q_ALG_RSA_1976 130u
 #define Q_ALG_RSA_1536 131u
 #define Q_ALG_OBJ_SECRET 193u /* safe-keeping secret object */
+#define Q_ALG_OBJ_MAP 194u    /* map object (QGenerateMapObj) */
+#define Q_ALG_OBJ_PKCS11_MAP 195u /* PKCS#11 map (QGeneratePkcs11Map) */
 #define Q_ALG_ED25519 201u
 #define Q_ALG_ED448 202u
 #define Q_ALG_X25519 203u
@@ -585,7 +587,10 @@ QELVOARC_API uint32_t QSetKeyParam(QKeyHandle key, uint32_t param, const void *d
                                    uint32_t length, uint32_t flags);
 /* Removes an object by name from the session's partition. */
 QELVOARC_API uint32_t QRemoveObj(QSessionHandle session, const char *name);
-/* Enumerates the names of the partition's objects. */
+/* Enumerates the names of the partition's objects (keys, maps, PKCS#11 maps) in name order.
+ * The callback may call the library on the same session: while the names are delivered
+ * (the final call included), QGetUserKey, QGetObjInfo and QManageObjMetadata(Q_METADATA_OPEN)
+ * of a listed name answer from the attributes fetched with the list, without a round trip. */
 QELVOARC_API uint32_t QListObjs(QSessionHandle session, QNameCallback callback, void *context);
 
 #pragma pack(push, 1)
@@ -788,7 +793,7 @@ QELVOARC_API uint32_t QGeneratePkcs11Map(QSessionHandle session, const char *map
 /* Reads a PKCS#11 map. level: 1 (target and label). reserved: 0. info [out]. */
 QELVOARC_API uint32_t QGetPkcs11Map(QSessionHandle session, const char *mapName, uint32_t level,
                                     uint32_t reserved, QPkcs11MapInfo *info);
-/* Enumerates the names of the partition's PKCS#11 maps. */
+/* Enumerates the names of the partition's PKCS#11 maps, as QListObjs. */
 QELVOARC_API uint32_t QListPkcs11Maps(QSessionHandle session, QNameCallback callback,
                                       void *context);
 /* Ties a private key, its public key and its certificate together for PKCS#11 clients. */

@@ -24,6 +24,8 @@ uint32_t LibraryState::Finalize() {
     initialized_.store(false, std::memory_order_release);
     lock.unlock();
     hashes.TakeAll();
+    keys.TakeAll();
+    metadata.TakeAll();
     for (auto &session : sessions.TakeAll())
         session->Close();
     return wire::OK;

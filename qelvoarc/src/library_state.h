@@ -7,6 +7,7 @@
 #include <mutex>
 
 #include "handle_table.h"
+#include "key_object.h"
 #include "session.h"
 
 namespace qelvoarc {
@@ -29,6 +30,8 @@ class LibraryState {
 
     HandleTable<Session> sessions;
     HandleTable<HashContext> hashes;
+    HandleTable<KeyObject> keys;
+    HandleTable<ObjMetadata> metadata;
 
   private:
     mutable std::mutex mutex_;

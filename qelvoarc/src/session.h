@@ -35,6 +35,11 @@ class Session {
         return Exchange(fill, kIgnoreResponse, wipe);
     }
 
+    template <class Fill, class Read>
+    uint32_t CallWithSecret(Fill &&fill, Read &&read, void (*wipe)(pb::Request &)) {
+        return Exchange(fill, read, wipe);
+    }
+
     // Logs out (best effort) and drops the connection. Later calls fail; idempotent.
     void Close();
 

@@ -46,39 +46,10 @@ uint32_t QManageAToken(QSessionHandle, uint32_t, QAccessTokenRecord *, QAccessTo
 uint32_t QManageATokenCache(QSessionHandle, uint32_t, uint32_t *, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
-uint32_t QGenerateKey(QSessionHandle, const char *, uint32_t, uint32_t, QKeyHandle *) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QImportKey(QSessionHandle, const char *, QKeyHandle, uint32_t, uint32_t, uint32_t,
-                    const uint8_t *, uint32_t, QKeyHandle *) {
-    return Q_ERR_NOT_SUPPORTED;
-}
 uint32_t QExportKey(QKeyHandle, QKeyHandle, uint32_t, uint8_t **, uint32_t *, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
-uint32_t QGetUserKey(QSessionHandle, const char *, uint32_t, QKeyHandle *) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QDestroyKey(QKeyHandle, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QGetKeyParam(QKeyHandle, uint32_t, void *, uint32_t *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
 uint32_t QSetKeyParam(QKeyHandle, uint32_t, const void *, uint32_t, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QRemoveObj(QSessionHandle, const char *) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QListObjs(QSessionHandle, QNameCallback, void *) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QGetObjInfo(QSessionHandle, const char *, QObjInfo *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QGenerateMapObj(QSessionHandle, const char *, const char *, uint32_t, const char *,
-                         uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
 uint32_t QPKCS8ExportKey(QKeyHandle, const char *, uint8_t **, uint32_t *, uint32_t) {
@@ -140,22 +111,6 @@ uint32_t QGeneratePKCS10CSR(QSessionHandle, const char *, const char *, uint32_t
 uint32_t QCert2CertInfo(const uint8_t *, uint32_t, uint32_t, void *, uint32_t *, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
-uint32_t QCreateObjMetadata(QObjMetadataHandle *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QGetObjMetadata(QObjMetadataHandle, uint32_t, void *, uint32_t *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QSetObjMetadata(QObjMetadataHandle, uint32_t, const void *, uint32_t, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QManageObjMetadata(QSessionHandle, uint32_t, const char *, QObjMetadataHandle *,
-                            uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QDestroyObjMetadata(QObjMetadataHandle, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
 uint32_t QGetObjMetadataTypeInfoList(QTypeInfo **, uint32_t *, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
@@ -163,16 +118,6 @@ uint32_t QGetJsonObjMetadata(QSessionHandle, const char *, char **, uint32_t *, 
     return Q_ERR_NOT_SUPPORTED;
 }
 uint32_t QSetJsonObjMetadata(QSessionHandle, const char *, const char *, uint32_t, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QGeneratePkcs11Map(QSessionHandle, const char *, const char *, const char *, const char *,
-                            uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QGetPkcs11Map(QSessionHandle, const char *, uint32_t, uint32_t, QPkcs11MapInfo *) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QListPkcs11Maps(QSessionHandle, QNameCallback, void *) {
     return Q_ERR_NOT_SUPPORTED;
 }
 uint32_t QAssociatePKCS11Key(QSessionHandle, const char *, const char *, const char *, uint32_t) {
@@ -254,9 +199,6 @@ uint32_t QGetHSMLogCont(QLogHandle, uint8_t *, uint32_t *) {
 uint32_t QGetHSMLogEnd(QLogHandle) {
     return Q_ERR_NOT_SUPPORTED;
 }
-uint32_t QEFTImportKey(QSessionHandle, const char *, uint32_t, const void *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
 uint32_t QEFTExportKey(QSessionHandle, const char *, uint32_t, void *, uint32_t *, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
@@ -278,13 +220,6 @@ uint32_t QEFTExportTR31(QSessionHandle, const char *, const char *, const char *
 }
 uint32_t QEFTExportAESKeyParts(QSessionHandle, const char *, uint32_t, uint32_t,
                                QEftAesComponentRecord *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QEFTGenKCVOffline(uint32_t, uint32_t, const uint8_t *, uint32_t, uint32_t, uint8_t *,
-                           uint32_t *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QEFTGetKcv(QSessionHandle, const char *, uint32_t, uint8_t *, uint32_t *, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
 uint32_t QGenerateCVV(QSessionHandle, const char *, const char *, const char *, const char *,

@@ -1,0 +1,26 @@
+#pragma once
+// What key and metadata handles hold on the library side.
+
+#include <memory>
+#include <string>
+
+#include "qelvoarc_wire.pb.h"
+#include "session.h"
+
+namespace qelvoarc {
+
+// An object of a session's partition as it was when the handle was made. Parameter reads
+// answer from `info`; operations that need the HSM name the object by `info.object_id()`
+// or its name through `session`.
+struct KeyObject {
+    std::shared_ptr<Session> session;
+    pb::ObjectInfo info;
+};
+
+// A set of metadata items, not tied to a session until QManageObjMetadata writes it.
+struct ObjMetadata {
+    std::string label;
+    bool hasLabel = false;
+};
+
+}  // namespace qelvoarc

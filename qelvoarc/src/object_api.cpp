@@ -1,0 +1,190 @@
+// Objects of the session's partition: listing, description, removal, map objects and
+// PKCS#11 maps.
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "abi_guard.h"
+#include "callback_delivery.h"
+#include "key_objects.h"
+#include "library_state.h"
+#include "listing_snapshot.h"
+#include "qelvoarc.h"
+
+namespace qelvoarc {
+namespace {
+
+constexpr uint32_t kListEverything = 0;
+constexpr uint32_t kListPkcs11Maps = 3;
+constexpr uint32_t kObjectKindPkcs11Map = 3;
+
+// Copies text into a fixed field, NUL-padded, not terminated when full.
+template <size_t N>
+void CopyField(char (&field)[N], const std::string &text) {
+    std::memset(field, 0, N);
+    std::memcpy(field, text.data(), std::min(N, text.size()));
+}
+
+uint32_t ListObjects(QSessionHandle handle, uint32_t kind, QNameCallback callback, void *context) {
+    uint32_t status;
+    std::shared_ptr<Session> session = FindSession(handle, &status);
+    if (session == nullptr) return status;
+    if (callback == nullptr) return wire::ERR_INVALID_PARAMETER;
+    std::vector<pb::ObjectInfo> objects;
+    status =
+        session->Call([&](pb::Request &request) { request.mutable_object_list()->set_kind(kind); },
+                      [&](const pb::Response &response) {
+                          objects.assign(response.objects().begin(), response.objects().end());
+                          return static_cast<uint32_t>(wire::OK);
+                      });
+    if (status != wire::OK) return status;
+    std::vector<std::string> names;
+    names.reserve(objects.size());
+    for (const pb::ObjectInfo &info : objects)
+        names.push_back(info.name());
+    ListingScope scope(session.get(), objects);
+    return DeliverNames(names, callback, context);
+}
+
+uint32_t RemoveObject(QSessionHandle handle, const char *name) {
+    uint32_t status;
+    std::shared_ptr<Session> session = FindSession(handle, &status);
+    if (session == nullptr) return status;
+    std::string objectName;
+    if ((status = ObjectName(name, &objectName)) != wire::OK) return status;
+    status = session->Call(
+        [&](pb::Request &request) { request.mutable_object_remove()->set_name(objectName); });
+    if (status == wire::OK) ForgetListed(session.get(), objectName);
+    return status;
+}
+
+uint32_t GetObjInfo(QSessionHandle handle, const char *name, QObjInfo *out) {
+    uint32_t status;
+    std::shared_ptr<Session> session = FindSession(handle, &status);
+    if (session == nullptr) return status;
+    std::string objectName;
+    if (out == nullptr) return wire::ERR_INVALID_PARAMETER;
+    if ((status = ObjectName(name, &objectName)) != wire::OK) return status;
+    pb::ObjectInfo info;
+    if ((status = OpenObject(*session, objectName, Q_KEY_OPEN_DEFAULT, &info)) != wire::OK)
+        return status;
+    QObjInfo result{};
+    CopyField(result.name, info.name());
+    result.algorithm = info.algorithm();
+    result.attributes = info.attributes();
+    result.size = info.length();
+    result.created = static_cast<uint64_t>(info.created());
+    *out = result;
+    return wire::OK;
+}
+
+uint32_t GenerateMapObj(QSessionHandle handle, const char *mapName, const char *slot1Name,
+                        uint32_t slot1Type, const char *slot2Name, uint32_t slot2Type) {
+    uint32_t status;
+    std::shared_ptr<Session> session = FindSession(handle, &status);
+    if (session == nullptr) return status;
+    std::string name, slot1, slot2;
+    if ((status = ObjectName(mapName, &name)) != wire::OK ||
+        (status = ObjectName(slot1Name, &slot1)) != wire::OK ||
+        (status = ObjectName(slot2Name, &slot2)) != wire::OK)
+        return status;
+    return session->Call([&](pb::Request &request) {
+        pb::MapCreate *map = request.mutable_map_create();
+        map->set_name(name);
+        map->set_slot1(slot1);
+        map->set_slot1_type(slot1Type);
+        map->set_slot2(slot2);
+        map->set_slot2_type(slot2Type);
+    });
+}
+
+uint32_t GeneratePkcs11Map(QSessionHandle handle, const char *mapName, const char *keyName,
+                           const char *certName, const char *label) {
+    uint32_t status;
+    std::shared_ptr<Session> session = FindSession(handle, &status);
+    if (session == nullptr) return status;
+    std::string name, key, cert;
+    if ((status = ObjectName(mapName, &name)) != wire::OK ||
+        (status = ObjectName(keyName, &key)) != wire::OK)
+        return status;
+    if (certName != nullptr && certName[0] != '\0' &&
+        (status = ObjectName(certName, &cert)) != wire::OK)
+        return status;
+    constexpr size_t kLabelField = sizeof(QPkcs11MapInfo::label) - 1;
+    std::string p11Label = label == nullptr ? std::string() : BoundedText(label, kLabelField + 1);
+    if (p11Label.size() > kLabelField) return wire::ERR_INVALID_LENGTH;
+    return session->Call([&](pb::Request &request) {
+        pb::Pkcs11MapCreate *map = request.mutable_pkcs11_map_create();
+        map->set_name(name);
+        map->set_key_name(key);
+        map->set_cert_name(cert);
+        map->set_label(p11Label);
+    });
+}
+
+uint32_t GetPkcs11Map(QSessionHandle handle, const char *mapName, uint32_t level, uint32_t reserved,
+                      QPkcs11MapInfo *out) {
+    uint32_t status;
+    std::shared_ptr<Session> session = FindSession(handle, &status);
+    if (session == nullptr) return status;
+    std::string name;
+    if (out == nullptr || level != 1 || reserved != 0) return wire::ERR_INVALID_PARAMETER;
+    if ((status = ObjectName(mapName, &name)) != wire::OK) return status;
+    pb::ObjectInfo info;
+    if ((status = OpenObject(*session, name, Q_KEY_OPEN_DEFAULT, &info)) != wire::OK) return status;
+    if (info.kind() != kObjectKindPkcs11Map) return wire::ERR_WRONG_OBJECT_TYPE;
+    QPkcs11MapInfo result{};
+    CopyField(result.target, info.target());
+    CopyField(result.label, info.p11_label());
+    *out = result;
+    return wire::OK;
+}
+
+}  // namespace
+}  // namespace qelvoarc
+
+using qelvoarc::Guarded;
+
+extern "C" {
+
+uint32_t QListObjs(QSessionHandle session, QNameCallback callback, void *context) {
+    return Guarded([&] {
+        return qelvoarc::ListObjects(session, qelvoarc::kListEverything, callback, context);
+    });
+}
+
+uint32_t QListPkcs11Maps(QSessionHandle session, QNameCallback callback, void *context) {
+    return Guarded([&] {
+        return qelvoarc::ListObjects(session, qelvoarc::kListPkcs11Maps, callback, context);
+    });
+}
+
+uint32_t QRemoveObj(QSessionHandle session, const char *name) {
+    return Guarded([&] { return qelvoarc::RemoveObject(session, name); });
+}
+
+uint32_t QGetObjInfo(QSessionHandle session, const char *name, QObjInfo *info, uint32_t) {
+    return Guarded([&] { return qelvoarc::GetObjInfo(session, name, info); });
+}
+
+uint32_t QGenerateMapObj(QSessionHandle session, const char *mapName, const char *slot1Name,
+                         uint32_t slot1Type, const char *slot2Name, uint32_t slot2Type) {
+    return Guarded([&] {
+        return qelvoarc::GenerateMapObj(session, mapName, slot1Name, slot1Type, slot2Name,
+                                        slot2Type);
+    });
+}
+
+uint32_t QGeneratePkcs11Map(QSessionHandle session, const char *mapName, const char *keyName,
+                            const char *certName, const char *label, uint32_t) {
+    return Guarded(
+        [&] { return qelvoarc::GeneratePkcs11Map(session, mapName, keyName, certName, label); });
+}
+
+uint32_t QGetPkcs11Map(QSessionHandle session, const char *mapName, uint32_t level,
+                       uint32_t reserved, QPkcs11MapInfo *info) {
+    return Guarded([&] { return qelvoarc::GetPkcs11Map(session, mapName, level, reserved, info); });
+}
+
+}  // extern "C"
