@@ -199,7 +199,10 @@ QELVOARC_API uint32_t QGetSessionParam(QSessionHandle session, uint32_t param, v
 #define Q_ADM_LIVENESS_FLAGS 0xFFFFF6BDu
 
 /* Runs an administrative operation. data: in or out as the operation says (may be NULL
- * with length 0). Served so far: Q_ADM_LIVENESS. */
+ * with length 0); an operation that answers data writes it to data, which must hold it
+ * (Q_ERR_BUFFER_TOO_SMALL otherwise). Served so far: Q_ADM_LIVENESS and the password policy
+ * (Q_ADM_GET_PASSWORD_POLICY for every user, Q_ADM_SET_PASSWORD_POLICY for operators; a
+ * policy out of its ranges gives Q_ERR_INVALID_PARAMETER). */
 QELVOARC_API uint32_t QAdmOperation(QSessionHandle session, uint32_t operation, void *data,
                                     uint32_t length, uint32_t flags);
 
@@ -325,7 +328,7 @@ QELVOARC_STATIC_ASSERT(sizeof(QUserAuthRecord) == 25, "user auth record");
 
 typedef struct QOathTokenRecord {
     uint8_t one;          /* 0: always 1 */
-    uint8_t seedLength;   /* 1 */
+    uint8_t seedLength;   /* 1: hexadecimal characters as entered; seed holds half as many */
     uint8_t seed[128];    /* 2: raw seed bytes */
     uint8_t digits;       /* 130: always 16 (the OTP field width) */
     uint16_t timeStep;    /* 131: TOTP only: seconds, default 30 */
@@ -370,20 +373,33 @@ typedef struct QObjectCountQuery {
 } QObjectCountQuery;
 QELVOARC_STATIC_ASSERT(sizeof(QObjectCountQuery) == 72, "object count query");
 
+/* Rights, checked by the HSM: creating, removing and changing another account (block,
+ * password, second factors, ACL) needs an operator or ACL 0x10, and an operator's account
+ * only an operator; only an operator creates operators or changes an account's type; no one
+ * grants a permission (0x10, 0x20, 0x40, 0x100, 0x200) it does not hold. The second-factor
+ * bits follow QAssignToken/QUnassignToken and Q_USER_PARAM_CERT: a record may clear them
+ * but never sets them. Refusals give Q_ERR_ACCESS_DENIED; a password outside the password
+ * policy gives Q_ERR_PASSWORD_POLICY. */
+
 /* Creates a user and its partition. Needs ACL 0x10. */
 QELVOARC_API uint32_t QCreateUser(QSessionHandle session, const QUserRecord *record);
-/* Removes a user and everything in its partition. Needs ACL 0x10. */
+/* Removes a user and everything in its partition, its tokens and its open sessions (they
+ * answer Q_ERR_SESSION_EXPIRED). Needs ACL 0x10; no user removes itself (Q_ERR_BAD_STATE). */
 QELVOARC_API uint32_t QRemoveUser(QSessionHandle session, const char *userId);
-/* Enumerates user ids (callback once per user, then once with isFinal). Needs ACL 0x40. */
+/* Enumerates user ids in the order of creation (callback once per user, then once with
+ * isFinal). Needs ACL 0x40. The callbacks run after the HSM answered, so unlike the general
+ * rule they may call the library, on the same session too. */
 QELVOARC_API uint32_t QListUsers(QSessionHandle session, QNameCallback callback, void *context);
 /* acl [out]: the user's ACL word (Q_ACL_*). userId: at most 16 characters. */
 QELVOARC_API uint32_t QGetUserAcl(QSessionHandle session, const char *userId, uint32_t *acl);
-/* Reads a user record selected by code (Q_USER_PARAM_*) into buffer, whose user id the caller
- * fills. length [in,out]. */
+/* Reads a user record selected by code (Q_USER_PARAM_BLOCK, _AUTH, _OBJECT_COUNT) into
+ * buffer, whose user id the caller fills. length [in,out]: capacity / record size. Another
+ * user's records need an operator or ACL 0x10 or 0x40. */
 QELVOARC_API uint32_t QGetUserParam(QSessionHandle session, uint32_t code, void *buffer,
                                     uint32_t *length, uint32_t flags);
 /* Changes a user parameter (Q_USER_PARAM_*). The library wipes its copies of passwords.
- * Served so far: Q_USER_PARAM_OWN_PASSWORD (also in a password-change-only session). */
+ * Q_USER_PARAM_OWN_PASSWORD also works in a password-change-only session, but not in a
+ * session opened with an access token. */
 QELVOARC_API uint32_t QSetUserParam(QSessionHandle session, uint32_t code, const void *data,
                                     uint32_t length, uint32_t flags);
 /* Gives a user an OATH second factor. tokenType: Q_TOKEN_OATH_*; record: 131 or 141 bytes. */
@@ -392,11 +408,13 @@ QELVOARC_API uint32_t QAssignToken(QSessionHandle session, const char *userId, u
 /* Removes a user's OATH second factor. tokenType: Q_TOKEN_OATH_EVENT (2) for any OATH token. */
 QELVOARC_API uint32_t QUnassignToken(QSessionHandle session, uint32_t tokenType,
                                      const char *userId);
-/* Enumerates the certificates a user trusts (direction 1) or the users that trust it (2). */
+/* Enumerates the certificates a user trusts (direction 1) or the users that trust it (2).
+ * Callbacks as in QListUsers. */
 QELVOARC_API uint32_t QListUserTrusts(QSessionHandle session, const char *userId,
                                       uint32_t direction, QNameCallback callback, void *context,
                                       uint32_t flags);
-/* Checks an OTP of a user's OATH token without logging in. */
+/* Checks an OTP of a user's OATH token without logging in; the OTP is used up as by a login.
+ * Q_ERR_OTP_INVALID when it does not match. */
 QELVOARC_API uint32_t QOATHCheckHOTP(QSessionHandle session, const char *userId, const char *otp,
                                      uint32_t flags);
 /* Resynchronises a user's OATH token with two consecutive OTPs. */
@@ -436,7 +454,9 @@ QELVOARC_STATIC_ASSERT(sizeof(QAccessTokenRecord) == 40, "access token record");
 typedef struct QAccessTokenInfo {
     uint64_t expiration; /* seconds since 1970 UTC; Q_ATOKEN_NO_EXPIRATION */
     char owner[16];      /* user id, NUL-padded */
-    uint8_t key[16];     /* the token's key value */
+    uint8_t key[16];     /* the token's key: the start of the SHA-256 of its secret (the HSM
+                          * keeps no secret). Owner and key name the token in Q_ATOKEN_REVOKE
+                          * and Q_ATOKEN_LOOKUP as the token itself does, but open no session. */
 } QAccessTokenInfo;
 QELVOARC_STATIC_ASSERT(sizeof(QAccessTokenInfo) == 40, "access token info");
 #pragma pack(pop)
@@ -444,11 +464,16 @@ QELVOARC_STATIC_ASSERT(sizeof(QAccessTokenInfo) == 40, "access token info");
 /* Called once per token (info) and once more with isFinal set (info NULL). */
 typedef uint32_t (*QAccessTokenCallback)(const QAccessTokenInfo *info, void *context, int isFinal);
 
-/* Issues, revokes, enumerates or looks up access tokens (Q_ATOKEN_*). */
+/* Issues, revokes, enumerates or looks up access tokens (Q_ATOKEN_*). Issuing is for the
+ * session's user; an expiration not in the future gives Q_ERR_INVALID_PARAMETER. A user sees,
+ * revokes and looks up only its own tokens, unless it holds ACL 0x20 (another user's token
+ * is answered Q_ERR_NOT_FOUND). A look-up of an unknown token gives Q_ERR_NOT_FOUND. The
+ * callbacks run after the HSM answered and may call the library. */
 QELVOARC_API uint32_t QManageAToken(QSessionHandle session, uint32_t operation,
                                     QAccessTokenRecord *record, QAccessTokenCallback callback,
                                     void *context, uint32_t flags);
-/* Reads the token count or runs the collector of expired tokens (Q_ATOKEN_CACHE_*). */
+/* Reads the token count or runs the collector of expired (and revoked) tokens
+ * (Q_ATOKEN_CACHE_*). Needs ACL 0x20. */
 QELVOARC_API uint32_t QManageATokenCache(QSessionHandle session, uint32_t operation,
                                          uint32_t *value, uint32_t flags);
 

@@ -1,6 +1,8 @@
 #pragma once
 // An open session: its connection and the lock that keeps one request in flight at a time.
 
+#include <openssl/crypto.h>
+
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -40,6 +42,12 @@ class Session {
         return Exchange(fill, read, wipe);
     }
 
+    // As CallWithSecret, with `read` taking the results as in Call.
+    template <class Fill, class Read>
+    uint32_t CallWithSecret(Fill &&fill, void (*wipe)(pb::Request &), Read &&read) {
+        return Exchange(fill, read, wipe);
+    }
+
     // Logs out (best effort) and drops the connection. Later calls fail; idempotent.
     void Close();
 
@@ -64,7 +72,11 @@ class Session {
         if (wipe != nullptr) wipe(request_);
         if (status != wire::OK) return status;
         if (response_.status() != wire::OK) return response_.status();
-        return read(static_cast<const pb::Response &>(response_));
+        uint32_t result = read(static_cast<const pb::Response &>(response_));
+        // Answers may carry secrets (new access tokens, random bytes): none stays behind.
+        std::string *data = response_.mutable_data();
+        OPENSSL_cleanse(data->data(), data->size());
+        return result;
     }
 
     std::mutex mutex_;

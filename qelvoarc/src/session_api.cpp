@@ -106,17 +106,25 @@ uint32_t GetSessionParam(QSessionHandle handle, uint32_t param, void *buffer, ui
 
 uint32_t AdmOperation(QSessionHandle handle, uint32_t operation, void *data, uint32_t length,
                       uint32_t flags) {
-    if (operation != Q_ADM_LIVENESS) return wire::ERR_NOT_SUPPORTED;
     uint32_t status;
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
     if (data == nullptr && length != 0) return wire::ERR_INVALID_PARAMETER;
-    return session->Call([&](pb::Request &request) {
-        pb::AdmOperation *adm = request.mutable_adm_operation();
-        adm->set_operation(operation);
-        if (length != 0) adm->set_data(data, length);
-        adm->set_flags(flags);
-    });
+    return session->Call(
+        [&](pb::Request &request) {
+            pb::AdmOperation *adm = request.mutable_adm_operation();
+            adm->set_operation(operation);
+            if (length != 0) adm->set_data(data, length);
+            adm->set_flags(flags);
+        },
+        // Operations that answer data (reading the password policy) fill the caller's buffer.
+        [&](const pb::Response &response) -> uint32_t {
+            const std::string &answer = response.data();
+            if (answer.empty()) return wire::OK;
+            if (answer.size() > length) return wire::ERR_BUFFER_TOO_SMALL;
+            std::memcpy(data, answer.data(), answer.size());
+            return wire::OK;
+        });
 }
 
 uint32_t GetRandom(QSessionHandle handle, void *buffer, uint32_t length) {

@@ -8,42 +8,8 @@ extern "C" {
 uint32_t QListUserSessions(QSessionHandle, QUserSessionCallback, void *, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
-uint32_t QCreateUser(QSessionHandle, const QUserRecord *) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QRemoveUser(QSessionHandle, const char *) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QListUsers(QSessionHandle, QNameCallback, void *) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QGetUserParam(QSessionHandle, uint32_t, void *, uint32_t *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QAssignToken(QSessionHandle, const char *, uint32_t, const QOathTokenRecord *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QUnassignToken(QSessionHandle, uint32_t, const char *) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QListUserTrusts(QSessionHandle, const char *, uint32_t, QNameCallback, void *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QOATHCheckHOTP(QSessionHandle, const char *, const char *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QOATHResync(QSessionHandle, const char *, const char *, const char *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
 uint32_t QOATHPskcTranslate(const uint8_t *, uint32_t, const uint8_t *, uint32_t,
                             QPskcTokenCallback, void *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QManageAToken(QSessionHandle, uint32_t, QAccessTokenRecord *, QAccessTokenCallback, void *,
-                       uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QManageATokenCache(QSessionHandle, uint32_t, uint32_t *, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
 uint32_t QExportKey(QKeyHandle, QKeyHandle, uint32_t, uint8_t **, uint32_t *, uint32_t) {
