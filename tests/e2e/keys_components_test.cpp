@@ -1,0 +1,207 @@
+// The key component ceremony of "HSM - EFT - Import Key": two and three custodians, check
+// values typed wrong, and the HSM's refusal of a wrong final check value.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "keys_dialogue.h"
+
+namespace {
+
+using keys_e2e::AesCheckValue;
+using keys_e2e::DesCheckValue;
+using keys_e2e::InfoLine;
+using keys_e2e::KeysConsole;
+using keys_e2e::XorHex;
+
+struct Component {
+    std::string hex;
+    std::string kcv;
+};
+
+// From the main menu to the start of the ceremony (the family chosen).
+void OpenCeremony(KeysConsole &console, const std::string &family) {
+    console.Choose("EFT...", "HSM - EFT\n\n");
+    console.Expect("Option : ");
+    console.Choose("Import Key...", "HSM - EFT - Import Key\n\n");
+    console.Expect("Option : ");
+    console.Choose("Key Components", "HSM - EFT - Import Key - Key Components\n\n");
+    console.Expect("Option :\n 1 - DES\n 2 - 3DES\n 3 - AES\nOption : ");
+    console.Send(family + "\n");
+}
+
+// One custodian: the pause, the fresh screen, the component and its check value.
+void EnterComponent(KeysConsole &console, int part, const Component &component) {
+    console.Expect("Press ENTER key to continue...");
+    console.Send("\n");
+    console.Expect("Key material Part " + std::to_string(part) + " (");
+    console.Expect("hexadecimal characters) :\n\n");
+    console.Send(component.hex + "\n");
+    console.Expect("Key Check Value (6 hexadecimal characters) :\n\n");
+    console.Send(component.kcv + "\n");
+}
+
+void EnterFinal(KeysConsole &console, const std::string &kcv) {
+    console.Expect("Press ENTER key to continue...");
+    console.Send("\n");
+    console.Expect("\nFinal Key Check Value (6 hexadecimal characters) :\n\n");
+    console.Send(kcv + "\n");
+}
+
+// Back from the ceremony to the main menu (three menus up).
+void LeaveCeremony(KeysConsole &console) {
+    console.Expect("Press ENTER key to continue...");
+    console.Send("\n");
+    for (int level = 0; level < 3; ++level) {
+        console.Expect("Option : ");
+        console.Send("0\n");
+    }
+    console.Expect("Main Menu\n\n");
+    console.Expect("Option : ");
+}
+
+std::string KcvOnScreen(KeysConsole &console, const std::string &name) {
+    console.Choose("Attributes", "Keys/Objects - Attributes\n\n");
+    console.Expect("Name (HSM) : ");
+    const size_t from = console.pty().Output().size();
+    console.Send(name + "\n");
+    console.Expect("Option : ");
+    std::string screen = console.pty().Output().substr(from);
+    console.Send("0\n");
+    console.LeaveMainAction();
+    return screen;
+}
+
+TEST(KeysComponents, TwoPartDesCeremonyImportsTheJoinedKey) {
+    KeysConsole console;
+    ASSERT_TRUE(console.ready());
+    const Component c1{"0123456789ABCDEF", DesCheckValue("0123456789ABCDEF")};
+    const Component c2{"FEDCBA9876543210", DesCheckValue("FEDCBA9876543210")};
+    const std::string key = XorHex({c1.hex, c2.hex});
+
+    OpenCeremony(console, "1");
+    console.Expect("Use 2 parts (y/[n]) :");
+    console.Send("y\n");
+    console.Expect("Key Name (HSM) : ");
+    console.Send("e-des\n");
+    console.Expect("Exportable : no\n\n");
+    EnterComponent(console, 1, c1);
+    console.Expect("\n\nKey material Part 1 entered ok.\n");
+    EnterComponent(console, 2, c2);
+    console.Expect("\n\nKey material Part 2 entered ok.\n");
+    EnterFinal(console, DesCheckValue(key));
+    console.Expect("\nKey imported successfully.\n\n");
+    console.Expect("Key e-des: des, 56 bits, not exportable\n\n");
+    LeaveCeremony(console);
+    EXPECT_EQ(console.pty().Output().find("Key material Part 3"), std::string::npos);
+
+    const std::string screen = KcvOnScreen(console, "e-des");
+    EXPECT_NE(screen.find(InfoLine("KCV : ", DesCheckValue(key))), std::string::npos) << screen;
+    EXPECT_EQ(console.Exit(), 0);
+}
+
+TEST(KeysComponents, ThreePartTripleDesGoesOnAfterAWrongComponentCheckValue) {
+    KeysConsole console;
+    ASSERT_TRUE(console.ready());
+    const Component c1{"0123456789ABCDEFFEDCBA9876543210", "000000"};  // wrong: warned only
+    const Component c2{"11111111111111112222222222222222",
+                       DesCheckValue("11111111111111112222222222222222")};
+    const Component c3{"89ABCDEF01234567766554433221100F",
+                       DesCheckValue("89ABCDEF01234567766554433221100F")};
+    const std::string key = XorHex({c1.hex, c2.hex, c3.hex});
+
+    OpenCeremony(console, "2");
+    console.Expect("Use 2 parts (y/[n]) :");
+    console.Send("\n");
+    console.Expect("Key Name (HSM) : ");
+    console.Send("e-3des\n");
+    console.Expect(" 1 - 112\n 2 - 168\nOption : ");
+    console.Send("1\n");
+    EnterComponent(console, 1, c1);
+    console.Expect("\nKey and Check Value doesn't match. Please try again...\n\n\n");
+    EnterComponent(console, 2, c2);
+    console.Expect("Key material Part 2 entered ok.");
+    EnterComponent(console, 3, c3);
+    console.Expect("Key material Part 3 entered ok.");
+    EnterFinal(console, DesCheckValue(key));
+    console.Expect("\nKey imported successfully.\n\n");
+    console.Expect("Key e-3des: 3des-112, 112 bits, not exportable\n\n");
+    LeaveCeremony(console);
+    EXPECT_EQ(console.Exit(), 0);
+}
+
+TEST(KeysComponents, WrongFinalCheckValueIsRefusedAndNothingStored) {
+    KeysConsole console;
+    ASSERT_TRUE(console.ready());
+    const Component c1{"0123456789ABCDEF", DesCheckValue("0123456789ABCDEF")};
+    const Component c2{"FEDCBA9876543210", DesCheckValue("FEDCBA9876543210")};
+    OpenCeremony(console, "1");
+    console.Expect("Use 2 parts (y/[n]) :");
+    console.Send("y\n");
+    console.Expect("Key Name (HSM) : ");
+    console.Send("e-wrong\n");
+    EnterComponent(console, 1, c1);
+    EnterComponent(console, 2, c2);
+    EnterFinal(console, "123456");
+    console.Expect("\nError importing key. ");
+    LeaveCeremony(console);
+    const std::string listing = console.List();
+    EXPECT_EQ(listing.find("e-wrong"), std::string::npos) << listing;
+    EXPECT_EQ(console.Exit(), 0);
+}
+
+TEST(KeysComponents, ThreePartAesCeremonyAndCancels) {
+    KeysConsole console;
+    ASSERT_TRUE(console.ready());
+    const std::vector<Component> components = {
+        {"000102030405060708090A0B0C0D0E0F", AesCheckValue("000102030405060708090A0B0C0D0E0F")},
+        {"F0E0D0C0B0A090807060504030201000", AesCheckValue("F0E0D0C0B0A090807060504030201000")},
+        {"2B7E151628AED2A6ABF7158809CF4F3C", AesCheckValue("2B7E151628AED2A6ABF7158809CF4F3C")},
+    };
+    const std::string key = XorHex({components[0].hex, components[1].hex, components[2].hex});
+
+    OpenCeremony(console, "3");
+    console.Expect("Key Name (HSM) : ");
+    console.Send("e-aes\n");
+    console.Expect("Size (bits) :\n 1 - 128\n 2 - 192\n 3 - 256\nOption : ");
+    console.Send("1\n");
+    console.Expect("Exportable (y/[n]):");
+    console.Send("y\n");
+    console.Expect("Define an Usage Profile (y/[n]):");
+    console.Send("\n");
+    console.Expect("Check value format :\n 1 - KCV\n 2 - CMAC\nOption : ");
+    console.Send("1\n");
+    for (int part = 1; part <= 3; ++part) {
+        EnterComponent(console, part, components[part - 1]);
+        console.Expect("Key material Part " + std::to_string(part) + " entered ok.");
+    }
+    EnterFinal(console, AesCheckValue(key));
+    console.Expect("\nKey imported successfully.\n\n");
+    console.Expect("Key e-aes: aes-128, 128 bits, exportable\n\n");
+    LeaveCeremony(console);
+
+    // Cancels: at the name, at a component, at a check value, at the final value.
+    const std::vector<std::vector<std::string>> cancels = {
+        {"\n"},
+        {"e-c\n", "\n", "\n"},
+        {"e-c\n", "\n", "\n", "0123456789ABCDEF\n", "\n"},
+        {"e-c\n", "\n", "\n", "0123456789ABCDEF\n", "D5D44F\n", "\n", "FEDCBA9876543210\n",
+         "000000\n", "\n", "\n"},
+    };
+    for (const auto &answers : cancels) {
+        SCOPED_TRACE(answers.size());
+        OpenCeremony(console, "1");
+        console.Expect("Use 2 parts (y/[n]) :");
+        console.Send("y\n");
+        console.Expect("Key Name (HSM) : ");
+        for (const std::string &answer : answers)
+            console.Send(answer);
+        LeaveCeremony(console);
+    }
+    const std::string listing = console.List();
+    EXPECT_EQ(listing.find("e-c "), std::string::npos) << listing;
+    EXPECT_EQ(console.Exit(), 0);
+}
+
+}  // namespace

@@ -1,0 +1,211 @@
+#pragma once
+// Helpers of the key and object dialogues' end-to-end tests: a console logged in on its own
+// simulator, menu navigation by label, and check values computed independently of the HSM.
+
+#include <gtest/gtest.h>
+#include <openssl/evp.h>
+
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "console_e2e_support.h"
+
+namespace keys_e2e {
+
+// The number the menu on screen gives `label` (the last menu printed that has it).
+inline std::string ItemNumber(const std::string &screen, const std::string &label) {
+    const size_t at = screen.rfind(" - " + label);
+    if (at == std::string::npos || at < 2) {
+        ADD_FAILURE() << "no menu item " << label;
+        return "0";
+    }
+    std::string number = screen.substr(at - 2, 2);
+    if (number[0] == ' ') number.erase(0, 1);
+    return number;
+}
+
+// A console logged in as the simulator's operator, at the main menu.
+class KeysConsole {
+  public:
+    explicit KeysConsole(const std::vector<std::string> &options = {},
+                         SimProcess::Options simOptions = {})
+        : sim_(std::move(simOptions)), console_(TARSEL_PATH, ConsoleArgs(sim_, "master", options)) {
+        ready_ = EnterPasswordAndReachMainMenu(console_, sim_.initPassword());
+    }
+
+    bool ready() const { return ready_; }
+    PtyDriver &pty() { return console_; }
+    SimProcess &sim() { return sim_; }
+
+    bool Expect(const std::string &text) { return console_.Expect(text); }
+    void Send(const std::string &text) { console_.Send(text); }
+
+    // Chooses the item of the menu on screen and waits for its heading.
+    void Choose(const std::string &label, const std::string &heading) {
+        console_.Send(ItemNumber(console_.Output(), label) + "\n");
+        console_.Expect(heading);
+    }
+
+    // From the main menu into a generation item, up to its name prompt.
+    void StartGeneration(const std::string &label) {
+        Choose("Generate...", "Keys/Objects - Generate\n\n");
+        console_.Expect("Option : ");
+        Choose(label, "Keys/Objects - Generate - " + label + "\n\n");
+        console_.Expect("Key Name (HSM) : ");
+    }
+
+    // After an action of a nested menu: the pause, then back to the main menu.
+    void LeaveAction() {
+        console_.Expect("Press ENTER key to continue...");
+        console_.Send("\n");
+        console_.Expect("Option : ");
+        console_.Send("0\n");
+        console_.Expect("Main Menu\n\n");
+        console_.Expect("Option : ");
+    }
+
+    // After an action of the main menu: the pause, then the main menu again.
+    void LeaveMainAction() {
+        console_.Expect("Press ENTER key to continue...");
+        console_.Send("\n");
+        console_.Expect("Main Menu\n\n");
+        console_.Expect("Option : ");
+    }
+
+    // Runs "List" and returns what it printed up to the pause.
+    std::string List() {
+        Choose("List", "Keys/Objects - List\n\n");
+        const size_t from = console_.Output().size();
+        console_.Expect("Total of objects: ");
+        console_.Expect("Press ENTER key to continue...");
+        std::string listing = console_.Output().substr(from);
+        console_.Send("\n");
+        console_.Expect("Option : ");
+        return listing;
+    }
+
+    // Clear-text import of a DES-family, AES or other key with ENTER at every attribute.
+    void ImportClearKey(const std::string &choice, const std::string &sizeChoice,
+                        const std::string &name, const std::string &hex) {
+        Choose("Import...", "Keys/Objects - Import\n\n");
+        console_.Expect("Option : ");
+        Choose("Symmetric Keys", "Keys/Objects - Import - Symmetric Keys\n\n");
+        console_.Expect("Option : ");
+        Choose("Clear Text Key", "Keys/Objects - Import - Symmetric Keys - Clear Text Key\n\n");
+        console_.Expect("Option : ");
+        console_.Send(choice + "\n");
+        console_.Expect("Key Name (HSM) : ");
+        console_.Send(name + "\n");
+        if (!sizeChoice.empty()) {
+            console_.Expect("Option : ");
+            console_.Send(sizeChoice + "\n");
+        }
+        console_.Expect("Exportable (y/[n]):");
+        console_.Send("\n");
+        console_.Expect("Define an Usage Profile (y/[n]):");
+        console_.Send("\n");
+        console_.Expect("hexadecimal characters) :\n\n");
+        console_.Send(hex + "\n");
+    }
+
+    // Leaves a menu two levels down (the import menus) back to the main menu.
+    void LeaveTwoMenus() {
+        console_.Expect("Press ENTER key to continue...");
+        console_.Send("\n");
+        for (int level = 0; level < 2; ++level) {
+            console_.Expect("Option : ");
+            console_.Send("0\n");
+        }
+        console_.Expect("Main Menu\n\n");
+        console_.Expect("Option : ");
+    }
+
+    int Exit() {
+        console_.Send("0\n");
+        return console_.WaitExit();
+    }
+
+  private:
+    SimProcess sim_;
+    PtyDriver console_;
+    bool ready_ = false;
+};
+
+// One line of the key information screen: the label right-aligned in 35 columns.
+inline std::string InfoLine(const std::string &label, const std::string &value) {
+    char line[256];
+    snprintf(line, sizeof line, "%35s%s\n", label.c_str(), value.c_str());
+    return line;
+}
+
+// One line of the object list.
+inline std::string ListLine(const std::string &name, const std::string &type, bool temporary,
+                            bool exportable) {
+    char line[256];
+    snprintf(line, sizeof line, "%-41s %-20s %-1s %-1s ", name.c_str(), type.c_str(),
+             temporary ? "y" : "n", exportable ? "y" : "n");
+    return line;
+}
+
+inline std::string HexOf(const unsigned char *data, size_t length) {
+    static const char kDigits[] = "0123456789ABCDEF";
+    std::string text;
+    for (size_t i = 0; i < length; ++i) {
+        text += kDigits[data[i] >> 4];
+        text += kDigits[data[i] & 0xF];
+    }
+    return text;
+}
+
+inline std::vector<unsigned char> BytesOf(const std::string &hex) {
+    std::vector<unsigned char> bytes;
+    for (size_t i = 0; i + 1 < hex.size(); i += 2)
+        bytes.push_back(static_cast<unsigned char>(std::stoi(hex.substr(i, 2), nullptr, 16)));
+    return bytes;
+}
+
+// The first three bytes of a zero block encrypted under `key` with `cipher` in ECB mode.
+inline std::string EncryptedZeroBlock(const EVP_CIPHER *cipher,
+                                      const std::vector<unsigned char> &key) {
+    std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> ctx(EVP_CIPHER_CTX_new(),
+                                                                        EVP_CIPHER_CTX_free);
+    unsigned char zero[16] = {};
+    unsigned char out[32] = {};
+    int length = 0;
+    EXPECT_EQ(EVP_EncryptInit_ex(ctx.get(), cipher, nullptr, key.data(), nullptr), 1);
+    EVP_CIPHER_CTX_set_padding(ctx.get(), 0);
+    EXPECT_EQ(EVP_EncryptUpdate(ctx.get(), out, &length, zero, EVP_CIPHER_block_size(cipher)), 1);
+    return HexOf(out, 3);
+}
+
+// The check value of a DES, two-key or three-key 3DES key. DES and two-key keys are widened
+// to three keys (K1 K2 K1), which encrypts the same.
+inline std::string DesCheckValue(const std::string &keyHex) {
+    std::vector<unsigned char> key = BytesOf(keyHex);
+    if (key.size() == 8) key.insert(key.end(), key.begin(), key.end());
+    if (key.size() == 16) key.insert(key.end(), key.begin(), key.begin() + 8);
+    return EncryptedZeroBlock(EVP_des_ede3_ecb(), key);
+}
+
+inline std::string AesCheckValue(const std::string &keyHex) {
+    std::vector<unsigned char> key = BytesOf(keyHex);
+    const EVP_CIPHER *cipher = key.size() == 16   ? EVP_aes_128_ecb()
+                               : key.size() == 24 ? EVP_aes_192_ecb()
+                                                  : EVP_aes_256_ecb();
+    return EncryptedZeroBlock(cipher, key);
+}
+
+// The XOR of hexadecimal strings of one length, in upper case.
+inline std::string XorHex(const std::vector<std::string> &parts) {
+    std::vector<unsigned char> sum = BytesOf(parts.at(0));
+    for (size_t p = 1; p < parts.size(); ++p) {
+        std::vector<unsigned char> next = BytesOf(parts[p]);
+        for (size_t i = 0; i < sum.size(); ++i)
+            sum[i] ^= next[i];
+    }
+    return HexOf(sum.data(), sum.size());
+}
+
+}  // namespace keys_e2e

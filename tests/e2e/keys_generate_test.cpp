@@ -1,0 +1,222 @@
+// Key generation dialogues: every family, the attribute questions, cancels at each prompt.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "keys_dialogue.h"
+
+namespace {
+
+using keys_e2e::InfoLine;
+using keys_e2e::KeysConsole;
+using keys_e2e::ListLine;
+
+// Answers the attribute questions with ENTER (not exportable, no profile).
+void DefaultAttributes(KeysConsole &console) {
+    console.Expect("Exportable (y/[n]):");
+    console.Send("\n");
+    console.Expect("Define an Usage Profile (y/[n]):");
+    console.Send("\n");
+}
+
+TEST(KeysGenerate, EverySymmetricFamilyGeneratesAndSummarises) {
+    KeysConsole console;
+    ASSERT_TRUE(console.ready());
+    struct Case {
+        const char *item;
+        const char *name;
+        const char *sizeStep;  // what is shown before the choice
+        const char *choice;    // empty: nothing to choose
+        const char *summary;
+    };
+    const Case cases[] = {
+        {"DES", "k-des", "Size (bits) : (56)\n", "", "Key k-des: des, 56 bits, not exportable\n\n"},
+        {"3DES", "k-3des", "Size (bits) : \n 1 - 112\n 2 - 168\nOption : ", "2",
+         "Key k-3des: 3des-168, 168 bits, not exportable\n\n"},
+        {"DESX", "k-desx", "Size (bits) : (184)\n", "",
+         "Key k-desx: desx, 184 bits, not exportable\n\n"},
+        {"AES", "k-aes", "Size (bits) : \n 1 - 128\n 2 - 192\n 3 - 256\nOption : ", "1",
+         "Key k-aes: aes-128, 128 bits, not exportable\n\n"},
+        {"ARC4", "k-arc4", "Size (bits) : (128)\n", "",
+         "Key k-arc4: arc4, 128 bits, not exportable\n\n"},
+        {"ARC5", "k-arc5", "Size (bits) : (128)\n", "",
+         "Key k-arc5: arc5, 128 bits, not exportable\n\n"},
+        {"HMAC", "k-hmac", "HMAC Key type :\n", "4",
+         "Key k-hmac: hmac-sha256, 256 bits, not exportable\n\n"},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.item);
+        console.StartGeneration(c.item);
+        console.Send(std::string(c.name) + "\n");
+        console.Expect(c.sizeStep);
+        if (c.choice[0] != '\0') console.Send(std::string(c.choice) + "\n");
+        DefaultAttributes(console);
+        console.Expect("\nKey generated successfully.\n\n");
+        console.Expect(c.summary);
+        console.LeaveAction();
+    }
+    const std::string listing = console.List();
+    EXPECT_NE(listing.find(ListLine("k-3des", "3des-168", false, false)), std::string::npos)
+        << listing;
+    EXPECT_NE(listing.find("\nTotal of objects: 7\n"), std::string::npos) << listing;
+    EXPECT_EQ(console.Exit(), 0);
+}
+
+TEST(KeysGenerate, AsymmetricFamiliesAskTheirOwnQuestions) {
+    KeysConsole console({"-3"});
+    ASSERT_TRUE(console.ready());
+
+    // RSA 1024, exponent 3 asked because of -3; the information screen shows it.
+    console.StartGeneration("RSA");
+    console.Send("k-rsa\n");
+    console.Expect("RSA key size (bits) :\n");
+    console.Send("2\n");
+    DefaultAttributes(console);
+    console.Expect("Use public Exponent 3 (y/[n]):");
+    console.Send("y\n");
+    console.Expect("Key k-rsa: rsa-1024, 1024 bits, not exportable\n\n");
+    console.LeaveAction();
+    console.Choose("Attributes", "Keys/Objects - Attributes\n\n");
+    console.Expect("Name (HSM) : ");
+    console.Send("k-rsa\n");
+    console.Expect(InfoLine("Public exponent(hex) : ", "03"));
+    console.Expect(InfoLine("Key size : ", "1024"));
+    console.Expect("Option : ");
+    console.Send("0\n");
+    console.LeaveMainAction();
+
+    // Brainpool 256 twisted, blockchain compatible and exportable: identifier 45, flags 0x4001.
+    console.StartGeneration("ECC");
+    console.Send("k-ecc\n");
+    console.Expect("Option : ");
+    console.Send("5\n");
+    console.Expect("Option : ");
+    console.Send("4\n");
+    console.Expect("Twisted (y/[n]):");
+    console.Send("y\n");
+    console.Expect("Exportable (y/[n]):");
+    console.Send("y\n");
+    console.Expect("Mark as blockchain compatible (y/[n]):");
+    console.Send("y\n");
+    console.Expect("Define an Usage Profile (y/[n]):");
+    console.Send("\n");
+    console.Expect(
+        "Key k-ecc: ecc-brainpoolP256t1, 256 bits, exportable, blockchain compatible\n\n");
+    console.LeaveAction();
+
+    // X448 has no blockchain question; EdDSA25519 has.
+    console.StartGeneration("ECX");
+    console.Send("k-x448\n");
+    console.Expect("Curve :\n");
+    console.Send("4\n");
+    size_t from = console.pty().Output().size();
+    DefaultAttributes(console);
+    console.Expect("Key k-x448: x448, 448 bits, not exportable\n\n");
+    EXPECT_EQ(console.pty().Output().find("blockchain", from), std::string::npos);
+    console.LeaveAction();
+    console.StartGeneration("ECX");
+    console.Send("k-ed25519\n");
+    console.Send("1\n");
+    console.Expect("Exportable (y/[n]):");
+    console.Send("\n");
+    console.Expect("Mark as blockchain compatible (y/[n]):");
+    console.Send("n\n");
+    console.Expect("Define an Usage Profile (y/[n]):");
+    console.Send("\n");
+    console.Expect("Key k-ed25519: eddsa-25519, 256 bits, not exportable\n\n");
+    console.LeaveAction();
+    EXPECT_EQ(console.Exit(), 0);
+}
+
+TEST(KeysGenerate, UsageProfileAndRefusalsAreShown) {
+    KeysConsole console;
+    ASSERT_TRUE(console.ready());
+    console.StartGeneration("AES");
+    console.Send("k-kbpk\n");
+    console.Send("3\n");
+    console.Expect("Exportable (y/[n]):");
+    console.Send("\n");
+    console.Expect("Define an Usage Profile (y/[n]):");
+    console.Send("y\n");
+    console.Expect(" 5 - EFT_TR31_KBPK  - TR31 key-block protection key\nOption : ");
+    console.Send("5\n");
+    console.Expect(
+        "Key k-kbpk: aes-256, 256 bits, not exportable, usage profile: EFT_TR31_KBPK\n\n");
+    console.LeaveAction();
+
+    // The same name again is refused by the HSM: the error, and no summary.
+    console.StartGeneration("DES");
+    console.Send("k-kbpk\n");
+    DefaultAttributes(console);
+    console.Expect("\nError generating key. ");
+    console.Expect("Press ENTER key to continue...");
+    EXPECT_EQ(console.pty().Output().find("Key k-kbpk: des"), std::string::npos);
+    console.Send("\n");
+    console.Expect("Option : ");
+    console.Send("0\n");
+    console.Expect("Option : ");
+
+    console.Choose("Attributes", "Keys/Objects - Attributes\n\n");
+    console.Expect("Name (HSM) : ");
+    console.Send("k-kbpk\n");
+    console.Expect(InfoLine("Type : ", "aes-256"));
+    console.Expect(InfoLine("Temporary : ", "no"));
+    console.Expect(InfoLine("Exportable : ", "no"));
+    console.Expect(InfoLine("Encrypted : ", "").substr(0, 35));
+    console.Expect(InfoLine("Blocked : ", "no"));
+    console.Expect(InfoLine("Blockchain compatible : ", "no") + "\n");
+    console.Expect(InfoLine("Usage-profile : ", "TR31 key-block protection key") + "\n");
+    console.Expect(InfoLine("State : ", "").substr(0, 35));
+    console.Expect(InfoLine("Activation date : ", "").substr(0, 35));
+    console.Expect(InfoLine("KCV : ", "").substr(0, 35));
+    console.Expect(InfoLine("CMAC : ", "").substr(0, 35));
+    console.Expect(InfoLine("Key size : ", "256"));
+    console.Expect("Option : ");
+    console.Send("0\n");
+    console.LeaveMainAction();
+    EXPECT_EQ(console.Exit(), 0);
+}
+
+TEST(KeysGenerate, CancelAtEveryPromptGeneratesNothing) {
+    KeysConsole console({"-3"});
+    ASSERT_TRUE(console.ready());
+    struct Case {
+        const char *item;
+        std::vector<std::string> answers;  // the last one cancels
+    };
+    const Case cases[] = {
+        {"DES", {"\n"}},
+        {"AES", {"k\n", "\n"}},
+        {"3DES", {"k\n", "9\n"}},
+        {"HMAC", {"k\n", "0\n"}},
+        {"RSA", {"k\n", "\n"}},
+        {"ECC", {"k\n", "1\n", "\n"}},
+        {"ECX", {"k\n", "x\n"}},
+        // Leaving the profile picker: only the picker's own message.
+        {"DESX", {"k\n", "\n", "y\n", "\n"}},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.item);
+        console.StartGeneration(c.item);
+        for (const std::string &answer : c.answers)
+            console.Send(answer);
+        console.Expect("\nOperation cancelled!\n");
+        console.LeaveAction();
+    }
+    // MAP cancels at each of its three names.
+    for (int cancelAt = 0; cancelAt < 3; ++cancelAt) {
+        console.Choose("Generate...", "Keys/Objects - Generate\n\n");
+        console.Expect("Option : ");
+        console.Choose("MAP", "Keys/Objects - Generate - MAP\n\n");
+        for (int i = 0; i < cancelAt; ++i)
+            console.Send("n\n");
+        console.Send("\n");
+        console.Expect("\nOperation cancelled!\n");
+        console.LeaveAction();
+    }
+    const std::string listing = console.List();
+    EXPECT_NE(listing.find("\nTotal of objects: 0\n"), std::string::npos) << listing;
+    EXPECT_EQ(console.Exit(), 0);
+}
+
+}  // namespace

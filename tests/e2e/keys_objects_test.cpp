@@ -1,0 +1,187 @@
+// Clear-key import, listing, key information with check values, removal and maps.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "keys_dialogue.h"
+
+namespace {
+
+using keys_e2e::AesCheckValue;
+using keys_e2e::DesCheckValue;
+using keys_e2e::InfoLine;
+using keys_e2e::KeysConsole;
+using keys_e2e::ListLine;
+
+constexpr char kDesKey[] = "0123456789ABCDEF";
+constexpr char kAesKey[] = "2B7E151628AED2A6ABF7158809CF4F3C";
+
+// Opens the information screen of `name` and returns it up to its action menu.
+std::string KeyInformation(KeysConsole &console, const std::string &name) {
+    console.Choose("Attributes", "Keys/Objects - Attributes\n\n");
+    console.Expect("Name (HSM) : ");
+    const size_t from = console.pty().Output().size();
+    console.Send(name + "\n");
+    console.Expect("Option : ");
+    std::string screen = console.pty().Output().substr(from);
+    console.Send("0\n");
+    console.LeaveMainAction();
+    return screen;
+}
+
+TEST(KeysObjects, ClearKeyOfEveryFamilyImportsWithItsSummary) {
+    KeysConsole console;
+    ASSERT_TRUE(console.ready());
+    struct Case {
+        const char *choice;
+        const char *size;
+        const char *name;
+        const char *hex;
+        const char *summary;
+    };
+    const Case cases[] = {
+        {"1", "", "c-des", kDesKey, "Key c-des: des, 56 bits, not exportable\n\n"},
+        {"2", "1", "c-3des", "0123456789ABCDEFFEDCBA9876543210",
+         "Key c-3des: 3des-112, 112 bits, not exportable\n\n"},
+        {"3", "", "c-desx", "0123456789ABCDEF0123456789ABCDEF0123456789ABCDEF",
+         "Key c-desx: desx, 184 bits, not exportable\n\n"},
+        {"4", "1", "c-aes", kAesKey, "Key c-aes: aes-128, 128 bits, not exportable\n\n"},
+        {"5", "", "c-arc4", "00112233445566778899AABBCCDDEEFF",
+         "Key c-arc4: arc4, 128 bits, not exportable\n\n"},
+        {"6", "", "c-arc5", "00112233445566778899AABBCCDDEEFF",
+         "Key c-arc5: arc5, 128 bits, not exportable\n\n"},
+        {"7", "2", "c-hmac", "000102030405060708090A0B0C0D0E0F10111213",
+         "Key c-hmac: hmac-sha1, 160 bits, not exportable\n\n"},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        console.ImportClearKey(c.choice, c.size, c.name, c.hex);
+        console.Expect("\nKey imported successfully.\n\n");
+        console.Expect(c.summary);
+        console.LeaveTwoMenus();
+    }
+
+    // Not hexadecimal: nothing is imported.
+    console.ImportClearKey("1", "", "c-bad", "XYZ0123456789ABC");
+    console.Expect("\nOperation cancelled!\n");
+    console.LeaveTwoMenus();
+
+    const std::string listing = console.List();
+    EXPECT_NE(listing.find(ListLine("c-desx", "desx", false, false)), std::string::npos) << listing;
+    EXPECT_EQ(listing.find("c-bad"), std::string::npos) << listing;
+    EXPECT_NE(listing.find("\nTotal of objects: 7\n"), std::string::npos) << listing;
+    EXPECT_EQ(console.Exit(), 0);
+}
+
+TEST(KeysObjects, KeyInformationShowsTheCheckValuesOfKnownKeys) {
+    ASSERT_EQ(DesCheckValue(kDesKey), "D5D44F");  // the reference itself
+    KeysConsole console;
+    ASSERT_TRUE(console.ready());
+    console.ImportClearKey("1", "", "v-des", kDesKey);
+    console.Expect("Key imported successfully.");
+    console.LeaveTwoMenus();
+    console.ImportClearKey("4", "1", "v-aes", kAesKey);
+    console.Expect("Key imported successfully.");
+    console.LeaveTwoMenus();
+
+    std::string screen = KeyInformation(console, "v-des");
+    EXPECT_NE(screen.find(InfoLine("Type : ", "des")), std::string::npos) << screen;
+    EXPECT_NE(screen.find(InfoLine("KCV : ", "D5D44F")), std::string::npos) << screen;
+    EXPECT_NE(screen.find(InfoLine("Key size : ", "64")), std::string::npos) << screen;
+    EXPECT_NE(screen.find(InfoLine("State : ", "ACTIVE")), std::string::npos) << screen;
+    EXPECT_NE(screen.find(InfoLine("Archive date : ", "none")), std::string::npos) << screen;
+    EXPECT_NE(screen.find(" GMT\n"), std::string::npos) << screen;
+
+    screen = KeyInformation(console, "v-aes");
+    EXPECT_NE(screen.find(InfoLine("KCV : ", AesCheckValue(kAesKey))), std::string::npos) << screen;
+    EXPECT_NE(screen.find(InfoLine("CMAC : ", "").substr(0, 35)), std::string::npos) << screen;
+
+    // A name that does not exist.
+    console.Choose("Attributes", "Keys/Objects - Attributes\n\n");
+    console.Expect("Name (HSM) : ");
+    console.Send("missing\n");
+    console.Expect("\nError accessing key. ");
+    console.LeaveMainAction();
+    EXPECT_EQ(console.Exit(), 0);
+}
+
+TEST(KeysObjects, RemovalAsksForConfirmation) {
+    KeysConsole console;
+    ASSERT_TRUE(console.ready());
+    console.ImportClearKey("1", "", "r-des", kDesKey);
+    console.Expect("Key imported successfully.");
+    console.LeaveTwoMenus();
+
+    const char *const answers[] = {"n", "y", "y"};
+    for (int round = 0; round < 3; ++round) {
+        SCOPED_TRACE(round);
+        console.Choose("Remove", "Keys/Objects - Remove\n\n");
+        console.Expect("Name (HSM) : ");
+        console.Send("r-des\n");
+        console.Expect("*" + std::string(35, ' ') + "Warning");
+        console.Expect("Removing this key means that any information encrypted");
+        console.Expect("\nThe object will be permanently removed. Continue (y/[n]):");
+        console.Send(std::string(answers[round]) + "\n");
+        if (round == 0) console.Expect("\nOperation cancelled!\n");
+        if (round == 1) console.Expect("\nr-des successfully removed.\n\n");
+        if (round == 2) console.Expect("\nError removing key. ");
+        console.LeaveMainAction();
+    }
+    // An empty name cancels before anything is asked.
+    console.Choose("Remove", "Keys/Objects - Remove\n\n");
+    console.Expect("Name (HSM) : ");
+    console.Send("\n");
+    console.Expect("\nOperation cancelled!\n");
+    console.LeaveMainAction();
+    const std::string listing = console.List();
+    EXPECT_NE(listing.find("\nTotal of objects: 0\n"), std::string::npos) << listing;
+    EXPECT_EQ(console.Exit(), 0);
+}
+
+TEST(KeysObjects, MapsAreCreatedAndListed) {
+    KeysConsole console({"-l"});
+    ASSERT_TRUE(console.ready());
+    console.ImportClearKey("4", "1", "m-key", kAesKey);
+    console.Expect("Key imported successfully.");
+    console.LeaveTwoMenus();
+
+    console.Choose("Generate...", "Keys/Objects - Generate\n\n");
+    console.Expect("Option : ");
+    console.Choose("MAP", "Keys/Objects - Generate - MAP\n\n");
+    console.Expect("MAP Name (HSM) : ");
+    console.Send("m-map\n");
+    console.Expect("Slot 1: ");
+    console.Send("m-key\n");
+    console.Expect("Slot 2: ");
+    console.Send("m-key\n");
+    console.Expect("\nMap created successfully.\n\n");
+    console.Expect("Press ENTER key to continue...");
+    console.Send("\n");
+    console.Expect("Option : ");
+
+    console.Choose("PKCS11 MAP", "Keys/Objects - Generate - PKCS11 MAP\n\n");
+    console.Expect("MAP Name (HSM) : ");
+    console.Send("m-p11\n");
+    console.Expect("Key Name (HSM) : ");
+    console.Send("m-key\n");
+    console.Expect("Certificate Name (HSM) (ENTER for none) : ");
+    console.Send("\n");
+    console.Expect("CKA_LABEL : ");
+    console.Send("abcdefghijk\n");
+    console.Expect("\nMap created successfully.\n\n");
+    console.LeaveAction();
+
+    console.Choose("List(Pkcs11)", "Keys/Objects - List(Pkcs11)\n\n");
+    char line[128];
+    snprintf(line, sizeof line, "%-34s %-34s %-9s\n", "m-p11", "m-key", "abcdefghij...");
+    console.Expect(std::string(80, '=') + "\n");
+    console.Expect(line);
+    console.Expect("\nTotal of objects: 1\n");
+    console.LeaveMainAction();
+
+    const std::string listing = console.List();
+    EXPECT_NE(listing.find("m-map"), std::string::npos) << listing;
+    EXPECT_EQ(console.Exit(), 0);
+}
+
+}  // namespace
