@@ -1,0 +1,155 @@
+// Access tokens through QManageAToken and QManageATokenCache: issue, log in, revoke, expire,
+// and who sees which tokens.
+
+#include <chrono>
+#include <ctime>
+#include <thread>
+
+#include "users_fixture.h"
+
+namespace {
+
+class TokensTest : public UsersTest {
+  protected:
+    QAccessTokenRecord Issue(QSessionHandle session, uint64_t expiration = Q_ATOKEN_NO_EXPIRATION) {
+        QAccessTokenRecord record{};
+        record.expiration = expiration;
+        EXPECT_EQ(QManageAToken(session, Q_ATOKEN_ISSUE, &record, nullptr, nullptr, 0), Q_OK);
+        return record;
+    }
+
+    uint32_t LoginWith(const uint8_t (&token)[32]) {
+        QAccessTokenLoginRecord record{};
+        std::strcpy(record.address, "127.0.0.1");
+        record.port = sim_.port();
+        std::memcpy(record.token, token, sizeof token);
+        QSessionHandle session = 0;
+        uint32_t status =
+            QOpenSession(&session, Q_LOGIN_ACCESS_TOKEN, &record, sizeof record, Q_SESSION_TLS);
+        if (session != 0) QCloseSession(&session, 0);
+        return status;
+    }
+
+    static std::vector<QAccessTokenInfo> Enumerate(QSessionHandle session, uint32_t *status) {
+        std::vector<QAccessTokenInfo> tokens;
+        *status = QManageAToken(
+            session, Q_ATOKEN_ENUMERATE, nullptr,
+            [](const QAccessTokenInfo *info, void *context, int isFinal) -> uint32_t {
+                if (!isFinal)
+                    static_cast<std::vector<QAccessTokenInfo> *>(context)->push_back(*info);
+                return 0;
+            },
+            &tokens, 0);
+        return tokens;
+    }
+
+    // The record naming a listed token: its owner and key.
+    static QAccessTokenRecord Named(const QAccessTokenInfo &info) {
+        QAccessTokenRecord record{};
+        std::memcpy(record.token, info.owner, sizeof info.owner);
+        std::memcpy(record.token + 16, info.key, sizeof info.key);
+        return record;
+    }
+
+    uint32_t Count() {
+        uint32_t count = 0;
+        EXPECT_EQ(QManageATokenCache(operator_, Q_ATOKEN_CACHE_COUNT, &count, 0), Q_OK);
+        return count;
+    }
+};
+
+TEST_F(TokensTest, IssuedTokensLogInUntilRevoked) {
+    ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
+    QSessionHandle alice = Login("alice");
+    QAccessTokenRecord token = Issue(alice);
+    EXPECT_EQ(std::string(reinterpret_cast<char *>(token.token)), "alice");
+    EXPECT_EQ(LoginWith(token.token), Q_OK);
+
+    uint32_t status = 0;
+    std::vector<QAccessTokenInfo> listed = Enumerate(alice, &status);
+    ASSERT_EQ(status, Q_OK);
+    ASSERT_EQ(listed.size(), 1u);
+    EXPECT_EQ(listed[0].expiration, Q_ATOKEN_NO_EXPIRATION);
+    EXPECT_STREQ(listed[0].owner, "alice");
+    // The listing names the token without giving away its secret.
+    QAccessTokenRecord named = Named(listed[0]);
+    EXPECT_NE(std::memcmp(named.token, token.token, sizeof token.token), 0);
+    EXPECT_EQ(LoginWith(named.token), Q_ERR_TOKEN_INVALID);
+    int found = 0;
+    auto countFound = [](const QAccessTokenInfo *info, void *context, int) -> uint32_t {
+        if (info != nullptr) ++*static_cast<int *>(context);
+        return 0;
+    };
+    EXPECT_EQ(QManageAToken(alice, Q_ATOKEN_LOOKUP, &token, countFound, &found, 0), Q_OK);
+    EXPECT_EQ(QManageAToken(alice, Q_ATOKEN_LOOKUP, &named, countFound, &found, 0), Q_OK);
+    EXPECT_EQ(found, 2);
+
+    ASSERT_EQ(QManageAToken(alice, Q_ATOKEN_REVOKE, &token, nullptr, nullptr, 0), Q_OK);
+    EXPECT_EQ(LoginWith(token.token), Q_ERR_TOKEN_INVALID);
+    EXPECT_EQ(QManageAToken(alice, Q_ATOKEN_REVOKE, &token, nullptr, nullptr, 0), Q_ERR_NOT_FOUND);
+    EXPECT_EQ(QManageAToken(alice, Q_ATOKEN_LOOKUP, &token, countFound, &found, 0),
+              Q_ERR_NOT_FOUND);
+    EXPECT_TRUE(Enumerate(alice, &status).empty());
+    EXPECT_EQ(QCloseSession(&alice, 0), Q_OK);
+}
+
+TEST_F(TokensTest, ExpiredTokensCannotLogInAndAreCollected) {
+    ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
+    QSessionHandle alice = Login("alice");
+    const auto now = static_cast<uint64_t>(std::time(nullptr));
+    QAccessTokenRecord past{};
+    past.expiration = now - 1;
+    EXPECT_EQ(QManageAToken(alice, Q_ATOKEN_ISSUE, &past, nullptr, nullptr, 0),
+              Q_ERR_INVALID_PARAMETER);
+    QAccessTokenRecord keeper = Issue(alice);
+    QAccessTokenRecord shortLived = Issue(alice, now + 2);
+    EXPECT_EQ(QCloseSession(&alice, 0), Q_OK);
+    EXPECT_EQ(Count(), 2u);
+
+    uint32_t status = Q_OK;
+    for (int i = 0; i < 100 && (status = LoginWith(shortLived.token)) == Q_OK; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    EXPECT_EQ(status, Q_ERR_TOKEN_EXPIRED);
+
+    uint32_t collected = 0;
+    ASSERT_EQ(QManageATokenCache(operator_, Q_ATOKEN_CACHE_GC, &collected, 0), Q_OK);
+    EXPECT_EQ(collected, 1u);
+    EXPECT_EQ(Count(), 1u);
+    EXPECT_EQ(LoginWith(keeper.token), Q_OK);
+}
+
+TEST_F(TokensTest, UsersSeeOnlyTheirOwnTokensWithoutRemoteInfo) {
+    ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
+    ASSERT_EQ(Create(operator_, "bob", Q_ACL_LIST_USERS | Q_ACL_CREATE_USERS), Q_OK);
+    ASSERT_EQ(Create(operator_, "auditor", Q_ACL_REMOTE_INFO), Q_OK);
+    QSessionHandle alice = Login("alice");
+    QAccessTokenRecord aliceToken = Issue(alice);
+    EXPECT_EQ(QCloseSession(&alice, 0), Q_OK);
+
+    QSessionHandle bob = Login("bob");
+    Issue(bob);
+    uint32_t status = 0;
+    std::vector<QAccessTokenInfo> seen = Enumerate(bob, &status);
+    ASSERT_EQ(seen.size(), 1u);
+    EXPECT_STREQ(seen[0].owner, "bob");
+    EXPECT_EQ(QManageAToken(bob, Q_ATOKEN_REVOKE, &aliceToken, nullptr, nullptr, 0),
+              Q_ERR_NOT_FOUND);
+    uint32_t count = 0;
+    EXPECT_EQ(QManageATokenCache(bob, Q_ATOKEN_CACHE_COUNT, &count, 0), Q_ERR_ACCESS_DENIED);
+    EXPECT_EQ(QCloseSession(&bob, 0), Q_OK);
+    EXPECT_EQ(LoginWith(aliceToken.token), Q_OK);
+
+    // Remote Info sees every token and may revoke any of them by its listed name.
+    QSessionHandle auditor = Login("auditor");
+    seen = Enumerate(auditor, &status);
+    ASSERT_EQ(seen.size(), 2u);
+    EXPECT_STREQ(seen[0].owner, "alice");
+    QAccessTokenRecord named = Named(seen[0]);
+    EXPECT_EQ(QManageAToken(auditor, Q_ATOKEN_REVOKE, &named, nullptr, nullptr, 0), Q_OK);
+    EXPECT_EQ(QManageATokenCache(auditor, Q_ATOKEN_CACHE_COUNT, &count, 0), Q_OK);
+    EXPECT_EQ(count, 1u);
+    EXPECT_EQ(QCloseSession(&auditor, 0), Q_OK);
+    EXPECT_EQ(LoginWith(aliceToken.token), Q_ERR_TOKEN_INVALID);
+}
+
+}  // namespace

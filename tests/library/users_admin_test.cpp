@@ -1,0 +1,203 @@
+// Creating, listing, changing and removing accounts, and the rights the HSM enforces.
+
+#include "users_fixture.h"
+
+namespace {
+
+// The console's list walks its nodes from the final callback, reading each user's ACL on
+// the same session.
+struct ListWalk {
+    QSessionHandle session;
+    std::vector<std::string> names;
+    std::vector<uint32_t> acls;
+};
+
+uint32_t CollectThenReadAcls(const char *name, void *context, int isFinal) {
+    auto *walk = static_cast<ListWalk *>(context);
+    if (!isFinal) {
+        walk->names.push_back(name);
+        return 0;
+    }
+    for (const std::string &user : walk->names) {
+        uint32_t acl = 0;
+        if (uint32_t status = QGetUserAcl(walk->session, user.c_str(), &acl); status != Q_OK)
+            return status;
+        walk->acls.push_back(acl);
+    }
+    return 0;
+}
+
+TEST_F(UsersTest, CreatedUsersAreListedInOrderAndLogIn) {
+    ASSERT_EQ(Create(operator_, "alice", Q_ACL_LIST_USERS), Q_OK);
+    ASSERT_EQ(Create(operator_, "bob", Q_ACL_OPERATOR), Q_OK);
+    EXPECT_EQ(Create(operator_, "alice", 0), Q_ERR_ALREADY_EXISTS);
+    EXPECT_EQ(Create(operator_, "", 0), Q_ERR_INVALID_PARAMETER);
+
+    ListWalk walk{operator_, {}, {}};
+    ASSERT_EQ(QListUsers(operator_, CollectThenReadAcls, &walk), Q_OK);
+    EXPECT_EQ(walk.names, (std::vector<std::string>{"master", "alice", "bob"}));
+    EXPECT_EQ(walk.acls, (std::vector<uint32_t>{Q_ACL_OPERATOR, Q_ACL_LIST_USERS, Q_ACL_OPERATOR}));
+
+    // A user id of 16 characters fills the record's field; the library bounds it.
+    ASSERT_EQ(Create(operator_, "sixteen-chars-id", 0), Q_OK);
+    QSessionHandle alice = Login("alice");
+    uint32_t status = 0;
+    EXPECT_EQ(ListUsers(alice, &status).size(), 4u);
+    EXPECT_EQ(status, Q_OK);
+    EXPECT_EQ(QCloseSession(&alice, 0), Q_OK);
+    EXPECT_EQ(TryLogin("sixteen-chars-id"), Q_OK);
+
+    // Without 0x40 nothing is listed, and a callback's refusal ends the listing.
+    QSessionHandle plain = Login("sixteen-chars-id");
+    ListUsers(plain, &status);
+    EXPECT_EQ(status, Q_ERR_ACCESS_DENIED);
+    EXPECT_EQ(QCloseSession(&plain, 0), Q_OK);
+    EXPECT_EQ(QListUsers(
+                  operator_, [](const char *, void *, int) -> uint32_t { return 77; }, nullptr),
+              77u);
+}
+
+TEST_F(UsersTest, OnlyOperatorsAndCreatorsManageAccounts) {
+    ASSERT_EQ(Create(operator_, "lister", Q_ACL_LIST_USERS), Q_OK);
+    ASSERT_EQ(Create(operator_, "creator", Q_ACL_CREATE_USERS | Q_ACL_LIST_USERS), Q_OK);
+    ASSERT_EQ(Create(operator_, "victim", 0), Q_OK);
+
+    QSessionHandle lister = Login("lister");
+    EXPECT_EQ(Create(lister, "newbie", 0), Q_ERR_ACCESS_DENIED);
+    EXPECT_EQ(QRemoveUser(lister, "victim"), Q_ERR_ACCESS_DENIED);
+    EXPECT_EQ(QSetUserParam(lister, Q_USER_PARAM_BLOCK, "victim", 6, 0), Q_ERR_ACCESS_DENIED);
+    EXPECT_EQ(QCloseSession(&lister, 0), Q_OK);
+
+    QSessionHandle creator = Login("creator");
+    // What it holds it may hand on; nothing else, and never the operator type.
+    EXPECT_EQ(Create(creator, "helper", Q_ACL_CREATE_USERS | Q_ACL_LIST_USERS), Q_OK);
+    EXPECT_EQ(Create(creator, "backup", Q_ACL_BACKUP), Q_ERR_ACCESS_DENIED);
+    EXPECT_EQ(Create(creator, "boss", Q_ACL_OPERATOR), Q_ERR_ACCESS_DENIED);
+    QUserRecord raise = Record("victim", "", Q_ACL_FIRMWARE);
+    EXPECT_EQ(QSetUserParam(creator, Q_USER_PARAM_ACL, &raise, sizeof raise, 0),
+              Q_ERR_ACCESS_DENIED);
+    QUserRecord promote = Record("victim", "", Q_ACL_OPERATOR);
+    EXPECT_EQ(QSetUserParam(creator, Q_USER_PARAM_ACL, &promote, sizeof promote, 0),
+              Q_ERR_ACCESS_DENIED);
+    QUserRecord allowed = Record("victim", "", Q_ACL_LIST_USERS);
+    EXPECT_EQ(QSetUserParam(creator, Q_USER_PARAM_ACL, &allowed, sizeof allowed, 0), Q_OK);
+    // An operator's account is out of its reach.
+    EXPECT_EQ(QRemoveUser(creator, "master"), Q_ERR_ACCESS_DENIED);
+    EXPECT_EQ(QSetUserParam(creator, Q_USER_PARAM_BLOCK, "master", 6, 0), Q_ERR_ACCESS_DENIED);
+    EXPECT_EQ(QRemoveUser(creator, "helper"), Q_OK);
+    EXPECT_EQ(QRemoveUser(creator, "creator"), Q_ERR_BAD_STATE);
+    EXPECT_EQ(QCloseSession(&creator, 0), Q_OK);
+    EXPECT_EQ(Acl("victim"), Q_ACL_LIST_USERS);
+
+    // Operators make operators and change types both ways.
+    EXPECT_EQ(Create(operator_, "boss", Q_ACL_OPERATOR), Q_OK);
+    EXPECT_EQ(QSetUserParam(operator_, Q_USER_PARAM_ACL, &promote, sizeof promote, 0), Q_OK);
+    EXPECT_EQ(Acl("victim"), Q_ACL_OPERATOR);
+    QUserRecord demote = Record("boss", "", Q_ACL_BACKUP);
+    EXPECT_EQ(QSetUserParam(operator_, Q_USER_PARAM_ACL, &demote, sizeof demote, 0), Q_OK);
+    EXPECT_EQ(Acl("boss"), Q_ACL_BACKUP);
+}
+
+TEST_F(UsersTest, BlockedUsersCannotLogInUntilUnblocked) {
+    ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
+    QUserStatusRecord status{};
+    std::strcpy(status.userId, "alice");
+    uint32_t length = sizeof status;
+    ASSERT_EQ(QGetUserParam(operator_, Q_USER_PARAM_BLOCK, &status, &length, 0), Q_OK);
+    EXPECT_EQ(status.blocked, 0u);
+
+    ASSERT_EQ(QSetUserParam(operator_, Q_USER_PARAM_BLOCK, "alice", 5, 0), Q_OK);
+    ASSERT_EQ(QGetUserParam(operator_, Q_USER_PARAM_BLOCK, &status, &length, 0), Q_OK);
+    EXPECT_NE(status.blocked, 0u);
+    EXPECT_EQ(TryLogin("alice"), Q_ERR_USER_BLOCKED);
+
+    ASSERT_EQ(QSetUserParam(operator_, Q_USER_PARAM_UNBLOCK, "alice", 5, 0), Q_OK);
+    EXPECT_EQ(TryLogin("alice"), Q_OK);
+    length = 3;
+    EXPECT_EQ(QGetUserParam(operator_, Q_USER_PARAM_BLOCK, &status, &length, 0),
+              Q_ERR_BUFFER_TOO_SMALL);
+    EXPECT_EQ(length, sizeof status);
+}
+
+TEST_F(UsersTest, RemovalLeavesNothingOfTheUser) {
+    ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
+    QSessionHandle alice = Login("alice");
+    QKeyHandle key = 0;
+    ASSERT_EQ(QGenerateKey(alice, "k1", Q_ALG_AES_128, 0, &key), Q_OK);
+    EXPECT_EQ(QDestroyKey(key, 0), Q_OK);
+    QAccessTokenRecord token{};
+    token.expiration = Q_ATOKEN_NO_EXPIRATION;
+    ASSERT_EQ(QManageAToken(alice, Q_ATOKEN_ISSUE, &token, nullptr, nullptr, 0), Q_OK);
+
+    ASSERT_EQ(QRemoveUser(operator_, "alice"), Q_OK);
+    EXPECT_EQ(QRemoveUser(operator_, "alice"), Q_ERR_NOT_FOUND);
+    // Its open session ends, its token opens nothing.
+    uint8_t random[4];
+    EXPECT_EQ(QGetRandom(alice, random, sizeof random), Q_ERR_SESSION_EXPIRED);
+    QCloseSession(&alice, 0);
+    QAccessTokenLoginRecord byToken{};
+    std::strcpy(byToken.address, "127.0.0.1");
+    byToken.port = sim_.port();
+    std::memcpy(byToken.token, token.token, sizeof token.token);
+    QSessionHandle session = 0;
+    EXPECT_EQ(QOpenSession(&session, Q_LOGIN_ACCESS_TOKEN, &byToken, sizeof byToken, Q_SESSION_TLS),
+              Q_ERR_TOKEN_INVALID);
+    uint32_t count = 1;
+    ASSERT_EQ(QManageATokenCache(operator_, Q_ATOKEN_CACHE_COUNT, &count, 0), Q_OK);
+    EXPECT_EQ(count, 0u);
+
+    // A new account of the same name starts with an empty partition.
+    ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
+    QObjectCountQuery query{};
+    std::strcpy(query.userId, "alice");
+    uint32_t length = sizeof query;
+    ASSERT_EQ(QGetUserParam(operator_, Q_USER_PARAM_OBJECT_COUNT, &query, &length, 0), Q_OK);
+    EXPECT_EQ(query.entryCount, 0u);
+    QFree(query.entries);
+}
+
+TEST_F(UsersTest, ObjectCountsAndAuthRecordsAreReadPerUser) {
+    ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
+    ASSERT_EQ(Create(operator_, "bob", 0), Q_OK);
+    QSessionHandle alice = Login("alice");
+    for (const char *name : {"k1", "k2"}) {
+        QKeyHandle key = 0;
+        ASSERT_EQ(QGenerateKey(alice, name, Q_ALG_AES_256, 0, &key), Q_OK);
+        QDestroyKey(key, 0);
+    }
+    QObjectCountQuery query{};
+    std::strcpy(query.userId, "alice");
+    uint32_t length = sizeof query;
+    ASSERT_EQ(QGetUserParam(alice, Q_USER_PARAM_OBJECT_COUNT, &query, &length, 0), Q_OK);
+    uint64_t total = 0;
+    for (uint64_t i = 0; i < query.entryCount; ++i)
+        total += query.entries[i].count;
+    EXPECT_EQ(total, 2u);
+    QFree(query.entries);
+
+    // Another user's records need the right to look at accounts.
+    QUserAuthRecord auth{};
+    std::strcpy(auth.userId, "bob");
+    length = sizeof auth;
+    EXPECT_EQ(QGetUserParam(alice, Q_USER_PARAM_AUTH, &auth, &length, 0), Q_ERR_ACCESS_DENIED);
+    EXPECT_EQ(QGetUserParam(operator_, Q_USER_PARAM_AUTH, &auth, &length, 0), Q_OK);
+    uint32_t acl = 0;
+    EXPECT_EQ(QGetUserAcl(alice, "bob", &acl), Q_ERR_ACCESS_DENIED);
+    EXPECT_EQ(QCloseSession(&alice, 0), Q_OK);
+}
+
+TEST_F(UsersTest, TrustRelationsAreListedForExistingUsers) {
+    ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
+    int finals = 0;
+    auto count = [](const char *, void *context, int isFinal) -> uint32_t {
+        if (isFinal) ++*static_cast<int *>(context);
+        return 0;
+    };
+    EXPECT_EQ(QListUserTrusts(operator_, "alice", 1, count, &finals, 0), Q_OK);
+    EXPECT_EQ(QListUserTrusts(operator_, "alice", 2, count, &finals, 0), Q_OK);
+    EXPECT_EQ(finals, 2);
+    EXPECT_EQ(QListUserTrusts(operator_, "nobody", 1, count, &finals, 0), Q_ERR_NOT_FOUND);
+    EXPECT_EQ(QListUserTrusts(operator_, "alice", 3, count, &finals, 0), Q_ERR_INVALID_PARAMETER);
+}
+
+}  // namespace

@@ -1,0 +1,73 @@
+#pragma once
+// Shared set-up of the user and access-token tests: logins, user records and listings.
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "qelvoarc_fixture.h"
+
+class UsersTest : public LibraryTest {
+  protected:
+    void SetUp() override {
+        LibraryTest::SetUp();
+        operator_ = OpenOperator();
+        ASSERT_NE(operator_, 0u);
+    }
+    void TearDown() override {
+        if (operator_ != 0) {
+            EXPECT_EQ(QCloseSession(&operator_, 0), Q_OK);
+        }
+        LibraryTest::TearDown();
+    }
+
+    static QUserRecord Record(const std::string &id, const std::string &password, uint32_t acl) {
+        QUserRecord record{};
+        std::memcpy(record.userId, id.data(), std::min(id.size(), sizeof record.userId));
+        std::memcpy(record.password, password.data(),
+                    std::min(password.size(), sizeof record.password));
+        record.acl = acl;
+        return record;
+    }
+
+    uint32_t Create(QSessionHandle session, const std::string &id, uint32_t acl,
+                    const std::string &password = "Passw0rd!x") {
+        QUserRecord record = Record(id, password, acl);
+        return QCreateUser(session, &record);
+    }
+
+    // A session of `user`, or 0 with the failure recorded.
+    QSessionHandle Login(const std::string &user, const std::string &password = "Passw0rd!x") {
+        QSessionHandle session = 0;
+        EXPECT_EQ(Open(PasswordRecord(sim_.port(), user, password), &session), Q_OK) << user;
+        return session;
+    }
+
+    // The status of a password login; a session it opens is closed again.
+    uint32_t TryLogin(const std::string &user, const std::string &password = "Passw0rd!x") {
+        QSessionHandle session = 0;
+        uint32_t status = Open(PasswordRecord(sim_.port(), user, password), &session);
+        if (session != 0) QCloseSession(&session, 0);
+        return status;
+    }
+
+    uint32_t Acl(const std::string &user) {
+        uint32_t acl = 0;
+        EXPECT_EQ(QGetUserAcl(operator_, user.c_str(), &acl), Q_OK) << user;
+        return acl;
+    }
+
+    static std::vector<std::string> ListUsers(QSessionHandle session, uint32_t *status) {
+        std::vector<std::string> names;
+        *status = QListUsers(
+            session,
+            [](const char *name, void *context, int isFinal) -> uint32_t {
+                if (!isFinal) static_cast<std::vector<std::string> *>(context)->push_back(name);
+                return 0;
+            },
+            &names);
+        return names;
+    }
+
+    QSessionHandle operator_ = 0;
+};

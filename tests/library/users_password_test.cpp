@@ -1,0 +1,132 @@
+// The password policy and every way a password is set, and the X.509 second factor.
+
+#include <fstream>
+#include <iterator>
+
+#include "users_fixture.h"
+
+namespace {
+
+QPasswordPolicy Policy(uint8_t minLength, uint8_t special, uint8_t upper, uint8_t lower,
+                       uint8_t invalidLogins = 0, uint8_t expiryDays = 0) {
+    return QPasswordPolicy{invalidLogins, expiryDays, 0, minLength, special, upper, lower};
+}
+
+class PasswordTest : public UsersTest {
+  protected:
+    uint32_t Define(QSessionHandle session, QPasswordPolicy policy) {
+        return QAdmOperation(session, Q_ADM_SET_PASSWORD_POLICY, &policy, sizeof policy, 0);
+    }
+};
+
+TEST_F(PasswordTest, PolicyIsReadByAllAndDefinedByOperatorsWithinItsRanges) {
+    ASSERT_EQ(Define(operator_, Policy(12, 1, 2, 3, 5, 90)), Q_OK);
+    ASSERT_EQ(Create(operator_, "alice", Q_ACL_CREATE_USERS, "ABcdefgh#ijk"), Q_OK);
+    QSessionHandle alice = Login("alice", "ABcdefgh#ijk");
+    QPasswordPolicy read{};
+    ASSERT_EQ(QAdmOperation(alice, Q_ADM_GET_PASSWORD_POLICY, &read, sizeof read, 0), Q_OK);
+    const QPasswordPolicy expected = Policy(12, 1, 2, 3, 5, 90);
+    EXPECT_EQ(std::memcmp(&read, &expected, sizeof read), 0);
+    EXPECT_EQ(Define(alice, Policy(8, 0, 0, 0)), Q_ERR_ACCESS_DENIED);
+    EXPECT_EQ(QCloseSession(&alice, 0), Q_OK);
+
+    for (QPasswordPolicy bad : {Policy(7, 0, 0, 0), Policy(17, 0, 0, 0), Policy(8, 17, 0, 0),
+                                Policy(8, 0, 17, 0), Policy(8, 0, 0, 17)})
+        EXPECT_EQ(Define(operator_, bad), Q_ERR_INVALID_PARAMETER);
+    uint8_t small[3];
+    EXPECT_EQ(QAdmOperation(operator_, Q_ADM_GET_PASSWORD_POLICY, small, sizeof small, 0),
+              Q_ERR_BUFFER_TOO_SMALL);
+}
+
+TEST_F(PasswordTest, EveryPasswordSetMeetsLengthAndCharacterClasses) {
+    ASSERT_EQ(Define(operator_, Policy(10, 1, 2, 1)), Q_OK);
+    // Too short, too few specials, too few uppercase, no lowercase.
+    for (const char *weak : {"Ab#defgh", "ABcdefghijk", "Abcdefgh#jk", "ABCDEFGH#J"})
+        EXPECT_EQ(Create(operator_, "alice", 0, weak), Q_ERR_PASSWORD_POLICY) << weak;
+    ASSERT_EQ(Create(operator_, "alice", 0, "ABcdefgh#j"), Q_OK);
+    ASSERT_EQ(Create(operator_, "bob", 0, "ABcdefgh#j"), Q_OK);
+
+    QSessionHandle alice = Login("alice", "ABcdefgh#j");
+    const char weak[] = "abcdefghij";
+    EXPECT_EQ(QSetUserParam(alice, Q_USER_PARAM_OWN_PASSWORD, weak, sizeof weak - 1, 0),
+              Q_ERR_PASSWORD_POLICY);
+    const char strong[] = "XYzzzzzz!!";
+    EXPECT_EQ(QSetUserParam(alice, Q_USER_PARAM_OWN_PASSWORD, strong, sizeof strong - 1, 0), Q_OK);
+    EXPECT_EQ(QCloseSession(&alice, 0), Q_OK);
+    EXPECT_EQ(TryLogin("alice", strong), Q_OK);
+
+    QUserRecord other = Record("bob", weak, 0);
+    EXPECT_EQ(QSetUserParam(operator_, Q_USER_PARAM_PASSWORD, &other, sizeof other, 0),
+              Q_ERR_PASSWORD_POLICY);
+    other = Record("bob", "QRst-uvwxyz", 0);
+    EXPECT_EQ(QSetUserParam(operator_, Q_USER_PARAM_PASSWORD, &other, sizeof other, 0), Q_OK);
+    EXPECT_EQ(TryLogin("bob", "ABcdefgh#j"), Q_ERR_AUTH_FAILED);
+    EXPECT_EQ(TryLogin("bob", "QRst-uvwxyz"), Q_OK);
+}
+
+TEST_F(PasswordTest, InvalidLoginCountBlocksTheAccount) {
+    ASSERT_EQ(Define(operator_, Policy(8, 0, 0, 0, 3)), Q_OK);
+    ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
+    EXPECT_EQ(TryLogin("alice", "wrong-one"), Q_ERR_AUTH_FAILED);
+    EXPECT_EQ(TryLogin("alice", "wrong-two"), Q_ERR_AUTH_FAILED);
+    EXPECT_EQ(TryLogin("alice"), Q_OK);  // a success starts the count again
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(TryLogin("alice", "wrong"), Q_ERR_AUTH_FAILED);
+    EXPECT_EQ(TryLogin("alice"), Q_ERR_USER_BLOCKED);
+}
+
+TEST_F(PasswordTest, AccessTokenSessionsCannotChangeTheirPassword) {
+    ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
+    QSessionHandle alice = Login("alice");
+    QAccessTokenRecord token{};
+    token.expiration = Q_ATOKEN_NO_EXPIRATION;
+    ASSERT_EQ(QManageAToken(alice, Q_ATOKEN_ISSUE, &token, nullptr, nullptr, 0), Q_OK);
+    EXPECT_EQ(QCloseSession(&alice, 0), Q_OK);
+    QAccessTokenLoginRecord record{};
+    std::strcpy(record.address, "127.0.0.1");
+    record.port = sim_.port();
+    std::memcpy(record.token, token.token, sizeof token.token);
+    QSessionHandle session = 0;
+    ASSERT_EQ(QOpenSession(&session, Q_LOGIN_ACCESS_TOKEN, &record, sizeof record, Q_SESSION_TLS),
+              Q_OK);
+    const char password[] = "Another#1x";
+    EXPECT_EQ(QSetUserParam(session, Q_USER_PARAM_OWN_PASSWORD, password, sizeof password - 1, 0),
+              Q_ERR_ACCESS_DENIED);
+    EXPECT_EQ(QCloseSession(&session, 0), Q_OK);
+}
+
+TEST_F(PasswordTest, CertificateAssignmentTurnsTheX509FactorOnAndResetOff) {
+    ASSERT_EQ(Create(operator_, "alice", Q_ACL_LIST_USERS), Q_OK);
+    std::ifstream file(sim_.dataDir() + "/tls.crt", std::ios::binary);
+    std::string pem((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    ASSERT_FALSE(pem.empty());
+
+    QUserCertRecord record{};
+    std::strcpy(record.userId, "alice");
+    record.operation = Q_CERT_OP_ASSIGN;
+    const std::string garbage = "not a certificate";
+    record.certificate = reinterpret_cast<const uint8_t *>(garbage.data());
+    record.certificateLength = static_cast<uint32_t>(garbage.size());
+    EXPECT_EQ(QSetUserParam(operator_, Q_USER_PARAM_CERT, &record, sizeof record, 0),
+              Q_ERR_INVALID_PARAMETER);
+    record.certificate = reinterpret_cast<const uint8_t *>(pem.data());
+    record.certificateLength = static_cast<uint32_t>(pem.size());
+    ASSERT_EQ(QSetUserParam(operator_, Q_USER_PARAM_CERT, &record, sizeof record, 0), Q_OK);
+    EXPECT_EQ(Acl("alice"), Q_ACL_LIST_USERS | Q_ACL_X509_2FA);
+    EXPECT_EQ(TryLogin("alice"), Q_ERR_CERT_REQUIRED);
+
+    // The bit cannot be raised without a certificate, only dropped.
+    QUserRecord acl = Record("alice", "", Q_ACL_LIST_USERS);
+    ASSERT_EQ(QSetUserParam(operator_, Q_USER_PARAM_ACL, &acl, sizeof acl, 0), Q_OK);
+    EXPECT_EQ(TryLogin("alice"), Q_OK);
+    record.operation = Q_CERT_OP_RESET;
+    record.certificate = nullptr;
+    record.certificateLength = 0;
+    ASSERT_EQ(QSetUserParam(operator_, Q_USER_PARAM_CERT, &record, sizeof record, 0), Q_OK);
+    acl.acl = Q_ACL_LIST_USERS | Q_ACL_X509_2FA;
+    ASSERT_EQ(QSetUserParam(operator_, Q_USER_PARAM_ACL, &acl, sizeof acl, 0), Q_OK);
+    EXPECT_EQ(Acl("alice"), Q_ACL_LIST_USERS);
+    EXPECT_EQ(TryLogin("alice"), Q_OK);
+}
+
+}  // namespace
