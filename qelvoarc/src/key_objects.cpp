@@ -44,7 +44,13 @@ std::shared_ptr<KeyObject> FindKey(QKeyHandle handle, uint32_t *status) {
         return nullptr;
     }
     std::shared_ptr<KeyObject> key = LibraryState::Get().keys.Find(handle);
-    *status = key == nullptr ? wire::ERR_INVALID_HANDLE : wire::OK;
+    // A handle outlives neither its session nor the session's connection.
+    if (key == nullptr ||
+        key->session->WithConnection([](Connection &) { return uint32_t{wire::OK}; }) != wire::OK) {
+        *status = wire::ERR_INVALID_HANDLE;
+        return nullptr;
+    }
+    *status = wire::OK;
     return key;
 }
 

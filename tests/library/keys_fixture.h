@@ -1,0 +1,59 @@
+#pragma once
+// Shared set-up of the key and object tests: an operator session and small readers.
+
+#include <string>
+#include <vector>
+
+#include "qelvoarc_fixture.h"
+
+class KeysTest : public LibraryTest {
+  protected:
+    void SetUp() override {
+        LibraryTest::SetUp();
+        session_ = OpenOperator();
+    }
+
+    static uint32_t Word(QKeyHandle key, uint32_t param) {
+        uint32_t value = 0xFFFFFFFFu;
+        uint32_t length = sizeof value;
+        EXPECT_EQ(QGetKeyParam(key, param, &value, &length, 0), Q_OK) << "param " << param;
+        return value;
+    }
+
+    // The names QListObjs delivers, in order.
+    static std::vector<std::string> List(QSessionHandle session) {
+        std::vector<std::string> names;
+        EXPECT_EQ(QListObjs(
+                      session,
+                      [](const char *name, void *context, int isFinal) -> uint32_t {
+                          if (!isFinal)
+                              static_cast<std::vector<std::string> *>(context)->push_back(name);
+                          return 0;
+                      },
+                      &names),
+                  Q_OK);
+        return names;
+    }
+
+  public:
+    static std::string Hex(const uint8_t *data, size_t length) {
+        static const char digits[] = "0123456789ABCDEF";
+        std::string out;
+        for (size_t i = 0; i < length; ++i) {
+            out.push_back(digits[data[i] >> 4]);
+            out.push_back(digits[data[i] & 15]);
+        }
+        return out;
+    }
+
+  protected:
+    static std::string Kcv(QSessionHandle session, const char *name,
+                           uint32_t format = Q_KCV_FORMAT_KCV) {
+        uint8_t kcv[8] = {};
+        uint32_t length = sizeof kcv;
+        uint32_t status = QEFTGetKcv(session, name, format, kcv, &length, 0);
+        return status == Q_OK ? Hex(kcv, length) : "error " + std::to_string(status);
+    }
+
+    QSessionHandle session_ = 0;
+};

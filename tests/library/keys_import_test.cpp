@@ -1,0 +1,152 @@
+// Clear-key import, check values and the component ceremony through the library.
+
+#include <cstring>
+
+#include "keys_fixture.h"
+
+namespace {
+
+const uint8_t kDesKey[8] = {0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF};
+
+std::string OfflineKcv(uint32_t format, uint32_t algorithm, const uint8_t *key, uint32_t length) {
+    uint8_t kcv[3] = {};
+    uint32_t kcvLength = sizeof kcv;
+    uint32_t status = QEFTGenKCVOffline(format, algorithm, key, length, 0, kcv, &kcvLength, 0);
+    return status == Q_OK ? KeysTest::Hex(kcv, kcvLength) : "error " + std::to_string(status);
+}
+
+TEST_F(KeysTest, ClearImportKeepsTheKeyItWasGiven) {
+    QKeyHandle key = 0;
+    ASSERT_EQ(
+        QImportKey(session_, "des", 0, Q_BLOB_CLEAR_SYMMETRIC, Q_ALG_DES, 0, kDesKey, 8, &key),
+        Q_OK);
+    EXPECT_EQ(Word(key, Q_KEY_PARAM_ALGORITHM), Q_ALG_DES);
+    EXPECT_EQ(QDestroyKey(key, 0), Q_OK);
+    EXPECT_EQ(Kcv(session_, "des"), "D5D44F");
+
+    const uint8_t zeros[32] = {};
+    ASSERT_EQ(
+        QImportKey(session_, "aes", 0, Q_BLOB_CLEAR_SYMMETRIC, Q_ALG_AES_128, 0, zeros, 16, &key),
+        Q_OK);
+    EXPECT_EQ(QDestroyKey(key, 0), Q_OK);
+    EXPECT_EQ(Kcv(session_, "aes"), "66E94B");
+    // The HSM and the offline computation agree on both formats.
+    EXPECT_EQ(Kcv(session_, "aes", Q_KCV_FORMAT_CMAC),
+              OfflineKcv(Q_KCV_OFFLINE_CMAC, Q_ALG_AES_128, zeros, 16));
+    EXPECT_EQ(Kcv(session_, "des", Q_KCV_FORMAT_CMAC),
+              OfflineKcv(Q_KCV_OFFLINE_CMAC, Q_ALG_DES, kDesKey, 8));
+
+    for (uint32_t algorithm : {Q_ALG_DESX, Q_ALG_ARC4, Q_ALG_ARC5, Q_ALG_HMAC_SHA256}) {
+        std::string name = "alg" + std::to_string(algorithm);
+        uint32_t length = algorithm == Q_ALG_DESX ? 24 : algorithm == Q_ALG_HMAC_SHA256 ? 32 : 16;
+        ASSERT_EQ(QImportKey(session_, name.c_str(), 0, Q_BLOB_CLEAR_SYMMETRIC, algorithm, 0, zeros,
+                             length, &key),
+                  Q_OK);
+        EXPECT_EQ(QDestroyKey(key, 0), Q_OK);
+    }
+    EXPECT_EQ(Kcv(session_, "alg10"), "DE1889") << "RC4 keystream of a zero key";
+    EXPECT_EQ(Kcv(session_, "alg94"), "error " + std::to_string(Q_ERR_BAD_ALGORITHM));
+    EXPECT_EQ(Kcv(session_, "alg91", Q_KCV_FORMAT_CMAC),
+              "error " + std::to_string(Q_ERR_BAD_ALGORITHM));
+}
+
+TEST_F(KeysTest, ClearImportRefusesBadInput) {
+    QKeyHandle key = 0;
+    EXPECT_EQ(QImportKey(session_, "k", 0, Q_BLOB_CLEAR_SYMMETRIC, Q_ALG_DES, 0, kDesKey, 7, &key),
+              Q_ERR_INVALID_LENGTH);
+    EXPECT_EQ(
+        QImportKey(session_, "k", 0, Q_BLOB_CLEAR_SYMMETRIC, Q_ALG_RSA_1024, 0, kDesKey, 8, &key),
+        Q_ERR_BAD_ALGORITHM);
+    EXPECT_EQ(QImportKey(session_, "k", 0, 99, Q_ALG_DES, 0, kDesKey, 8, &key),
+              Q_ERR_NOT_SUPPORTED);
+    EXPECT_EQ(Kcv(session_, "k"), "error " + std::to_string(Q_ERR_NOT_FOUND));
+    EXPECT_EQ(Kcv(session_, "k", 7), "error " + std::to_string(Q_ERR_INVALID_PARAMETER));
+}
+
+TEST_F(KeysTest, OfflineCheckValues) {
+    EXPECT_EQ(OfflineKcv(Q_KCV_OFFLINE_KCV, Q_ALG_DES, kDesKey, 8), "D5D44F");
+    const uint8_t zeros[24] = {};
+    EXPECT_EQ(OfflineKcv(Q_KCV_OFFLINE_KCV, Q_ALG_DES, zeros, 8), "8CA64D");
+    EXPECT_EQ(OfflineKcv(Q_KCV_OFFLINE_KCV, Q_ALG_3DES_168, zeros, 24), "8CA64D");
+    EXPECT_EQ(OfflineKcv(Q_KCV_OFFLINE_KCV, Q_ALG_DES, kDesKey, 16),
+              "error " + std::to_string(Q_ERR_INVALID_LENGTH));
+    EXPECT_EQ(OfflineKcv(Q_KCV_FORMAT_KCV, Q_ALG_DES, kDesKey, 8),
+              "error " + std::to_string(Q_ERR_INVALID_PARAMETER));
+    EXPECT_EQ(OfflineKcv(Q_KCV_OFFLINE_KCV, Q_ALG_ARC4, zeros, 16),
+              "error " + std::to_string(Q_ERR_BAD_ALGORITHM));
+}
+
+// A DES-family record from components; the final check value is computed offline.
+QEftComponentRecord DesRecord(uint32_t algorithm, const std::vector<std::vector<uint8_t>> &parts) {
+    QEftComponentRecord record{};
+    const uint8_t zeroKcv[3] = {0x8C, 0xA6, 0x4D};
+    std::memcpy(record.kcv3, zeroKcv, 3);
+    uint8_t *slots[] = {record.component1, record.component2, record.component3};
+    uint8_t *kcvs[] = {record.kcv1, record.kcv2, record.kcv3};
+    std::vector<uint8_t> whole(parts[0].size(), 0);
+    for (size_t i = 0; i < parts.size(); ++i) {
+        std::memcpy(slots[i], parts[i].data(), parts[i].size());
+        uint32_t length = 3;
+        EXPECT_EQ(QEFTGenKCVOffline(Q_KCV_OFFLINE_KCV, algorithm, parts[i].data(),
+                                    static_cast<uint32_t>(parts[i].size()), 0, kcvs[i], &length, 0),
+                  Q_OK);
+        for (size_t b = 0; b < whole.size(); ++b)
+            whole[b] ^= parts[i][b];
+    }
+    uint32_t length = 3;
+    EXPECT_EQ(QEFTGenKCVOffline(Q_KCV_OFFLINE_KCV, algorithm, whole.data(),
+                                static_cast<uint32_t>(whole.size()), 0, record.keyKcv, &length, 0),
+              Q_OK);
+    return record;
+}
+
+TEST_F(KeysTest, ComponentCeremoniesJoinAndVerifyOnTheHsm) {
+    std::vector<uint8_t> a(8, 0x13), b(kDesKey, kDesKey + 8);
+    QEftComponentRecord two = DesRecord(Q_ALG_DES, {a, b});
+    ASSERT_EQ(QEFTImportKey(session_, "des2", Q_ALG_DES, &two, 0), Q_OK);
+    std::string expected = Hex(two.keyKcv, 3);
+    EXPECT_EQ(Kcv(session_, "des2"), expected);
+    QKeyHandle key = 0;
+    ASSERT_EQ(QGetUserKey(session_, "des2", 0, &key), Q_OK);
+    EXPECT_EQ(Word(key, Q_KEY_PARAM_EXPORT), 1u) << "a ceremony never makes an exportable key";
+    EXPECT_EQ(QDestroyKey(key, 0), Q_OK);
+
+    std::vector<uint8_t> c(24, 0x5A), d(24, 0xC3), e(24, 0x0F);
+    QEftComponentRecord three = DesRecord(Q_ALG_3DES_168, {c, d, e});
+    ASSERT_EQ(QEFTImportKey(session_, "tdes3", Q_ALG_3DES_168, &three, 0), Q_OK);
+    EXPECT_EQ(Kcv(session_, "tdes3"), Hex(three.keyKcv, 3));
+
+    QEftComponentRecord wrongPart = DesRecord(Q_ALG_DES, {a, b});
+    wrongPart.kcv2[0] ^= 1;
+    EXPECT_EQ(QEFTImportKey(session_, "bad1", Q_ALG_DES, &wrongPart, 0), Q_ERR_KCV_MISMATCH);
+    QEftComponentRecord wrongFinal = DesRecord(Q_ALG_DES, {a, b});
+    wrongFinal.keyKcv[2] ^= 1;
+    EXPECT_EQ(QEFTImportKey(session_, "bad2", Q_ALG_DES, &wrongFinal, 0), Q_ERR_KCV_MISMATCH);
+    EXPECT_EQ(QEFTImportKey(session_, "des2", Q_ALG_DES, &two, 0), Q_ERR_ALREADY_EXISTS);
+    EXPECT_EQ(QEFTImportKey(session_, "hmac", Q_ALG_HMAC_SHA1, &two, 0), Q_ERR_BAD_ALGORITHM);
+    EXPECT_EQ(List(session_), (std::vector<std::string>{"des2", "tdes3"}));
+}
+
+TEST_F(KeysTest, AesCeremonyChecksTheChosenFormat) {
+    QEftAesComponentRecord record{};
+    record.attributes = Q_KEY_EXPORTABLE;
+    std::memset(record.component1, 0x11, 32);
+    std::memset(record.component2, 0x22, 32);
+    std::memset(record.component3, 0x44, 32);
+    uint8_t whole[32];
+    std::memset(whole, 0x77, sizeof whole);
+    uint32_t length = 3;
+    ASSERT_EQ(QEFTGenKCVOffline(Q_KCV_OFFLINE_CMAC, Q_ALG_AES_256, whole, 32, 0, record.keyKcv,
+                                &length, 0),
+              Q_OK);
+    EXPECT_EQ(QEFTImportKey(session_, "aes", Q_ALG_AES_256, &record, Q_KCV_FORMAT_KCV),
+              Q_ERR_KCV_MISMATCH);
+    ASSERT_EQ(QEFTImportKey(session_, "aes", Q_ALG_AES_256, &record, Q_KCV_FORMAT_CMAC), Q_OK);
+    EXPECT_EQ(Kcv(session_, "aes", Q_KCV_FORMAT_CMAC), Hex(record.keyKcv, 3));
+    QKeyHandle key = 0;
+    ASSERT_EQ(QGetUserKey(session_, "aes", 0, &key), Q_OK);
+    EXPECT_EQ(Word(key, Q_KEY_PARAM_EXPORT), 0u) << "the record's attribute word is kept";
+    EXPECT_EQ(QDestroyKey(key, 0), Q_OK);
+}
+
+}  // namespace
