@@ -13,6 +13,7 @@
 #include "crypto/certificate_der.h"
 #include "crypto/password_hash.h"
 #include "service/access_token.h"
+#include "simctl/bulk_keys.h"
 
 namespace sim {
 
@@ -199,6 +200,15 @@ int Run(DataDirectory &data, const std::vector<std::string> &args, std::ostream 
         users.SavePolicy(policy);
         return 0;
     }
+    if (command == "add-keys") {
+        CommandLine line = Split(args, 2, {"--algorithm", "--prefix"});
+        auto count = static_cast<uint32_t>(Number(line.positional[1], 1, 1000000));
+        auto algorithm =
+            static_cast<uint32_t>(Number(Optional(line, "--algorithm", "9"), 0, 0xFFFFFFFF));
+        return Report(CreateKeys(data, line.positional[0], count, algorithm,
+                                 Optional(line, "--prefix", "key")),
+                      "add-keys", err);
+    }
     if (command == "block" || command == "unblock") {
         CommandLine line = Split(args, 1, {});
         return Report(users.SetBlocked(line.positional[0], command == "block"), command, err);
@@ -219,6 +229,8 @@ const char *SimctlUsage() {
            "  expire-password ID\n"
            "  set-policy INVALID_LOGINS EXPIRY_DAYS MIN_LENGTH SPECIALS UPPER LOWER\n"
            "  block ID | unblock ID\n"
+           "  add-keys ID COUNT [--algorithm N] [--prefix P]   COUNT keys named P0.. (default\n"
+           "      AES-256, prefix key) in one transaction\n"
            "Numbers are decimal or 0x hexadecimal.\n";
 }
 
