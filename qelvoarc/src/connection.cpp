@@ -65,6 +65,9 @@ uint32_t Connection::RoundTrip(const pb::Request &request, pb::Response *respons
         if (status == wire::OK) status = wire::ReadFrame(stream_, incoming_);
     }
     if (status == wire::OK && !response->ParseFromString(incoming_)) status = wire::ERR_PROTOCOL;
+    // The raw answer may hold secrets (issued tokens, exported material); the parsed copy is
+    // the caller's to wipe.
+    OPENSSL_cleanse(incoming_.data(), incoming_.size());
     if (status != wire::OK) {
         // A half-read or unreadable stream cannot be resynchronised.
         broken_ = true;
