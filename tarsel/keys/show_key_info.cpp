@@ -104,8 +104,9 @@ uint32_t ShowKeySize(QKeyHandle key) {
 }
 
 uint32_t ShowRsaValues(QKeyHandle key) {
+    // The library hands back its own copy: the buffer receives a pointer, the length its size.
     LibraryMemory<uint8_t> exponent;
-    uint32_t length = 0;
+    uint32_t length = sizeof(uint8_t *);
     uint32_t status = QGetKeyParam(key, Q_KEY_PARAM_RSA_EXPONENT, exponent.Out(), &length, 0);
     if (status != 0) {
         PrintError("Error accessing key.", status);

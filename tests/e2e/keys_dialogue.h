@@ -6,6 +6,7 @@
 #include <openssl/evp.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
@@ -14,16 +15,27 @@
 
 namespace keys_e2e {
 
-// The number the menu on screen gives `label` (the last menu printed that has it).
+// The number the menu on screen gives `label`. The menu is what was printed between the
+// last pause (or option prompt) and the last option prompt; where two columns hold the same
+// label ("Remove", "List") the lower number, the "Keys/Objects" column, is taken.
 inline std::string ItemNumber(const std::string &screen, const std::string &label) {
-    const size_t at = screen.rfind(" - " + label);
-    if (at == std::string::npos || at < 2) {
-        ADD_FAILURE() << "no menu item " << label;
-        return "0";
+    const size_t end = screen.rfind("Option : ");
+    size_t begin = end == std::string::npos || end == 0 ? 0 : screen.rfind("Option : ", end - 1);
+    const size_t pause = screen.rfind("Press ENTER key to continue...", end);
+    if (begin == std::string::npos || (pause != std::string::npos && pause > begin)) {
+        begin = pause == std::string::npos ? 0 : pause;
     }
-    std::string number = screen.substr(at - 2, 2);
-    if (number[0] == ' ') number.erase(0, 1);
-    return number;
+    int best = -1;
+    const std::string needle = " - " + label;
+    for (size_t at = screen.find(needle, begin); at != std::string::npos && at < end;
+         at = screen.find(needle, at + 1)) {
+        const char after = screen[at + needle.size()];
+        if ((after != ' ' && after != '\n') || at < 2) continue;
+        const int number = std::atoi(screen.substr(at - 2, 2).c_str());
+        if (number > 0 && (best < 0 || number < best)) best = number;
+    }
+    if (best < 0) ADD_FAILURE() << "no menu item " << label;
+    return std::to_string(best < 0 ? 0 : best);
 }
 
 // A console logged in as the simulator's operator, at the main menu.
