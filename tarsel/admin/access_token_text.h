@@ -29,5 +29,6 @@ uint32_t EncodeToken(const uint8_t token[32], char *text);
 // Q_ERR_INVALID_LENGTH when the text does not carry 32 bytes.
 uint32_t DecodeToken(const char *text, uint8_t token[32]);
 
-// The whole token an enumeration describes: the owner's id followed by its key value.
+// How an enumeration names a token: the owner's id followed by its key value. The HSM
+// accepts this name wherever it takes a token, except to log in.
 void TokenOfInfo(const QAccessTokenInfo &info, uint8_t token[32]);

@@ -10,20 +10,15 @@
 namespace {
 
 struct Search {
-    uint8_t wanted[32];
     bool found;
     QAccessTokenInfo match;
 };
 
-uint32_t MatchToken(const QAccessTokenInfo *info, void *context, int isFinal) {
+uint32_t KeepDetails(const QAccessTokenInfo *info, void *context, int isFinal) {
     auto *search = static_cast<Search *>(context);
     if (isFinal) return Q_OK;
-    Secret<uint8_t[32]> token;
-    TokenOfInfo(*info, token.value);
-    if (memcmp(token.value, search->wanted, sizeof token.value) == 0) {
-        search->found = true;
-        search->match = *info;
-    }
+    search->found = true;
+    search->match = *info;
     return Q_OK;
 }
 
@@ -36,20 +31,23 @@ int32_t ShowTokenDetails(QSessionHandle session, const MenuItem &item) {
         PrintCancelled();
         return kPromptCancelled;
     }
-    Secret<Search> search;
-    uint32_t rc = DecodeToken(text.value, search.value.wanted);
+    // The HSM keeps only a digest of each token's secret, so it is the HSM that finds the
+    // token typed (as issued, or as listed by owner and key value).
+    Secret<QAccessTokenRecord> record;
+    Search search{};
+    uint32_t rc = DecodeToken(text.value, record.value.token);
     if (rc == Q_OK) {
-        rc = QManageAToken(session, Q_ATOKEN_ENUMERATE, nullptr, MatchToken, &search.value, 0);
+        rc = QManageAToken(session, Q_ATOKEN_LOOKUP, &record.value, KeepDetails, &search, 0);
     }
-    if (rc != Q_OK) {
+    if (rc != Q_OK && rc != Q_ERR_NOT_FOUND) {
         PrintError("Error retrieving details of Access Token.", rc);
         return int32_t(rc);
     }
-    if (!search.value.found) {
+    if (!search.found) {
         ErrPrintf("\n%s\n", "Error retrieving details of Access Token. Not Found!");
         return int32_t(Q_ERR_NOT_FOUND);
     }
-    const QAccessTokenInfo &info = search.value.match;
+    const QAccessTokenInfo &info = search.match;
     char expiration[kExpirationTextSize];
     FormatTokenExpiration(info.expiration, expiration);
     char owner[sizeof info.owner + 1] = {};

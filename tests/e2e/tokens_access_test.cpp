@@ -1,0 +1,131 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "console_e2e_support.h"
+#include "users_test_steps.h"
+
+namespace {
+
+using namespace users_steps;
+
+// The access-token menu as an operator sees it.
+const char kInfo[] = "1\n";
+const char kIssue[] = "2\n";
+const char kRevoke[] = "3\n";
+const char kDetails[] = "4\n";
+const char kList[] = "5\n";
+const char kRunGc[] = "6\n";
+
+// Issues a token without expiration and returns its text.
+std::string IssueWithoutExpiration(PtyDriver &console) {
+    Choose(console, kIssue, "Users - Access Tokens - Issue");
+    console.Expect("Please note: the HSM operator may revoke Access Tokens at any time!");
+    console.Expect("Expiration date (GMT): (YYYYMMDD [hhmmss] or ENTER for no expiration) : ");
+    console.Send("\n");
+    console.Expect("\n\nAccess Token issued successfully.\n\n");
+    const std::string out = console.Output();
+    const size_t end = out.rfind("\n\nAccess Token issued successfully.");
+    const size_t begin = out.rfind('\n', end - 1) + 1;
+    console.Expect("Expiration date: none\n");
+    Continue(console);
+    return out.substr(begin, end - begin);
+}
+
+PtyDriver *StartWithToken(const SimProcess &sim, const std::string &token) {
+    return new PtyDriver(TARSEL_PATH, {"127.0.0.1", "-a", token, "-p", std::to_string(sim.port())});
+}
+
+TEST(TokensAccess, AnIssuedTokenLogsInUntilItIsRevoked) {
+    SimProcess sim;
+    PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master", {"-ea"}));
+    ASSERT_TRUE(LogIn(console, sim.initPassword()));
+    Choose(console, kAccessTokens, "Users - Access Tokens\n\n");
+    console.Expect("Option : ");
+    const std::string token = IssueWithoutExpiration(console);
+    ASSERT_EQ(token.size(), 44u) << token;
+
+    Choose(console, kList, "Users - Access Tokens - List");
+    console.Expect("Expiration Date       Access Token        \n" + std::string(79, '='));
+    // The HSM keeps only a digest of the secret: the list names the token by its owner.
+    console.Expect("none                  " + token.substr(0, 20));
+    console.Expect("\nTotal of Access Tokens: 1\n\n");
+    Continue(console);
+
+    Choose(console, kDetails, "Users - Access Tokens - Details");
+    console.Expect("Access Token: ");
+    console.Send(token + "\n");
+    console.Expect("    Expiration date: none\n              Owner: master\n                Key: ");
+    Continue(console);
+
+    {
+        std::unique_ptr<PtyDriver> byToken(StartWithToken(sim, token));
+        byToken->Expect("Using access token authentication.");
+        byToken->Expect("AT master");
+        byToken->Expect("Option : ");
+        Exit(*byToken);
+    }
+
+    Choose(console, kRevoke, "Users - Access Tokens - Revoke");
+    console.Expect("Access Token: ");
+    console.Send(token + "\n");
+    console.Expect("\nAccess Token revoked successfully.\n\n");
+    Continue(console);
+
+    std::unique_ptr<PtyDriver> refused(StartWithToken(sim, token));
+    refused->Expect("\nError opening session. ");
+    EXPECT_NE(refused->WaitExit(), 0);
+
+    Choose(console, kDetails, "Users - Access Tokens - Details");
+    console.Expect("Access Token: ");
+    console.Send(token + "\n");
+    console.Expect("\nError retrieving details of Access Token. Not Found!\n");
+    Continue(console);
+    console.Send("0\n");
+    console.Expect("Option : ");
+    Exit(console);
+}
+
+TEST(TokensAccess, DatesAreCheckedBeforeIssueAndTheCountersAnswer) {
+    SimProcess sim;
+    PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master", {"-ea"}));
+    ASSERT_TRUE(LogIn(console, sim.initPassword()));
+    Choose(console, kAccessTokens, "Users - Access Tokens\n\n");
+    console.Expect("Option : ");
+
+    for (const char *date : {"2030010A\n", "2030010212\n"}) {
+        Choose(console, kIssue, "Users - Access Tokens - Issue");
+        console.Expect("or ENTER for no expiration) : ");
+        console.Send(date);
+        console.Expect("\nInvalid date time format.\n");
+        Continue(console);
+    }
+
+    Choose(console, kIssue, "Users - Access Tokens - Issue");
+    console.Expect("or ENTER for no expiration) : ");
+    console.Send("20991231 235959\n");
+    console.Expect("Access Token issued successfully.");
+    console.Expect("Expiration date: 2099/12/31 23:59:59\n");
+    Continue(console);
+
+    Choose(console, kInfo, "Users - Access Tokens - Info");
+    console.Expect("HSM Total of Access Tokens: 1\n");
+    Continue(console);
+
+    Choose(console, kRunGc, "Users - Access Tokens - Run GC");
+    console.Expect("Run Access Tokens GC(y/[n]): ");
+    console.Send("n\n");
+    console.Expect("\nAccess Token GC executed successfully.\n\n");
+    Continue(console);
+    Choose(console, kRunGc, "Users - Access Tokens - Run GC");
+    console.Expect("Run Access Tokens GC(y/[n]): ");
+    console.Send("y\n");
+    console.Expect("\nAccess Token GC executed successfully.\n\n");
+    Continue(console);
+    console.Send("0\n");
+    console.Expect("Option : ");
+    Exit(console);
+}
+
+}  // namespace

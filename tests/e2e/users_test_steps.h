@@ -1,0 +1,89 @@
+#pragma once
+// Steps shared by the end-to-end tests of the user and access-token screens: menu numbers
+// as an operator sees them, logging in, and the dialogue of a new account.
+
+#include <string>
+#include <vector>
+
+#include "console_e2e_support.h"
+
+namespace users_steps {
+
+// The "Users" column as an operator sees it ("My Auth M of N" is hidden from operators).
+inline constexpr const char *kCreate = "18\n";
+inline constexpr const char *kRemove = "19\n";
+inline constexpr const char *kList = "20\n";
+inline constexpr const char *kAttributes = "21\n";
+inline constexpr const char *kPasswordPolicy = "23\n";
+inline constexpr const char *kMyPassword = "24\n";
+inline constexpr const char *kAccessTokens = "25\n";
+
+inline constexpr const char *kPause = "Press ENTER key to continue...";
+
+// Chooses a main-menu item and waits for its heading.
+inline void Choose(PtyDriver &console, const char *number, const std::string &heading) {
+    console.Send(number);
+    console.Expect(heading);
+}
+
+// Answers the pause after an action and waits for the menu's prompt again.
+inline void Continue(PtyDriver &console) {
+    console.Expect(kPause);
+    console.Send("\n");
+    console.Expect("Option : ");
+}
+
+inline void Exit(PtyDriver &console) {
+    console.Send("0\n");
+    EXPECT_EQ(console.WaitExit(), 0);
+}
+
+// Starts the console as `user` (with `more` arguments) and logs in to the main menu.
+inline bool LogIn(PtyDriver &console, const std::string &password) {
+    return EnterPasswordAndReachMainMenu(console, password);
+}
+
+// As an operator: "Create", type User, the id and the password twice.
+inline void BeginCreate(PtyDriver &console, const std::string &id, const std::string &password) {
+    Choose(console, kCreate, "Users - Create");
+    console.Expect(" 1 - User\n 2 - Operator (all permissions enabled)\nOption : ");
+    console.Send("1\n");
+    console.Expect("User ID: ");
+    console.Send(id + "\n");
+    console.Expect("Password: ");
+    console.SendSecret(password + "\n");
+    console.Expect("Confirm password: ");
+    console.SendSecret(password + "\n");
+}
+
+// Declines M of N, local-crypto and (when `secondFactor` is false) the second factor.
+inline void DeclineLocalFlags(PtyDriver &console) {
+    console.Expect("Require Authorization on Local Console with M of N Scheme (y/[n]): ");
+    console.Send("\n");
+    console.Expect("Enable local-crypto (y/[n]): ");
+    console.Send("\n");
+}
+
+// The questions after the second factor: change at logon no, then `permissions` (five
+// answers, one per line).
+inline void FinishCreate(PtyDriver &console, const std::string &permissions) {
+    console.Expect("Require User to Change Password at Next LogOn (y/[n]): ");
+    console.Send("\n");
+    console.Expect("System permissions: \n");
+    console.Expect("Create/Remove Users (y/[n]): ");
+    console.Send(permissions);
+}
+
+// A whole creation of a user without flags or second factor.
+inline void CreatePlainUser(PtyDriver &console, const std::string &id, const std::string &password,
+                            const std::string &permissions = "\n\n\n\n\n") {
+    BeginCreate(console, id, password);
+    DeclineLocalFlags(console);
+    console.Expect("Require Two Factor Authentication (y/[n]): ");
+    console.Send("\n");
+    FinishCreate(console, permissions);
+    console.Expect("\n\nUser '" + id + "' successfully created.\n");
+    Continue(console);
+}
+
+}  // namespace users_steps
