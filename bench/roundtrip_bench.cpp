@@ -21,16 +21,15 @@ void RoundTrips(benchmark::State &state, bool tls, Call call) {
     unsigned char random[32];
     uint64_t errors = 0;
     for (auto _ : state) {
-        uint32_t status = call == Call::kLiveness
-                              ? QAdmOperation(session, Q_ADM_LIVENESS, nullptr, 0,
-                                              Q_ADM_LIVENESS_FLAGS)
-                              : QGetRandom(session, random, sizeof random);
+        uint32_t status = call == Call::kLiveness ? QAdmOperation(session, Q_ADM_LIVENESS, nullptr,
+                                                                  0, Q_ADM_LIVENESS_FLAGS)
+                                                  : QGetRandom(session, random, sizeof random);
         errors += status != Q_OK;
     }
     QCloseSession(&session, 0);
     state.SetItemsProcessed(state.iterations());
-    state.counters["errors"] = benchmark::Counter(static_cast<double>(errors),
-                                                  benchmark::Counter::kAvgThreads);
+    state.counters["errors"] =
+        benchmark::Counter(static_cast<double>(errors), benchmark::Counter::kAvgThreads);
     if (errors != 0) state.SkipWithError("round trips failed");
 }
 

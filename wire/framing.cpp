@@ -1,8 +1,8 @@
 #include "framing.h"
 
-#include <cerrno>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <cerrno>
 
 namespace wire {
 

@@ -18,7 +18,7 @@ inline constexpr uint32_t kMaxFrameBytes = 8u << 20;
 // A connected stream socket, optionally wrapped in TLS. Does not own the socket or the
 // SSL object. Not thread-safe: one reader and writer at a time.
 class Stream {
-public:
+  public:
     Stream(int fd, SSL *ssl) : fd_(fd), ssl_(ssl) {}
 
     // Reads exactly `length` bytes. Returns OK, ERR_CONNECTION_LOST on end of stream or
@@ -30,7 +30,7 @@ public:
     int fd() const { return fd_; }
     SSL *ssl() const { return ssl_; }
 
-private:
+  private:
     int fd_;
     SSL *ssl_;
 };

@@ -1,2 +1,4 @@
 #include "qelvoarc.h"
-int main(void) { return 0; }
+int main(void) {
+    return 0;
+}
