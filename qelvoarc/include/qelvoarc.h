@@ -180,11 +180,21 @@ QELVOARC_API uint32_t QOpenSession(QSessionHandle *session, uint32_t method, con
 QELVOARC_API uint32_t QCloseSession(QSessionHandle *session, uint32_t flags);
 
 /* Session parameters. */
-#define Q_SESSION_PARAM_PROTOCOL 64u /* text: "TLSv1.2", "TLSv1.3", or "none" when clear */
+#define Q_SESSION_PARAM_PROTOCOL 64u /* uint32_t: one of Q_PROTOCOL_* */
 #define Q_SESSION_PARAM_CIPHER 128u  /* text: the TLS cipher suite, "" when clear */
 
-/* Reads a session parameter into buffer. length [in,out]: capacity / bytes written including
- * the terminator. */
+/* Protocol codes of Q_SESSION_PARAM_PROTOCOL. */
+#define Q_PROTOCOL_UNKNOWN 0u
+#define Q_PROTOCOL_CLEAR 1u
+#define Q_PROTOCOL_SSL2 2u
+#define Q_PROTOCOL_SSL3 3u
+#define Q_PROTOCOL_TLS1_0 4u
+#define Q_PROTOCOL_TLS1_1 5u
+#define Q_PROTOCOL_TLS1_2 6u
+#define Q_PROTOCOL_TLS1_3 7u
+
+/* Reads a session parameter into buffer. length [in,out]: capacity / bytes written (for
+ * text, including the terminator). */
 QELVOARC_API uint32_t QGetSessionParam(QSessionHandle session, uint32_t param, void *buffer,
                                        uint32_t *length, uint32_t flags);
 
@@ -517,8 +527,8 @@ QELVOARC_API uint32_t QManageATokenCache(QSessionHandle session, uint32_t operat
 #define Q_ALG_RSA_3072 129u
 #define Q_ALG_RSA_1976 130u
 #define Q_ALG_RSA_1536 131u
-#define Q_ALG_OBJ_SECRET 193u /* safe-keeping secret object */
-#define Q_ALG_OBJ_MAP 194u    /* map object (QGenerateMapObj) */
+#define Q_ALG_OBJ_SECRET 193u     /* safe-keeping secret object */
+#define Q_ALG_OBJ_MAP 194u        /* map object (QGenerateMapObj) */
 #define Q_ALG_OBJ_PKCS11_MAP 195u /* PKCS#11 map (QGeneratePkcs11Map) */
 #define Q_ALG_ED25519 201u
 #define Q_ALG_ED448 202u
@@ -864,7 +874,8 @@ QELVOARC_API uint32_t QWriteFileBuffer(QSessionHandle session, const char *remot
 /* ======================================================================================= */
 
 /* QGetHsmInfo kinds. */
-#define Q_INFO_VERSION 8u       /* text: the firmware version "a.b.c.d"; flag word in: 1 */
+/* Q_INFO_VERSION: the HSM's version line, "... Core Crypto Engine a.b.c.d-...". */
+#define Q_INFO_VERSION 8u       /* text; flag word in: 1 */
 #define Q_INFO_UPTIME 32u       /* 8 bytes: uptime s (u32), battery (u32); ~0 = n/a */
 #define Q_INFO_MODE 64u         /* uint32_t HSM mode */
 #define Q_INFO_REPLICATION 256u /* replication node list */

@@ -6,6 +6,7 @@
 
 #include <optional>
 
+#include "qelvoarc.h"
 #include "sigpipe_guard.h"
 
 namespace qelvoarc {
@@ -77,8 +78,20 @@ uint32_t Connection::RoundTrip(const pb::Request &request, pb::Response *respons
     return wire::OK;
 }
 
-const char *Connection::protocol() const {
-    return ssl_ == nullptr ? "none" : SSL_get_version(ssl_.get());
+uint32_t Connection::protocol() const {
+    if (ssl_ == nullptr) return Q_PROTOCOL_CLEAR;
+    switch (SSL_version(ssl_.get())) {
+        case TLS1_VERSION:
+            return Q_PROTOCOL_TLS1_0;
+        case TLS1_1_VERSION:
+            return Q_PROTOCOL_TLS1_1;
+        case TLS1_2_VERSION:
+            return Q_PROTOCOL_TLS1_2;
+        case TLS1_3_VERSION:
+            return Q_PROTOCOL_TLS1_3;
+        default:
+            return Q_PROTOCOL_UNKNOWN;
+    }
 }
 
 const char *Connection::cipher() const {

@@ -38,7 +38,7 @@ class Connection {
                                      bool wipeRequest = false);
 
     // "TLSv1.2"/"TLSv1.3" and the cipher suite, or "none" and "" on a clear connection.
-    const char *protocol() const;
+    uint32_t protocol() const;  // a Q_PROTOCOL_* code
     const char *cipher() const;
 
   private:

@@ -88,6 +88,16 @@ uint32_t CopyText(const char *text, void *buffer, uint32_t *length) {
     return wire::OK;
 }
 
+uint32_t CopyWord(uint32_t word, void *buffer, uint32_t *length) {
+    if (*length < sizeof word) {
+        *length = sizeof word;
+        return wire::ERR_BUFFER_TOO_SMALL;
+    }
+    std::memcpy(buffer, &word, sizeof word);
+    *length = sizeof word;
+    return wire::OK;
+}
+
 uint32_t GetSessionParam(QSessionHandle handle, uint32_t param, void *buffer, uint32_t *length) {
     uint32_t status;
     std::shared_ptr<Session> session = FindSession(handle, &status);
@@ -95,7 +105,7 @@ uint32_t GetSessionParam(QSessionHandle handle, uint32_t param, void *buffer, ui
     return session->WithConnection([&](Connection &connection) {
         switch (param) {
             case Q_SESSION_PARAM_PROTOCOL:
-                return CopyText(connection.protocol(), buffer, length);
+                return CopyWord(connection.protocol(), buffer, length);
             case Q_SESSION_PARAM_CIPHER:
                 return CopyText(connection.cipher(), buffer, length);
             default:
