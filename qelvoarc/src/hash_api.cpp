@@ -11,9 +11,38 @@
 namespace qelvoarc {
 namespace {
 
-bool IsHashAlgorithm(uint32_t algorithm) {
-    return (algorithm >= Q_HASH_MD5 && algorithm <= Q_HASH_SHA3_512 && algorithm != 3) ||
-           (algorithm >= Q_ALG_HMAC_MD5 && algorithm <= Q_ALG_HMAC_SHA3_512);
+// The digest size of a hash or HMAC algorithm in bytes, 0 for anything else.
+uint32_t DigestSize(uint32_t algorithm) {
+    switch (algorithm) {
+        case Q_HASH_MD5:
+        case Q_ALG_HMAC_MD5:
+            return 16;
+        case Q_HASH_SHA1:
+        case Q_ALG_HMAC_SHA1:
+            return 20;
+        case Q_HASH_SHA224:
+        case Q_HASH_SHA3_224:
+        case Q_ALG_HMAC_SHA224:
+        case Q_ALG_HMAC_SHA3_224:
+            return 28;
+        case Q_HASH_SHA256:
+        case Q_HASH_SHA3_256:
+        case Q_ALG_HMAC_SHA256:
+        case Q_ALG_HMAC_SHA3_256:
+            return 32;
+        case Q_HASH_SHA384:
+        case Q_HASH_SHA3_384:
+        case Q_ALG_HMAC_SHA384:
+        case Q_ALG_HMAC_SHA3_384:
+            return 48;
+        case Q_HASH_SHA512:
+        case Q_HASH_SHA3_512:
+        case Q_ALG_HMAC_SHA512:
+        case Q_ALG_HMAC_SHA3_512:
+            return 64;
+        default:
+            return 0;
+    }
 }
 
 uint32_t CreateHash(QSessionHandle handle, uint32_t algorithm, QKeyHandle key, uint32_t flags,
@@ -22,7 +51,8 @@ uint32_t CreateHash(QSessionHandle handle, uint32_t algorithm, QKeyHandle key, u
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
     if (out == nullptr) return wire::ERR_INVALID_PARAMETER;
-    if (!IsHashAlgorithm(algorithm)) return wire::ERR_BAD_ALGORITHM;
+    const uint32_t digestSize = DigestSize(algorithm);
+    if (digestSize == 0) return wire::ERR_BAD_ALGORITHM;
     // No key handle can be live until keys are served; a keyed hash takes its key through
     // Q_HASH_PARAM_KEY instead.
     if (key != 0) return wire::ERR_INVALID_HANDLE;
@@ -39,7 +69,7 @@ uint32_t CreateHash(QSessionHandle handle, uint32_t algorithm, QKeyHandle key, u
         });
     if (status != wire::OK) return status;
     *out = LibraryState::Get().hashes.Add(
-        std::make_shared<HashContext>(HashContext{std::move(session), remoteId}));
+        std::make_shared<HashContext>(HashContext{std::move(session), remoteId, digestSize}));
     return wire::OK;
 }
 
@@ -73,9 +103,14 @@ uint32_t GetHashParam(QHashHandle handle, uint32_t param, uint8_t *buffer, uint3
     if (length == nullptr || (buffer == nullptr && *length != 0))
         return wire::ERR_INVALID_PARAMETER;
     if (param != Q_HASH_PARAM_SIZE && param != Q_HASH_PARAM_VALUE) return wire::ERR_NOT_SUPPORTED;
-    if (param == Q_HASH_PARAM_SIZE && *length < sizeof(uint32_t)) {
-        *length = sizeof(uint32_t);
-        return wire::ERR_BUFFER_TOO_SMALL;
+    if (param == Q_HASH_PARAM_SIZE) {
+        if (*length < sizeof(uint32_t)) {
+            *length = sizeof(uint32_t);
+            return wire::ERR_BUFFER_TOO_SMALL;
+        }
+        std::memcpy(buffer, &hash->digestSize, sizeof hash->digestSize);
+        *length = sizeof hash->digestSize;
+        return wire::OK;
     }
     return hash->session->Call(
         [&](pb::Request &request) {
@@ -84,12 +119,6 @@ uint32_t GetHashParam(QHashHandle handle, uint32_t param, uint8_t *buffer, uint3
             message->set_param(param);
         },
         [&](const pb::Response &response) -> uint32_t {
-            if (param == Q_HASH_PARAM_SIZE) {
-                auto size = static_cast<uint32_t>(response.value());
-                std::memcpy(buffer, &size, sizeof size);
-                *length = sizeof size;
-                return wire::OK;
-            }
             const std::string &value = response.data();
             if (*length < value.size()) {
                 *length = static_cast<uint32_t>(value.size());

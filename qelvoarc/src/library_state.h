@@ -16,6 +16,7 @@ namespace qelvoarc {
 struct HashContext {
     std::shared_ptr<Session> session;
     uint64_t remoteId;
+    uint32_t digestSize;  // fixed by the algorithm, so reading it needs no round trip
 };
 
 class LibraryState {
