@@ -61,18 +61,6 @@ void LeaveCeremony(KeysConsole &console) {
     console.Expect("Option : ");
 }
 
-std::string KcvOnScreen(KeysConsole &console, const std::string &name) {
-    console.Choose("Attributes", "Keys/Objects - Attributes\n\n");
-    console.Expect("Name (HSM) : ");
-    const size_t from = console.pty().Output().size();
-    console.Send(name + "\n");
-    console.Expect("Option : ");
-    std::string screen = console.pty().Output().substr(from);
-    console.Send("0\n");
-    console.LeaveMainAction();
-    return screen;
-}
-
 TEST(KeysComponents, TwoPartDesCeremonyImportsTheJoinedKey) {
     KeysConsole console;
     ASSERT_TRUE(console.ready());
@@ -96,7 +84,7 @@ TEST(KeysComponents, TwoPartDesCeremonyImportsTheJoinedKey) {
     LeaveCeremony(console);
     EXPECT_EQ(console.pty().Output().find("Key material Part 3"), std::string::npos);
 
-    const std::string screen = KcvOnScreen(console, "e-des");
+    const std::string screen = console.KeyInformation("e-des");
     EXPECT_NE(screen.find(InfoLine("KCV : ", DesCheckValue(key))), std::string::npos) << screen;
     EXPECT_EQ(console.Exit(), 0);
 }

@@ -98,6 +98,19 @@ class KeysConsole {
         return listing;
     }
 
+    // Opens the information screen of `name` and returns it up to its action menu.
+    std::string KeyInformation(const std::string &name) {
+        Choose("Attributes", "Keys/Objects - Attributes\n\n");
+        console_.Expect("Name (HSM) : ");
+        const size_t from = console_.Output().size();
+        console_.Send(name + "\n");
+        console_.Expect("Option : ");
+        std::string screen = console_.Output().substr(from);
+        console_.Send("0\n");
+        LeaveMainAction();
+        return screen;
+    }
+
     // Clear-text import of a DES-family, AES or other key with ENTER at every attribute.
     void ImportClearKey(const std::string &choice, const std::string &sizeChoice,
                         const std::string &name, const std::string &hex) {

@@ -156,24 +156,6 @@ TEST(KeysGenerate, UsageProfileAndRefusalsAreShown) {
     console.Send("0\n");
     console.Expect("Option : ");
 
-    console.Choose("Attributes", "Keys/Objects - Attributes\n\n");
-    console.Expect("Name (HSM) : ");
-    console.Send("k-kbpk\n");
-    console.Expect(InfoLine("Type : ", "aes-256"));
-    console.Expect(InfoLine("Temporary : ", "no"));
-    console.Expect(InfoLine("Exportable : ", "no"));
-    console.Expect(InfoLine("Encrypted : ", "").substr(0, 35));
-    console.Expect(InfoLine("Blocked : ", "no"));
-    console.Expect(InfoLine("Blockchain compatible : ", "no") + "\n");
-    console.Expect(InfoLine("Usage-profile : ", "TR31 key-block protection key") + "\n");
-    console.Expect(InfoLine("State : ", "").substr(0, 35));
-    console.Expect(InfoLine("Activation date : ", "").substr(0, 35));
-    console.Expect(InfoLine("KCV : ", "").substr(0, 35));
-    console.Expect(InfoLine("CMAC : ", "").substr(0, 35));
-    console.Expect(InfoLine("Key size : ", "256"));
-    console.Expect("Option : ");
-    console.Send("0\n");
-    console.LeaveMainAction();
     EXPECT_EQ(console.Exit(), 0);
 }
 

@@ -16,19 +16,6 @@ using keys_e2e::ListLine;
 constexpr char kDesKey[] = "0123456789ABCDEF";
 constexpr char kAesKey[] = "2B7E151628AED2A6ABF7158809CF4F3C";
 
-// Opens the information screen of `name` and returns it up to its action menu.
-std::string KeyInformation(KeysConsole &console, const std::string &name) {
-    console.Choose("Attributes", "Keys/Objects - Attributes\n\n");
-    console.Expect("Name (HSM) : ");
-    const size_t from = console.pty().Output().size();
-    console.Send(name + "\n");
-    console.Expect("Option : ");
-    std::string screen = console.pty().Output().substr(from);
-    console.Send("0\n");
-    console.LeaveMainAction();
-    return screen;
-}
-
 TEST(KeysObjects, ClearKeyOfEveryFamilyImportsWithItsSummary) {
     KeysConsole console;
     ASSERT_TRUE(console.ready());
@@ -84,7 +71,7 @@ TEST(KeysObjects, KeyInformationShowsTheCheckValuesOfKnownKeys) {
     console.Expect("Key imported successfully.");
     console.LeaveTwoMenus();
 
-    std::string screen = KeyInformation(console, "v-des");
+    std::string screen = console.KeyInformation("v-des");
     EXPECT_NE(screen.find(InfoLine("Type : ", "des")), std::string::npos) << screen;
     EXPECT_NE(screen.find(InfoLine("KCV : ", "D5D44F")), std::string::npos) << screen;
     EXPECT_NE(screen.find(InfoLine("Key size : ", "64")), std::string::npos) << screen;
@@ -92,7 +79,7 @@ TEST(KeysObjects, KeyInformationShowsTheCheckValuesOfKnownKeys) {
     EXPECT_NE(screen.find(InfoLine("Archive date : ", "none")), std::string::npos) << screen;
     EXPECT_NE(screen.find(" GMT\n"), std::string::npos) << screen;
 
-    screen = KeyInformation(console, "v-aes");
+    screen = console.KeyInformation("v-aes");
     EXPECT_NE(screen.find(InfoLine("KCV : ", AesCheckValue(kAesKey))), std::string::npos) << screen;
     EXPECT_NE(screen.find(InfoLine("CMAC : ", "").substr(0, 35)), std::string::npos) << screen;
 

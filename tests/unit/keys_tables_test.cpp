@@ -1,14 +1,11 @@
-// Pure parts of the key screens: algorithm tables, life-cycle texts, the attribute
-// questions and the hexadecimal field.
+// Pure parts of the key screens: algorithm tables, life-cycle texts and the hexadecimal field.
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
 
-#include "app/process_state.h"
 #include "console/scripted_terminal.h"
 #include "keys/algorithm_tables.h"
-#include "keys/key_attributes.h"
 #include "keys/key_material_entry.h"
 #include "keys/life_cycle_text.h"
 #include "qelvoarc.h"
@@ -34,24 +31,12 @@ TEST(KeysTables, EveryOfferedAlgorithmHasANameAndASize) {
         EXPECT_STRNE(AlgorithmName(id), "unknown");
         EXPECT_GT(AlgorithmKeyBits(id), 0u);
     }
-    EXPECT_STREQ(AlgorithmName(3), "3des-168");
-    EXPECT_STREQ(AlgorithmName(45), "ecc-brainpoolP256t1");
-    EXPECT_EQ(AlgorithmKeyBits(91), 184u);
-    EXPECT_EQ(AlgorithmKeyBits(124), 8192u);
+    // Clear material is needed for exactly the symmetric families.
+    EXPECT_EQ(SymmetricKeyLength(91), 24u);
+    EXPECT_EQ(SymmetricKeyLength(101), 64u);
+    EXPECT_EQ(SymmetricKeyLength(6), 0u);
     EXPECT_STREQ(AlgorithmName(0), "unknown");
     EXPECT_STREQ(AlgorithmName(354), "unknown");
-}
-
-TEST(KeysTables, ClearKeyLengthsFollowTheAlgorithm) {
-    const std::pair<uint32_t, uint32_t> expected[] = {
-        {1, 8},   {2, 16},  {3, 24},  {91, 24}, {7, 16},  {8, 24},  {9, 32},   {10, 16}, {89, 16},
-        {92, 16}, {93, 20}, {97, 28}, {94, 32}, {95, 48}, {96, 64}, {101, 64}, {6, 0},   {30, 0}};
-    for (auto [algorithm, bytes] : expected) {
-        SCOPED_TRACE(algorithm);
-        EXPECT_EQ(SymmetricKeyLength(algorithm), bytes);
-    }
-    EXPECT_TRUE(HasKeyCheckValue(89));
-    EXPECT_FALSE(HasKeyCheckValue(94));
 }
 
 TEST(KeysTables, LifeCycleTexts) {
@@ -69,46 +54,6 @@ TEST(KeysTables, LifeCycleTexts) {
 
     EXPECT_EQ(LifeCycleDate(0), "none");
     EXPECT_EQ(LifeCycleDate(1700000000), "2023-11-14 22:13:20 GMT");
-}
-
-class KeysAttributeQuestions : public ::testing::Test {
-  protected:
-    void TearDown() override { gState.hsmMode = 0; }
-};
-
-TEST_F(KeysAttributeQuestions, BlockchainOnlyForCurvesAndProfileCompulsoryInMode3) {
-    {
-        ScriptedTerminal terminal("y\ny\nn\n");
-        ScopedTerminal scope(&terminal);
-        uint32_t flags = 0;
-        EXPECT_TRUE(AskKeyAttributes(&flags, 45));
-        EXPECT_EQ(flags, Q_KEY_EXPORTABLE | Q_KEY_BLOCKCHAIN);
-    }
-    {
-        ScriptedTerminal terminal("\n\n");
-        ScopedTerminal scope(&terminal);
-        uint32_t flags = 0;
-        EXPECT_TRUE(AskKeyAttributes(&flags, Q_ALG_X448));
-        EXPECT_EQ(terminal.out.find("blockchain"), std::string::npos);
-        EXPECT_EQ(terminal.Remaining(), "");
-    }
-    {
-        // AES offers five profiles; the fifth is the TR-31 key-block protection key.
-        ScriptedTerminal terminal("\ny\n5\n");
-        ScopedTerminal scope(&terminal);
-        uint32_t flags = 0;
-        EXPECT_TRUE(AskKeyAttributes(&flags, Q_ALG_AES_256));
-        EXPECT_EQ(flags, Q_KEY_USAGE_PROFILE(23));
-    }
-    {
-        gState.hsmMode = 3;
-        ScriptedTerminal terminal("\n\n");
-        ScopedTerminal scope(&terminal);
-        uint32_t flags = 0;
-        EXPECT_FALSE(AskKeyAttributes(&flags, Q_ALG_DES));
-        EXPECT_NE(terminal.out.find("Define an Usage Profile:\n\n"), std::string::npos);
-        EXPECT_EQ(terminal.out.find("(y/[n]):", terminal.out.find("Define")), std::string::npos);
-    }
 }
 
 TEST(KeysHexField, AcceptsOnlyEvenHexadecimalLines) {
