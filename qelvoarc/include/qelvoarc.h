@@ -543,10 +543,10 @@ QELVOARC_API uint32_t QManageATokenCache(QSessionHandle session, uint32_t operat
 
 /* Key parameters (QGetKeyParam / QSetKeyParam). */
 #define Q_KEY_PARAM_ALGORITHM 1u     /* uint32_t */
-#define Q_KEY_PARAM_EXPORT 7u        /* uint32_t export flag */
-#define Q_KEY_PARAM_ATTRIBUTE 8u     /* uint32_t export attribute */
+#define Q_KEY_PARAM_EXPORT 7u        /* uint32_t: 1 = not exportable, 0 = exportable */
+#define Q_KEY_PARAM_ATTRIBUTE 8u     /* uint32_t: 1 = material held encrypted (keys) */
 #define Q_KEY_PARAM_LENGTH 9u        /* uint32_t key length in bytes (type name when non-zero) */
-#define Q_KEY_PARAM_TEMPORARY 10u    /* uint32_t: 0 = temporary */
+#define Q_KEY_PARAM_TEMPORARY 10u    /* uint32_t: 0 = temporary, 1 = persistent */
 #define Q_KEY_PARAM_BLOCKED 12u      /* uint32_t: 1 = blocked */
 #define Q_KEY_PARAM_RSA_EXPONENT 16u /* buffer is uint8_t **: library memory (QFree) */
 #define Q_KEY_PARAM_LIFE_CYCLE 17u   /* QKeyLifeCycle (89) */
@@ -1049,7 +1049,10 @@ QELVOARC_STATIC_ASSERT(sizeof(QEftAesComponentRecord) == 103, "EFT AES component
 #pragma pack(pop)
 
 /* Imports a key from clear components. record: QEftComponentRecord or QEftAesComponentRecord
- * by algorithm (wiped from library copies). format: Q_KCV_FORMAT_*. */
+ * by algorithm (wiped from library copies). format: Q_KCV_FORMAT_* of the AES record's final
+ * check value (DES-family records carry KCVs). The HSM joins the components (XOR), checks every
+ * check value the record holds and refuses a mismatch with Q_ERR_KCV_MISMATCH, storing
+ * nothing. DES-family keys are never exportable; AES keys take the record's attribute word. */
 QELVOARC_API uint32_t QEFTImportKey(QSessionHandle session, const char *keyName, uint32_t algorithm,
                                     const void *record, uint32_t format);
 /* Exports a key as clear components into a component record of its algorithm. record/length
@@ -1081,8 +1084,11 @@ QELVOARC_API uint32_t QEFTExportAESKeyParts(QSessionHandle session, const char *
 #define Q_KCV_OFFLINE_CMAC 2u /* QEFTGenKCVOffline: CMAC check value */
 
 /* Computes a check value of clear key material without an HSM. format: Q_KCV_OFFLINE_*
- * (not Q_KCV_FORMAT_*). reserved: 0. kcv/kcvLength [in,out] (at least 3 bytes). Q_ERR_KCV_RETRY
- * (1052): the value could not be computed; enter the component again. */
+ * (not Q_KCV_FORMAT_*). algorithm: DES, 3DES (112/168) or AES, with keyLength the algorithm's
+ * key length. reserved: 0. kcv/kcvLength [in,out] (at least 3 bytes). Q_ERR_KCV_RETRY (1052):
+ * the entry was well formed but the value could not be computed (the crypto back end failed):
+ * ask for the component again. Q_ERR_INVALID_LENGTH, Q_ERR_BAD_ALGORITHM and
+ * Q_ERR_INVALID_PARAMETER mean the entry itself is wrong. */
 QELVOARC_API uint32_t QEFTGenKCVOffline(uint32_t format, uint32_t algorithm, const uint8_t *key,
                                         uint32_t keyLength, uint32_t reserved, uint8_t *kcv,
                                         uint32_t *kcvLength, uint32_t flags);
