@@ -18,7 +18,7 @@ uint32_t ReadHexField(const char *prompt, uint8_t *out, size_t length) {
         status = kPromptCancelled;
     }
     WipeSecret(digits.data(), digits.size());
-    WipeSecret(bytes.data(), bytes.size());
+    if (!bytes.empty()) WipeSecret(bytes.data(), bytes.size());
     return status;
 }
 
