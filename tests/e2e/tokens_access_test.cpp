@@ -113,16 +113,14 @@ TEST(TokensAccess, DatesAreCheckedBeforeIssueAndTheCountersAnswer) {
     console.Expect("HSM Total of Access Tokens: 1\n");
     Continue(console);
 
-    Choose(console, kRunGc, "Users - Access Tokens - Run GC");
-    console.Expect("Run Access Tokens GC(y/[n]): ");
-    console.Send("n\n");
-    console.Expect("\nAccess Token GC executed successfully.\n\n");
-    Continue(console);
-    Choose(console, kRunGc, "Users - Access Tokens - Run GC");
-    console.Expect("Run Access Tokens GC(y/[n]): ");
-    console.Send("y\n");
-    console.Expect("\nAccess Token GC executed successfully.\n\n");
-    Continue(console);
+    // The collector reports success whether it ran or not.
+    for (const char *answer : {"n\n", "y\n"}) {
+        Choose(console, kRunGc, "Users - Access Tokens - Run GC");
+        console.Expect("Run Access Tokens GC(y/[n]): ");
+        console.Send(answer);
+        console.Expect("\nAccess Token GC executed successfully.\n\n");
+        Continue(console);
+    }
     console.Send("0\n");
     console.Expect("Option : ");
     Exit(console);

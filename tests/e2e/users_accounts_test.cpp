@@ -29,7 +29,7 @@ void ChangeAccount(PtyDriver &console, const std::string &id, const std::string 
     PickChange(console, option);
 }
 
-TEST(UsersSecondFactor, BlockedUsersCannotLogInUntilUnblocked) {
+TEST(UsersAccounts, BlockedUsersCannotLogInUntilUnblockedAndRemovedOnesNever) {
     SimProcess sim;
     ASSERT_EQ(sim.Simctl({"add-user", "erin", "Erin#123456", "--acl", "0"}), 0);
     PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
@@ -56,14 +56,33 @@ TEST(UsersSecondFactor, BlockedUsersCannotLogInUntilUnblocked) {
     console.Send("y\n");
     console.Expect("User 'erin' successfully unblocked.");
     Continue(console);
-    Exit(console);
 
     PtyDriver admitted(TARSEL_PATH, ConsoleArgs(sim, "erin"));
     ASSERT_TRUE(LogIn(admitted, "Erin#123456"));
     Exit(admitted);
+
+    // Removal asks first: ENTER keeps the account, "y" ends its logins for good.
+    for (const char *answer : {"\n", "y\n"}) {
+        Choose(console, kRemove, "Users - Remove");
+        console.Expect("User ID: ");
+        console.Send("erin\n");
+        console.Expect("Removing the user partition implies the removal of all cryptographic keys");
+        console.Expect("Confirm removing permanently user 'erin'. (y/[n]): ");
+        console.Send(answer);
+        console.Expect(answer[0] == 'y' ? "\n\nUser 'erin' successfully removed.\n"
+                                        : "Operation cancelled!");
+        Continue(console);
+    }
+    Exit(console);
+
+    PtyDriver removed(TARSEL_PATH, ConsoleArgs(sim, "erin"));
+    removed.Expect("HSM User Password :");
+    removed.SendSecret("Erin#123456\n");
+    removed.Expect("\nError opening session. ");
+    EXPECT_NE(removed.WaitExit(), 0);
 }
 
-TEST(UsersSecondFactor, AnOathEventTokenFromAKnownSeedAdmitsItsOtpAndCanBeReset) {
+TEST(UsersAccounts, AnOathEventTokenFromAKnownSeedAdmitsItsOtpAndCanBeReset) {
     SimProcess sim;
     PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
     ASSERT_TRUE(LogIn(console, sim.initPassword()));
@@ -102,37 +121,6 @@ TEST(UsersSecondFactor, AnOathEventTokenFromAKnownSeedAdmitsItsOtpAndCanBeReset)
     PtyDriver withoutOtp(TARSEL_PATH, ConsoleArgs(sim, "frank"));
     ASSERT_TRUE(LogIn(withoutOtp, "Frank#12345"));
     Exit(withoutOtp);
-}
-
-TEST(UsersSecondFactor, RemovingAUserEndsItsLogins) {
-    SimProcess sim;
-    ASSERT_EQ(sim.Simctl({"add-user", "gina", "Gina#123456", "--acl", "0"}), 0);
-    PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
-    ASSERT_TRUE(LogIn(console, sim.initPassword()));
-
-    Choose(console, kRemove, "Users - Remove");
-    console.Expect("User ID: ");
-    console.Send("gina\n");
-    console.Expect("Removing the user partition implies the removal of all cryptographic keys");
-    console.Expect("Confirm removing permanently user 'gina'. (y/[n]): ");
-    console.Send("\n");
-    console.Expect("Operation cancelled!");
-    Continue(console);
-
-    Choose(console, kRemove, "Users - Remove");
-    console.Expect("User ID: ");
-    console.Send("gina\n");
-    console.Expect("Confirm removing permanently user 'gina'. (y/[n]): ");
-    console.Send("y\n");
-    console.Expect("\n\nUser 'gina' successfully removed.\n");
-    Continue(console);
-    Exit(console);
-
-    PtyDriver refused(TARSEL_PATH, ConsoleArgs(sim, "gina"));
-    refused.Expect("HSM User Password :");
-    refused.SendSecret("Gina#123456\n");
-    refused.Expect("\nError opening session. ");
-    EXPECT_NE(refused.WaitExit(), 0);
 }
 
 }  // namespace

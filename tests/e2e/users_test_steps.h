@@ -3,7 +3,6 @@
 // as an operator sees them, logging in, and the dialogue of a new account.
 
 #include <string>
-#include <vector>
 
 #include "console_e2e_support.h"
 
@@ -38,7 +37,6 @@ inline void Exit(PtyDriver &console) {
     EXPECT_EQ(console.WaitExit(), 0);
 }
 
-// Starts the console as `user` (with `more` arguments) and logs in to the main menu.
 inline bool LogIn(PtyDriver &console, const std::string &password) {
     return EnterPasswordAndReachMainMenu(console, password);
 }
@@ -56,7 +54,7 @@ inline void BeginCreate(PtyDriver &console, const std::string &id, const std::st
     console.SendSecret(password + "\n");
 }
 
-// Declines M of N, local-crypto and (when `secondFactor` is false) the second factor.
+// Declines M of N and local-crypto.
 inline void DeclineLocalFlags(PtyDriver &console) {
     console.Expect("Require Authorization on Local Console with M of N Scheme (y/[n]): ");
     console.Send("\n");

@@ -21,18 +21,6 @@ Asked Ask(uint32_t allowed, uint32_t acl, const std::string &typed) {
     return {acl, terminal.out};
 }
 
-TEST(AdminPermissions, AUserIsAskedOnlyForWhatItHoldsAndCannotPassOnTheRest) {
-    // The creator may list users only; the account already claims backup, which is dropped.
-    const Asked asked = Ask(Q_ACL_LIST_USERS, Q_ACL_BACKUP | Q_ACL_CHANGE_PASSWORD, "y\n");
-    EXPECT_EQ(asked.out,
-              "Create/Remove Users: no\n"
-              "List Users (y/[n]): "
-              "Remote Info: no\n"
-              "Backup/Restore: no\n"
-              "Firmware Update: no\n");
-    EXPECT_EQ(asked.acl, Q_ACL_LIST_USERS | Q_ACL_CHANGE_PASSWORD);
-}
-
 TEST(AdminPermissions, AnOperatorIsAskedEveryPermissionWithTheCurrentBitAsDefault) {
     const Asked asked = Ask(Q_ACL_OPERATOR, Q_ACL_REMOTE_INFO | Q_ACL_FIRMWARE, "\nn\n\ny\nn\n");
     EXPECT_EQ(asked.out,
