@@ -398,7 +398,10 @@ QELVOARC_API uint32_t QCreateUser(QSessionHandle session, const QUserRecord *rec
 QELVOARC_API uint32_t QRemoveUser(QSessionHandle session, const char *userId);
 /* Enumerates user ids in the order of creation (callback once per user, then once with
  * isFinal). Needs ACL 0x40. The callbacks run after the HSM answered, so unlike the general
- * rule they may call the library, on the same session too. */
+ * rule they may call the library, on the same session too. The answer brings every user's
+ * ACL and object counts: QGetUserAcl and QGetUserParam(Q_USER_PARAM_OBJECT_COUNT) for a
+ * listed user are answered from it, without an exchange, until the session exchanges
+ * anything else. */
 QELVOARC_API uint32_t QListUsers(QSessionHandle session, QNameCallback callback, void *context);
 /* acl [out]: the user's ACL word (Q_ACL_*). userId: at most 16 characters. */
 QELVOARC_API uint32_t QGetUserAcl(QSessionHandle session, const char *userId, uint32_t *acl);

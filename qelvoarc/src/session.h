@@ -9,6 +9,7 @@
 
 #include "connection.h"
 #include "status.h"
+#include "user_listing.h"
 
 namespace qelvoarc {
 
@@ -48,6 +49,19 @@ class Session {
         return Exchange(fill, read, wipe);
     }
 
+    // Keeps the user list being read. REQUIRES: called from a read function of Call, under
+    // the session's lock.
+    void KeepUserListing(std::shared_ptr<const UserListing> listing) {
+        userListing_ = std::move(listing);
+        listingExchange_ = exchanges_;
+    }
+
+    // The kept user list while no other exchange followed it; null otherwise.
+    std::shared_ptr<const UserListing> CurrentUserListing() {
+        std::lock_guard lock(mutex_);
+        return listingExchange_ == exchanges_ ? userListing_ : nullptr;
+    }
+
     // Logs out (best effort) and drops the connection. Later calls fail; idempotent.
     void Close();
 
@@ -66,6 +80,7 @@ class Session {
     uint32_t Exchange(Fill &fill, Read &read, void (*wipe)(pb::Request &)) {
         std::lock_guard lock(mutex_);
         if (connection_ == nullptr) return wire::ERR_INVALID_HANDLE;
+        ++exchanges_;
         request_.Clear();
         fill(request_);
         uint32_t status = connection_->RoundTrip(request_, &response_, wipe != nullptr);
@@ -83,6 +98,9 @@ class Session {
     std::unique_ptr<Connection> connection_;
     pb::Request request_;  // reused so a warm session allocates nothing per call
     pb::Response response_;
+    uint64_t exchanges_ = 0;
+    std::shared_ptr<const UserListing> userListing_;
+    uint64_t listingExchange_ = 0;
 };
 
 }  // namespace qelvoarc

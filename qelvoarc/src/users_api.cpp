@@ -66,11 +66,46 @@ uint32_t ListNames(QSessionHandle handle, QNameCallback callback, void *context,
     return status == wire::OK ? DeliverNames(names, callback, context) : status;
 }
 
+uint32_t ListUsers(QSessionHandle handle, QNameCallback callback, void *context) {
+    uint32_t status;
+    std::shared_ptr<Session> session = FindSession(handle, &status);
+    if (session == nullptr) return status;
+    if (callback == nullptr) return wire::ERR_INVALID_PARAMETER;
+    std::vector<std::string> names;
+    status = session->Call([](pb::Request &request) { request.mutable_list_users(); },
+                           [&](const pb::Response &response) {
+                               auto listing = std::make_shared<UserListing>();
+                               for (const pb::UserSummary &user : response.users()) {
+                                   UserListing::Entry &entry = listing->users[user.user()];
+                                   entry.acl = user.acl();
+                                   for (const pb::ObjectCount &count : user.object_counts())
+                                       entry.counts.push_back({count.object_type(), count.count()});
+                                   names.push_back(user.user());
+                               }
+                               session->KeepUserListing(std::move(listing));
+                               return static_cast<uint32_t>(wire::OK);
+                           });
+    return status == wire::OK ? DeliverNames(names, callback, context) : status;
+}
+
+// The entry of `user` in the session's current user list, or null.
+const UserListing::Entry *Listed(const std::shared_ptr<const UserListing> &listing,
+                                 const std::string &user) {
+    if (listing == nullptr) return nullptr;
+    auto it = listing->users.find(user);
+    return it == listing->users.end() ? nullptr : &it->second;
+}
+
 uint32_t GetUserAcl(QSessionHandle handle, const char *userId, uint32_t *acl) {
     uint32_t status;
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
     if (userId == nullptr || acl == nullptr) return wire::ERR_INVALID_PARAMETER;
+    std::shared_ptr<const UserListing> listing = session->CurrentUserListing();
+    if (const UserListing::Entry *entry = Listed(listing, BoundedText(userId, Q_MAX_USER_ID))) {
+        *acl = entry->acl;
+        return wire::OK;
+    }
     return session->Call(
         [&](pb::Request &request) {
             request.mutable_get_user_acl()->set_user(BoundedText(userId, Q_MAX_USER_ID));
@@ -95,20 +130,14 @@ uint32_t RecordSizeOf(uint32_t code) {
     }
 }
 
-uint32_t FillObjectCounts(const pb::Response &response, QObjectCountQuery *query) {
+uint32_t FillObjectCounts(const std::vector<QObjectCountEntry> &counts, QObjectCountQuery *query) {
     query->entryCount = 0;
     query->entries = nullptr;
-    const auto &counts = response.object_counts();
     if (counts.empty()) return wire::OK;
-    auto *entries = static_cast<QObjectCountEntry *>(
-        AllocateLibraryMemory(sizeof(QObjectCountEntry) * static_cast<size_t>(counts.size())));
+    void *entries = CopyToLibraryMemory(counts.data(), sizeof(QObjectCountEntry) * counts.size());
     if (entries == nullptr) return wire::ERR_NO_MEMORY;
-    for (int i = 0; i < counts.size(); ++i) {
-        entries[i].objectType = counts[i].object_type();
-        entries[i].count = counts[i].count();
-    }
-    query->entries = entries;
-    query->entryCount = static_cast<uint64_t>(counts.size());
+    query->entries = static_cast<QObjectCountEntry *>(entries);
+    query->entryCount = counts.size();
     return wire::OK;
 }
 
@@ -126,6 +155,13 @@ uint32_t GetUserParam(QSessionHandle handle, uint32_t code, void *buffer, uint32
     // Every record starts with the user id the caller filled in.
     const size_t idCapacity = code == Q_USER_PARAM_OBJECT_COUNT ? Q_MAX_OBJ_NAME : kUserIdField;
     std::string user = BoundedText(static_cast<const char *>(buffer), idCapacity);
+    if (code == Q_USER_PARAM_OBJECT_COUNT) {
+        std::shared_ptr<const UserListing> listing = session->CurrentUserListing();
+        if (const UserListing::Entry *entry = Listed(listing, user)) {
+            *length = size;
+            return FillObjectCounts(entry->counts, static_cast<QObjectCountQuery *>(buffer));
+        }
+    }
     status = session->Call(
         [&](pb::Request &request) {
             pb::GetUserParam *param = request.mutable_get_user_param();
@@ -133,8 +169,12 @@ uint32_t GetUserParam(QSessionHandle handle, uint32_t code, void *buffer, uint32
             param->set_user(user);
         },
         [&](const pb::Response &response) -> uint32_t {
-            if (code == Q_USER_PARAM_OBJECT_COUNT)
-                return FillObjectCounts(response, static_cast<QObjectCountQuery *>(buffer));
+            if (code == Q_USER_PARAM_OBJECT_COUNT) {
+                std::vector<QObjectCountEntry> counts;
+                for (const pb::ObjectCount &count : response.object_counts())
+                    counts.push_back({count.object_type(), count.count()});
+                return FillObjectCounts(counts, static_cast<QObjectCountQuery *>(buffer));
+            }
             if (code == Q_USER_PARAM_BLOCK) {
                 auto *record = static_cast<QUserStatusRecord *>(buffer);
                 record->blocked = static_cast<uint32_t>(response.value());
@@ -226,11 +266,7 @@ uint32_t QRemoveUser(QSessionHandle session, const char *userId) {
 }
 
 uint32_t QListUsers(QSessionHandle session, QNameCallback callback, void *context) {
-    return Guarded([&] {
-        return qelvoarc::ListNames(session, callback, context, [](qelvoarc::pb::Request &request) {
-            request.mutable_list_users();
-        });
-    });
+    return Guarded([&] { return qelvoarc::ListUsers(session, callback, context); });
 }
 
 uint32_t QGetUserAcl(QSessionHandle session, const char *userId, uint32_t *acl) {

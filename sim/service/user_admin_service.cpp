@@ -53,8 +53,17 @@ Result HandleRemoveUser(HsmContext &hsm, const ConnectionState &conn,
 Result HandleListUsers(HsmContext &hsm, const ConnectionState &conn, wire::pb::Response *response) {
     std::optional<UserRecord> caller = FindCaller(hsm, conn);
     if (!caller || !rights::Holds(caller->acl, acl::kListUsers)) return Result::kAccessDenied;
-    for (std::string &id : hsm.users.ListUserIds())
-        response->add_names(std::move(id));
+    // Each line carries what the list shows, so listing costs one exchange, not two per user.
+    for (auto &[id, acl] : hsm.users.ListUsers()) {
+        wire::pb::UserSummary *summary = response->add_users();
+        for (const ObjectCount &entry : hsm.users.partitions().Count(id)) {
+            wire::pb::ObjectCount *out = summary->add_object_counts();
+            out->set_object_type(entry.objectType);
+            out->set_count(entry.count);
+        }
+        summary->set_user(std::move(id));
+        summary->set_acl(acl);
+    }
     return Result::kOk;
 }
 

@@ -13,6 +13,7 @@ Result HandleCreateUser(HsmContext &hsm, const ConnectionState &conn,
 // Also removes the user's partition (see UserStore::partitions) and ends its sessions.
 Result HandleRemoveUser(HsmContext &hsm, const ConnectionState &conn,
                         const wire::pb::RemoveUser &request);
+// Every user with its ACL and object counts.
 Result HandleListUsers(HsmContext &hsm, const ConnectionState &conn, wire::pb::Response *response);
 Result HandleListUserTrusts(HsmContext &hsm, const ConnectionState &conn,
                             const wire::pb::ListUserTrusts &request, wire::pb::Response *response);

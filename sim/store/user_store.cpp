@@ -30,13 +30,13 @@ bool UserStore::HasUsers() {
     return st.Step();
 }
 
-std::vector<std::string> UserStore::ListUserIds() {
+std::vector<std::pair<std::string, uint32_t>> UserStore::ListUsers() {
     std::lock_guard lock(mutex_);
-    Statement st(db_, "SELECT id FROM users ORDER BY rowid");
-    std::vector<std::string> ids;
+    Statement st(db_, "SELECT id, acl FROM users ORDER BY rowid");
+    std::vector<std::pair<std::string, uint32_t>> users;
     while (st.Step())
-        ids.push_back(st.Text(0));
-    return ids;
+        users.emplace_back(st.Text(0), static_cast<uint32_t>(st.Int(1)));
+    return users;
 }
 
 Result UserStore::AddUser(std::string_view id, const std::string &passwordHash, uint32_t acl) {

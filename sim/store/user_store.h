@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "core/clock.h"
@@ -53,8 +54,8 @@ class UserStore {
 
     std::optional<UserRecord> FindUser(std::string_view id);
     bool HasUsers();
-    // Every user id, in the order of creation.
-    std::vector<std::string> ListUserIds();
+    // Every user id with its ACL, in the order of creation.
+    std::vector<std::pair<std::string, uint32_t>> ListUsers();
     Result AddUser(std::string_view id, const std::string &passwordHash, uint32_t acl);
     // Removes everything of the partition held by other stores, then the account with its
     // OATH token and access tokens. kNotFound when there is no such user.
