@@ -29,13 +29,28 @@ Result FromWire(wire::Status status) {
 }
 
 // RC4 lives only in OpenSSL's legacy provider; the default one is loaded beside it so that
-// loading legacy does not hide the ordinary algorithms.
+// loading legacy does not hide the ordinary algorithms. Both are unloaded at exit.
+class LegacyProviders {
+  public:
+    LegacyProviders()
+        : default_(OSSL_PROVIDER_load(nullptr, "default")),
+          legacy_(OSSL_PROVIDER_load(nullptr, "legacy")) {}
+    ~LegacyProviders() {
+        if (legacy_ != nullptr) OSSL_PROVIDER_unload(legacy_);
+        if (default_ != nullptr) OSSL_PROVIDER_unload(default_);
+    }
+    LegacyProviders(const LegacyProviders &) = delete;
+    LegacyProviders &operator=(const LegacyProviders &) = delete;
+    bool loaded() const { return default_ != nullptr && legacy_ != nullptr; }
+
+  private:
+    OSSL_PROVIDER *default_;
+    OSSL_PROVIDER *legacy_;
+};
+
 bool LoadLegacyProvider() {
-    static bool loaded = [] {
-        return OSSL_PROVIDER_load(nullptr, "default") != nullptr &&
-               OSSL_PROVIDER_load(nullptr, "legacy") != nullptr;
-    }();
-    return loaded;
+    static LegacyProviders providers;
+    return providers.loaded();
 }
 
 Result Arc4CheckValue(std::string_view key, wire::CheckValue *out) {
