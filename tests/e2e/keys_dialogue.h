@@ -88,8 +88,9 @@ class KeysConsole {
 
     // Runs "List" and returns what it printed up to the pause.
     std::string List() {
-        Choose("List", "Keys/Objects - List\n\n");
+        // The heading's read may already hold the first rows, so the text starts before it.
         const size_t from = console_.Output().size();
+        Choose("List", "Keys/Objects - List\n\n");
         console_.Expect("Total of objects: ");
         console_.Expect("Press ENTER key to continue...");
         std::string listing = console_.Output().substr(from);
