@@ -80,6 +80,12 @@ int32_t ChangeMyPassword(QSessionHandle session, const MenuItem &item) {
         PrintError("Error changing user password.", rc);
         return int32_t(rc);
     }
+    // The verifier follows the password, so a second change in this session asks for the
+    // password the user has now; if it cannot be rebuilt, the old one stays.
+    Secret<uint8_t[kVerifierSize]> verifier;
+    if (ComputePasswordVerifier(session, newPassword.value, gState.verifierSalt, verifier.value) ==
+        Q_OK)
+        memcpy(gState.passwordVerifier, verifier.value, kVerifierSize);
     ErrPrintf("\n\n%s\n\n", "Password changed successfully.");
     return 0;
 }

@@ -34,10 +34,21 @@ TEST(UsersPassword, MyPasswordChecksTheOldOneAgainstTheLogin) {
     console.SendSecret("Hank#654321\n");
     console.Expect("\n\nPassword changed successfully.\n\n");
     Continue(console);
+
+    // In the same session the password just set is the old one.
+    Choose(console, myPassword, "Users - My Password");
+    console.Expect("Old Password: ");
+    console.SendSecret("Hank#654321\n");
+    console.Expect("New Password: ");
+    console.SendSecret("Hank#777777\n");
+    console.Expect("Confirm new password: ");
+    console.SendSecret("Hank#777777\n");
+    console.Expect("\n\nPassword changed successfully.\n\n");
+    Continue(console);
     Exit(console);
 
     PtyDriver again(TARSEL_PATH, ConsoleArgs(sim, "hank"));
-    ASSERT_TRUE(LogIn(again, "Hank#654321"));
+    ASSERT_TRUE(LogIn(again, "Hank#777777"));
     Exit(again);
 }
 
