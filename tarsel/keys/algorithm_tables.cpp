@@ -81,6 +81,8 @@ constexpr AlgorithmRow kAlgorithms[] = {
     {Q_ALG_RSA_1976, "rsa-1976", 1976},
     {Q_ALG_RSA_1536, "rsa-1536", 1536},
     {Q_ALG_OBJ_SECRET, "secret", 0},
+    {Q_ALG_OBJ_MAP, "map", 0},
+    {Q_ALG_OBJ_PKCS11_MAP, "pkcs11-map", 0},
     {Q_ALG_ED25519, "eddsa-25519", 256},
     {Q_ALG_ED448, "eddsa-448", 456},
     {Q_ALG_X25519, "x25519", 256},

@@ -167,7 +167,10 @@ TEST(KeysObjects, MapsAreCreatedAndListed) {
     console.LeaveMainAction();
 
     const std::string listing = console.List();
-    EXPECT_NE(listing.find("m-map"), std::string::npos) << listing;
+    for (const auto &[name, type] : {std::pair{"m-map", "map"}, std::pair{"m-p11", "pkcs11-map"}}) {
+        snprintf(line, sizeof line, "%-41s %-20s ", name, type);
+        EXPECT_NE(listing.find(line), std::string::npos) << listing;
+    }
     EXPECT_EQ(console.Exit(), 0);
 }
 
