@@ -10,8 +10,8 @@ namespace sim {
 Result CreateKeys(DataDirectory &data, const std::string &user, uint32_t count, uint32_t algorithm,
                   const std::string &prefix) {
     if (!data.users().FindUser(user)) return Result::kNotFound;
-    const KeyAlgorithm *spec = FindKeyAlgorithm(algorithm);
-    if (spec == nullptr) return Result::kBadAlgorithm;
+    const KeyAlgorithm *family = FindKeyAlgorithm(algorithm);
+    if (family == nullptr) return Result::kBadAlgorithm;
     std::vector<StoredObject> objects(count);
     for (uint32_t i = 0; i < count; ++i) {
         StoredObject &object = objects[i];
@@ -19,9 +19,9 @@ Result CreateKeys(DataDirectory &data, const std::string &user, uint32_t count, 
         object.name = prefix + std::to_string(i);
         if (Result r = CheckObjectName(object.name); r != Result::kOk) return r;
         KeyMaterial material;
-        if (Result r = GenerateKeyMaterial(*spec, 0, &material); r != Result::kOk) return r;
+        if (Result r = GenerateKeyMaterial(*family, 0, &material); r != Result::kOk) return r;
         object.algorithm = algorithm;
-        object.length = spec->length;
+        object.length = family->length;
         object.sealed =
             data.masterKey().Seal(material.secret.view(), SealingContext(user, object.name));
         object.publicExponent = material.publicExponent;

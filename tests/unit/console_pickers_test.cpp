@@ -23,7 +23,7 @@ Picker Wrap(bool (*pick)(T *)) {
     };
 }
 
-struct PickerSpec {
+struct PickerCase {
     const char *name;
     Picker pick;
     const char *title;
@@ -31,11 +31,11 @@ struct PickerSpec {
     std::vector<int64_t> values;
 };
 
-std::string ListingOf(const PickerSpec &spec) {
-    std::string text = spec.title[0] != '\0' ? std::string(spec.title) + " :\n" : "";
-    for (size_t i = 0; i < spec.labels.size(); ++i) {
+std::string ListingOf(const PickerCase &picker) {
+    std::string text = picker.title[0] != '\0' ? std::string(picker.title) + " :\n" : "";
+    for (size_t i = 0; i < picker.labels.size(); ++i) {
         char line[160];
-        snprintf(line, sizeof line, "%2d - %s\n", static_cast<int>(i + 1), spec.labels[i]);
+        snprintf(line, sizeof line, "%2d - %s\n", static_cast<int>(i + 1), picker.labels[i]);
         text += line;
     }
     return text + "Option : ";
@@ -52,7 +52,7 @@ using ConsolePickers = FirmwareFlags;
 
 TEST_F(ConsolePickers, EveryListHasItsLabelsValuesAndOrder) {
     gState.fwAtLeast_4_0_0_0 = true;
-    const PickerSpec specs[] = {
+    const PickerCase pickers[] = {
         {"hash",
          Wrap(PickHash),
          "Hash",
@@ -134,15 +134,15 @@ TEST_F(ConsolePickers, EveryListHasItsLabelsValuesAndOrder) {
          {"[E] KEK X9.24 Parts 1 or 2", "[N] Non-exportable", "[S] Sensitive"},
          {'E', 'N', 'S'}},
     };
-    for (const PickerSpec &spec : specs) {
-        ASSERT_EQ(spec.labels.size(), spec.values.size()) << spec.name;
-        for (size_t k = 1; k <= spec.values.size(); ++k) {
+    for (const PickerCase &picker : pickers) {
+        ASSERT_EQ(picker.labels.size(), picker.values.size()) << picker.name;
+        for (size_t k = 1; k <= picker.values.size(); ++k) {
             ScriptedTerminal terminal(std::to_string(k) + "\n");
             ScopedTerminal scope(&terminal);
             int64_t value = -1;
-            ASSERT_TRUE(spec.pick(&value)) << spec.name << " " << k;
-            EXPECT_EQ(value, spec.values[k - 1]) << spec.name << " " << k;
-            EXPECT_EQ(terminal.out, ListingOf(spec) + "\n") << spec.name;
+            ASSERT_TRUE(picker.pick(&value)) << picker.name << " " << k;
+            EXPECT_EQ(value, picker.values[k - 1]) << picker.name << " " << k;
+            EXPECT_EQ(terminal.out, ListingOf(picker) + "\n") << picker.name;
         }
     }
 }
