@@ -104,11 +104,11 @@ TEST_F(UsersTest, BlockedUsersCannotLogInUntilUnblocked) {
     std::strcpy(status.userId, "alice");
     uint32_t length = sizeof status;
     ASSERT_EQ(QGetUserParam(operator_, Q_USER_PARAM_BLOCK, &status, &length, 0), Q_OK);
-    EXPECT_EQ(status.blocked, 0u);
+    EXPECT_EQ(uint32_t{status.blocked}, 0u);  // a copy: the record is packed
 
     ASSERT_EQ(QSetUserParam(operator_, Q_USER_PARAM_BLOCK, "alice", 5, 0), Q_OK);
     ASSERT_EQ(QGetUserParam(operator_, Q_USER_PARAM_BLOCK, &status, &length, 0), Q_OK);
-    EXPECT_NE(status.blocked, 0u);
+    EXPECT_NE(uint32_t{status.blocked}, 0u);
     EXPECT_EQ(TryLogin("alice"), Q_ERR_USER_BLOCKED);
 
     ASSERT_EQ(QSetUserParam(operator_, Q_USER_PARAM_UNBLOCK, "alice", 5, 0), Q_OK);

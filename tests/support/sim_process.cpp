@@ -6,6 +6,7 @@
 #include <netinet/in.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -114,6 +115,8 @@ bool SimProcess::TryStart(uint16_t discoveryPort) {
     std::vector<char *> argv = Argv(args);
     pid_t pid = ::fork();
     if (pid == 0) {
+        // A test that aborts (a sanitizer report) must not leave its simulator behind.
+        ::prctl(PR_SET_PDEATHSIG, SIGTERM);
         ::dup2(pipeFds[1], STDOUT_FILENO);
         ::execv(argv[0], argv.data());
         ::_exit(127);
@@ -183,6 +186,8 @@ int SimProcess::Simctl(const std::vector<std::string> &args, std::string *out) c
     std::vector<char *> argv = Argv(all);
     pid_t pid = ::fork();
     if (pid == 0) {
+        // A test that aborts (a sanitizer report) must not leave its simulator behind.
+        ::prctl(PR_SET_PDEATHSIG, SIGTERM);
         ::dup2(pipeFds[1], STDOUT_FILENO);
         ::execv(argv[0], argv.data());
         ::_exit(127);
