@@ -45,15 +45,9 @@ DataDirectory::DataDirectory(const std::string &dir, const Clock &clock)
     users_ = std::make_unique<UserStore>(dir_ + "/hsm.db", clock);
     keys_ = std::make_unique<KeyStore>(dir_ + "/hsm.db", clock);
     KeyStore &keys = *keys_;
-    users_->partitions().Add(PartitionMember{
-        [&keys](std::string_view userId) { keys.RemoveAll(userId); },
-        [&keys](std::string_view userId) {
-            std::vector<ObjectCount> counts;
-            for (ObjectKind kind : {ObjectKind::kKey, ObjectKind::kMap, ObjectKind::kPkcs11Map})
-                if (uint64_t n = keys.Count(userId, kind); n > 0)
-                    counts.push_back({static_cast<uint32_t>(kind), n});
-            return counts;
-        }});
+    users_->partitions().Add(
+        PartitionMember{[&keys](std::string_view userId) { keys.RemoveAll(userId); },
+                        [&keys](std::string_view userId) { return keys.CountByKind(userId); }});
 }
 
 std::optional<std::string> CreateMasterUser(DataDirectory &data,

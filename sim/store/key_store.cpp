@@ -164,11 +164,15 @@ void KeyStore::RemoveAll(std::string_view owner) {
     Statement(db_, "DELETE FROM objects WHERE owner = ?").Bind(1, owner).Run();
 }
 
-uint64_t KeyStore::Count(std::string_view owner, ObjectKind kind) {
+std::vector<ObjectCount> KeyStore::CountByKind(std::string_view owner) {
     std::lock_guard lock(mutex_);
-    Statement st(db_, "SELECT COUNT(*) FROM objects WHERE owner = ? AND kind = ?");
-    st.Bind(1, owner).Bind(2, static_cast<int64_t>(kind));
-    return st.Step() ? static_cast<uint64_t>(st.Int(0)) : 0;
+    Statement st(db_,
+                 "SELECT kind, COUNT(*) FROM objects WHERE owner = ? GROUP BY kind ORDER BY kind");
+    st.Bind(1, owner);
+    std::vector<ObjectCount> counts;
+    while (st.Step())
+        counts.push_back({static_cast<uint32_t>(st.Int(0)), static_cast<uint64_t>(st.Int(1))});
+    return counts;
 }
 
 void KeyStore::AppendEventLocked(std::string_view owner, std::string_view text) {

@@ -14,6 +14,7 @@
 #include "core/clock.h"
 #include "core/result.h"
 #include "store/database.h"
+#include "store/partition_members.h"
 
 namespace sim {
 
@@ -60,7 +61,8 @@ class KeyStore {
     Result SetLabel(std::string_view owner, std::string_view name, std::string_view label);
     // Every object of a partition, for the removal of its user.
     void RemoveAll(std::string_view owner);
-    uint64_t Count(std::string_view owner, ObjectKind kind);
+    // The partition's object totals, one entry per kind it holds, in kind order.
+    std::vector<ObjectCount> CountByKind(std::string_view owner);
 
   private:
     // REQUIRES: mutex_ held, inside a transaction.
