@@ -46,6 +46,22 @@ Result HandleObjectList(HsmContext &hsm, const ConnectionState &conn,
     return Result::kOk;
 }
 
+namespace {
+
+// A new map object of the caller's partition; the callers fill what the kind adds.
+StoredObject NewMap(const ConnectionState &conn, const std::string &name, ObjectKind kind,
+                    uint32_t algorithm, const std::string &target) {
+    StoredObject map;
+    map.owner = conn.session->user;
+    map.name = name;
+    map.kind = kind;
+    map.algorithm = algorithm;
+    map.target = target;
+    return map;
+}
+
+}  // namespace
+
 Result HandleMapCreate(HsmContext &hsm, const ConnectionState &conn,
                        const wire::pb::MapCreate &request) {
     if (Result r = CheckObjectName(request.name()); r != Result::kOk) return r;
@@ -55,12 +71,8 @@ Result HandleMapCreate(HsmContext &hsm, const ConnectionState &conn,
         if (Result r = CheckObjectName(slot); r != Result::kOk) return r;
         if (Result r = CheckIsKey(hsm, conn, slot); r != Result::kOk) return r;
     }
-    StoredObject map;
-    map.owner = conn.session->user;
-    map.name = request.name();
-    map.kind = ObjectKind::kMap;
-    map.algorithm = kMapObjectType;
-    map.target = request.slot1();
+    StoredObject map =
+        NewMap(conn, request.name(), ObjectKind::kMap, kMapObjectType, request.slot1());
     map.second = request.slot2();
     return hsm.keys.Insert(&map, "Map created: " + map.name);
 }
@@ -73,12 +85,8 @@ Result HandlePkcs11MapCreate(HsmContext &hsm, const ConnectionState &conn,
     if (Result r = CheckIsKey(hsm, conn, request.key_name()); r != Result::kOk) return r;
     // Certificates are objects of their own that this HSM does not hold yet.
     if (!request.cert_name().empty()) return Result::kNotFound;
-    StoredObject map;
-    map.owner = conn.session->user;
-    map.name = request.name();
-    map.kind = ObjectKind::kPkcs11Map;
-    map.algorithm = kPkcs11MapObjectType;
-    map.target = request.key_name();
+    StoredObject map = NewMap(conn, request.name(), ObjectKind::kPkcs11Map, kPkcs11MapObjectType,
+                              request.key_name());
     map.p11Label = request.label();
     return hsm.keys.Insert(&map, "PKCS#11 map created: " + map.name);
 }
