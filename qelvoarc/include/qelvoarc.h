@@ -533,6 +533,7 @@ QELVOARC_API uint32_t QManageATokenCache(QSessionHandle session, uint32_t operat
 #define Q_ALG_OBJ_SECRET 193u     /* safe-keeping secret object */
 #define Q_ALG_OBJ_MAP 194u        /* map object (QGenerateMapObj) */
 #define Q_ALG_OBJ_PKCS11_MAP 195u /* PKCS#11 map (QGeneratePkcs11Map) */
+#define Q_ALG_OBJ_X509_CERT 196u  /* X.509 certificate (QImportKey, Q_BLOB_X509_CERT) */
 #define Q_ALG_ED25519 201u
 #define Q_ALG_ED448 202u
 #define Q_ALG_X25519 203u
@@ -554,6 +555,8 @@ QELVOARC_API uint32_t QManageATokenCache(QSessionHandle session, uint32_t operat
 #define Q_KEY_PARAM_RSA_EXPONENT 16u /* buffer is uint8_t **: library memory (QFree) */
 #define Q_KEY_PARAM_LIFE_CYCLE 17u   /* QKeyLifeCycle (89) */
 #define Q_KEY_PARAM_RECORD 18u       /* QKeyRecord (80) */
+#define Q_KEY_PARAM_MAP_SLOTS 19u    /* QMapSlots (108): map objects only */
+#define Q_KEY_PARAM_PKCS11_MAP 20u   /* char[50]: the PKCS#11 map whose target is the key ("") */
 
 /* Life-cycle states (QKeyLifeCycle.state). */
 #define Q_KEY_STATE_UNKNOWN 0u
@@ -594,7 +597,19 @@ QELVOARC_STATIC_ASSERT(sizeof(QKeyRecord) == 80, "key record");
 #pragma pack(pop)
 
 /* Blob types of QImportKey / QExportKey. */
-#define Q_BLOB_CLEAR_SYMMETRIC 4u
+#define Q_BLOB_CLEAR_SYMMETRIC 4u /* the clear key bytes of a symmetric key */
+#define Q_BLOB_X509_CERT 9u       /* a certificate: DER or PEM in, DER out */
+
+#pragma pack(push, 1)
+/* The two slots of a map object (QGenerateMapObj). */
+typedef struct QMapSlots {
+    char slot1Name[50];
+    uint32_t slot1Type; /* 0 = key by name */
+    char slot2Name[50];
+    uint32_t slot2Type;
+} QMapSlots;
+QELVOARC_STATIC_ASSERT(sizeof(QMapSlots) == 108, "map slots");
+#pragma pack(pop)
 
 /* QGetUserKey options. */
 #define Q_KEY_OPEN_DEFAULT 0u
@@ -609,7 +624,10 @@ QELVOARC_API uint32_t QGenerateKey(QSessionHandle session, const char *name, uin
 QELVOARC_API uint32_t QImportKey(QSessionHandle session, const char *name, QKeyHandle kek,
                                  uint32_t blobType, uint32_t algorithm, uint32_t attributes,
                                  const uint8_t *blob, uint32_t blobLength, QKeyHandle *key);
-/* Exports a key wrapped by kek (0: clear, exportable keys only). blob [out]: QFree. */
+/* Exports a key wrapped by kek (0: clear). Q_BLOB_CLEAR_SYMMETRIC: a symmetric key that is
+ * exportable and not blocked (else Q_ERR_NOT_EXPORTABLE / Q_ERR_KEY_BLOCKED); the library
+ * copy is the caller's to wipe. Q_BLOB_X509_CERT: a certificate object, as DER. Any other
+ * pairing of object and blob type: Q_ERR_WRONG_OBJECT_TYPE. blob [out]: QFree. */
 QELVOARC_API uint32_t QExportKey(QKeyHandle key, QKeyHandle kek, uint32_t blobType, uint8_t **blob,
                                  uint32_t *blobLength, uint32_t flags);
 /* Opens an existing object by name. options: Q_KEY_OPEN_*. key [out]: QDestroyKey. */
@@ -620,7 +638,9 @@ QELVOARC_API uint32_t QDestroyKey(QKeyHandle key, uint32_t flags);
 /* Reads a key parameter (Q_KEY_PARAM_*). length [in,out]. */
 QELVOARC_API uint32_t QGetKeyParam(QKeyHandle key, uint32_t param, void *buffer, uint32_t *length,
                                    uint32_t flags);
-/* Changes a key parameter. */
+/* Changes a key parameter. Only Q_KEY_PARAM_BLOCKED (uint32_t 0 or 1) can change; any other
+ * parameter gives Q_ERR_INVALID_PARAMETER. A blocked key keeps its attributes and check
+ * values readable but cannot be exported or used. */
 QELVOARC_API uint32_t QSetKeyParam(QKeyHandle key, uint32_t param, const void *data,
                                    uint32_t length, uint32_t flags);
 /* Removes an object by name from the session's partition. */
@@ -824,11 +844,39 @@ typedef struct QPkcs11MapInfo {
 QELVOARC_STATIC_ASSERT(sizeof(QPkcs11MapInfo) == 385, "PKCS#11 map info");
 #pragma pack(pop)
 
-/* Creates a PKCS#11 map of a key (and its certificate, may be NULL) with a label. */
+#define Q_PKCS11_MAP_LEVEL_BASIC 1u /* info: QPkcs11MapInfo */
+#define Q_PKCS11_MAP_LEVEL_FULL 2u  /* info: the .info member of a QPkcs11MapDetails */
+
+#define Q_CKO_CERTIFICATE 1u /* CKA_CLASS values */
+#define Q_CKO_PUBLIC_KEY 2u
+#define Q_CKO_PRIVATE_KEY 3u
+#define Q_CKO_SECRET_KEY 4u
+#define Q_CK_UNAVAILABLE 0xFFFFFFFFu /* CKA_KEY_GEN_MECHANISM of an imported key */
+
+#pragma pack(push, 1)
+/* What a PKCS#11 client sees through a map: the attributes derive from the target. */
+typedef struct QPkcs11MapDetails {
+    QPkcs11MapInfo info;
+    char associate[50];              /* the certificate tied to the target, "" when none */
+    uint32_t objectClass;            /* CKA_CLASS: Q_CKO_* */
+    char application[64];            /* CKA_APPLICATION, "" when unset */
+    uint8_t id[32];                  /* CKA_ID */
+    uint32_t idLength;               /* bytes of id in use */
+    uint8_t trusted;                 /* CKA_TRUSTED */
+    uint8_t wrapWithTrusted;         /* CKA_WRAP_WITH_TRUSTED */
+    uint8_t local;                   /* CKA_LOCAL: generated inside the HSM */
+    uint32_t certificateCategory;    /* CKA_CERTIFICATE_CATEGORY: 0 unspecified */
+    uint32_t javaMidpSecurityDomain; /* CKA_JAVA_MIDP_SECURITY_DOMAIN: 0 unspecified */
+    uint32_t keyGenMechanism;        /* CKA_KEY_GEN_MECHANISM: CKM_* or Q_CK_UNAVAILABLE */
+} QPkcs11MapDetails;
+QELVOARC_STATIC_ASSERT(sizeof(QPkcs11MapDetails) == 554, "PKCS#11 map details");
+#pragma pack(pop)
+
+/* Creates a PKCS#11 map of a key (and its certificate object, may be NULL) with a label. */
 QELVOARC_API uint32_t QGeneratePkcs11Map(QSessionHandle session, const char *mapName,
                                          const char *keyName, const char *certName,
                                          const char *label, uint32_t flags);
-/* Reads a PKCS#11 map. level: 1 (target and label). reserved: 0. info [out]. */
+/* Reads a PKCS#11 map. level: Q_PKCS11_MAP_LEVEL_*. reserved: 0. info [out]. */
 QELVOARC_API uint32_t QGetPkcs11Map(QSessionHandle session, const char *mapName, uint32_t level,
                                     uint32_t reserved, QPkcs11MapInfo *info);
 /* Enumerates the names of the partition's PKCS#11 maps, as QListObjs. */
@@ -1458,6 +1506,7 @@ QELVOARC_API uint32_t QByteArray2Base64(const uint8_t *data, uint32_t length, ch
 #define Q_ERR_KCV_MISMATCH 1100u
 #define Q_ERR_NOT_EXPORTABLE 1101u
 #define Q_ERR_WRONG_OBJECT_TYPE 1102u
+#define Q_ERR_KEY_BLOCKED 1103u
 #define Q_ERR_NO_MEMORY 2002u
 #define Q_ERR_PASSWORD_EXPIRED 5178u
 
