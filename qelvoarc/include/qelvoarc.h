@@ -1507,6 +1507,7 @@ QELVOARC_API uint32_t QByteArray2Base64(const uint8_t *data, uint32_t length, ch
 #define Q_ERR_NOT_EXPORTABLE 1101u
 #define Q_ERR_WRONG_OBJECT_TYPE 1102u
 #define Q_ERR_KEY_BLOCKED 1103u
+#define Q_ERR_BAD_CERTIFICATE 1104u /* QImportKey: not an X.509 certificate */
 #define Q_ERR_NO_MEMORY 2002u
 #define Q_ERR_PASSWORD_EXPIRED 5178u
 
