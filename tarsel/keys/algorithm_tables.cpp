@@ -83,6 +83,7 @@ constexpr AlgorithmRow kAlgorithms[] = {
     {Q_ALG_OBJ_SECRET, "secret", 0},
     {Q_ALG_OBJ_MAP, "map", 0},
     {Q_ALG_OBJ_PKCS11_MAP, "pkcs11-map", 0},
+    {Q_ALG_OBJ_X509_CERT, "x509-cert", 0},
     {Q_ALG_ED25519, "eddsa-25519", 256},
     {Q_ALG_ED448, "eddsa-448", 456},
     {Q_ALG_X25519, "x25519", 256},

@@ -1,5 +1,4 @@
 // "Attributes": the key information screen of one object.
-#include <cstring>
 #include <string>
 
 #include "app/process_state.h"
@@ -11,27 +10,15 @@
 #include "keys/key_access.h"
 #include "keys/key_actions.h"
 #include "keys/key_generation.h"
+#include "keys/key_info_actions.h"
+#include "keys/key_info_sections.h"
+#include "keys/key_info_text.h"
 #include "keys/life_cycle_text.h"
 
 namespace {
 
-// Labels are right-aligned in a 35-column field.
-void Line(const char *label, const std::string &value, bool blankAfter = false) {
-    OutPrintf(blankAfter ? "%35s%s\n\n" : "%35s%s\n", label, value.c_str());
-}
-
 const char *YesNo(bool yes) {
     return yes ? "yes" : "no";
-}
-
-std::string Hex(const uint8_t *data, size_t length) {
-    std::string text;
-    char digits[3];
-    for (size_t i = 0; i < length; ++i) {
-        snprintf(digits, sizeof digits, "%02X", data[i]);
-        text += digits;
-    }
-    return text;
 }
 
 uint32_t ReadWord(QKeyHandle key, uint32_t param, uint32_t *value) {
@@ -39,14 +26,14 @@ uint32_t ReadWord(QKeyHandle key, uint32_t param, uint32_t *value) {
     return QGetKeyParam(key, param, value, &length, 0);
 }
 
-uint32_t ShowGeneralAttributes(QKeyHandle key, uint32_t *algorithm) {
+uint32_t ShowGeneralAttributes(QKeyHandle key, ShownObject *shown) {
     uint32_t temporary = 0;
     uint32_t exportFlag = 0;
     uint32_t encrypted = 0;
     uint32_t blocked = 0;
     QKeyRecord record{};
     uint32_t recordLength = sizeof record;
-    uint32_t status = ReadWord(key, Q_KEY_PARAM_ALGORITHM, algorithm);
+    uint32_t status = ReadWord(key, Q_KEY_PARAM_ALGORITHM, &shown->algorithm);
     if (status == 0) status = ReadWord(key, Q_KEY_PARAM_TEMPORARY, &temporary);
     if (status == 0) status = ReadWord(key, Q_KEY_PARAM_EXPORT, &exportFlag);
     if (status == 0) status = ReadWord(key, Q_KEY_PARAM_ATTRIBUTE, &encrypted);
@@ -56,14 +43,16 @@ uint32_t ShowGeneralAttributes(QKeyHandle key, uint32_t *algorithm) {
         PrintError("Error accessing key.", status);
         return status;
     }
-    Line("Type : ", AlgorithmName(*algorithm));
-    Line("Temporary : ", YesNo(temporary != 1));
-    Line("Exportable : ", YesNo(exportFlag != 1));
-    Line("Encrypted : ", YesNo(encrypted != 0));
-    Line("Blocked : ", YesNo(blocked == 1));
-    Line("Blockchain compatible : ", YesNo((record.attributes & Q_KEY_BLOCKCHAIN) != 0), true);
-    Line("Usage-profile : ", UsageProfileDescription(record.attributes >> kUsageProfileShift),
-         true);
+    shown->blocked = blocked == 1;
+    PrintInfoLine("Type : ", AlgorithmName(shown->algorithm));
+    PrintInfoLine("Temporary : ", YesNo(temporary != 1));
+    PrintInfoLine("Exportable : ", YesNo(exportFlag != 1));
+    PrintInfoLine("Encrypted : ", YesNo(encrypted != 0));
+    PrintInfoLine("Blocked : ", YesNo(shown->blocked));
+    PrintInfoLine("Blockchain compatible : ", YesNo((record.attributes & Q_KEY_BLOCKCHAIN) != 0),
+                  true);
+    PrintInfoLine(
+        "Usage-profile : ", UsageProfileDescription(record.attributes >> kUsageProfileShift), true);
     return 0;
 }
 
@@ -77,18 +66,18 @@ uint32_t ShowLifeCycle(QSessionHandle session, const char *name, uint32_t option
         PrintError("Error accessing key.", status);
         return status;
     }
-    Line("State : ", LifeCycleStateName(cycle.state));
-    Line("Mask : ", LifeCycleMaskText(cycle.usageMask));
-    Line("Initial date : ", LifeCycleDate(cycle.initialDate));
-    Line("Activation date : ", LifeCycleDate(cycle.activationDate));
-    Line("Archive date : ", LifeCycleDate(cycle.archiveDate));
-    Line("Compromise date : ", LifeCycleDate(cycle.compromiseDate));
-    Line("Compromise occurrence date : ", LifeCycleDate(cycle.compromiseOccurrenceDate));
-    Line("Deactivation date : ", LifeCycleDate(cycle.deactivationDate));
-    Line("Last change date : ", LifeCycleDate(cycle.lastChangeDate));
-    Line("Original creation date : ", LifeCycleDate(cycle.originalCreationDate));
-    Line("Process start date : ", LifeCycleDate(cycle.processStartDate));
-    Line("Protect stop date : ", LifeCycleDate(cycle.protectStopDate), true);
+    PrintInfoLine("State : ", LifeCycleStateName(cycle.state));
+    PrintInfoLine("Mask : ", LifeCycleMaskText(cycle.usageMask));
+    PrintInfoLine("Initial date : ", LifeCycleDate(cycle.initialDate));
+    PrintInfoLine("Activation date : ", LifeCycleDate(cycle.activationDate));
+    PrintInfoLine("Archive date : ", LifeCycleDate(cycle.archiveDate));
+    PrintInfoLine("Compromise date : ", LifeCycleDate(cycle.compromiseDate));
+    PrintInfoLine("Compromise occurrence date : ", LifeCycleDate(cycle.compromiseOccurrenceDate));
+    PrintInfoLine("Deactivation date : ", LifeCycleDate(cycle.deactivationDate));
+    PrintInfoLine("Last change date : ", LifeCycleDate(cycle.lastChangeDate));
+    PrintInfoLine("Original creation date : ", LifeCycleDate(cycle.originalCreationDate));
+    PrintInfoLine("Process start date : ", LifeCycleDate(cycle.processStartDate));
+    PrintInfoLine("Protect stop date : ", LifeCycleDate(cycle.protectStopDate), true);
     return 0;
 }
 
@@ -99,7 +88,7 @@ uint32_t ShowKeySize(QKeyHandle key) {
         PrintError("Error accessing key.", status);
         return status;
     }
-    Line("Key size : ", std::to_string(lengthBytes * 8));
+    PrintInfoLine("Key size : ", std::to_string(lengthBytes * 8));
     return 0;
 }
 
@@ -112,7 +101,7 @@ uint32_t ShowRsaValues(QKeyHandle key) {
         PrintError("Error accessing key.", status);
         return status;
     }
-    Line("Public exponent(hex) : ", Hex(exponent.Get(), length));
+    PrintInfoLine("Public exponent(hex) : ", HexText(exponent.Get(), length));
     return ShowKeySize(key);
 }
 
@@ -125,7 +114,7 @@ uint32_t ShowCheckValue(QSessionHandle session, const char *name, uint32_t forma
         PrintError("Error accessing key.", status);
         return status;
     }
-    Line(label, Hex(kcv, length));
+    PrintInfoLine(label, HexText(kcv, length));
     return 0;
 }
 
@@ -143,45 +132,36 @@ void ShowLabel(QSessionHandle session, const char *name) {
     uint32_t length = sizeof label - 1;
     if (QManageObjMetadata(session, Q_METADATA_OPEN, name, metadata.Out(), 0) == 0 &&
         QGetObjMetadata(metadata.Get(), Q_METADATA_LABEL, label, &length, 0) == 0) {
-        Line("Label : ", label);
+        PrintInfoLine("Label : ", label);
     }
 }
 
-// Writes a new label into the object's metadata.
-void SetLabel(QSessionHandle session, const char *name) {
-    char label[1025] = {};
-    if (ReadLine("Label : ", label, sizeof label - 1) != kPromptOk) {
-        PrintCancelled();
-        return;
+// The values that belong to the kind of object: sizes and check values of keys, the slots
+// or attributes of maps, the fields of certificates.
+uint32_t ShowKindSection(QSessionHandle session, QKeyHandle key, const char *name,
+                         uint32_t algorithm) {
+    if (IsRsaAlgorithm(static_cast<int32_t>(algorithm))) return ShowRsaValues(key);
+    if (HasKeyCheckValue(algorithm)) return ShowSymmetricValues(session, key, name);
+    switch (algorithm) {
+        case Q_ALG_OBJ_MAP:
+            return ShowMapSlotsSection(key);
+        case Q_ALG_OBJ_PKCS11_MAP:
+            return ShowPkcs11MapSection(session, name);
+        case Q_ALG_OBJ_X509_CERT:
+            return ShowCertificateSection(key);
+        default:
+            return 0;
     }
-    OwnedObjMetadata metadata;
-    uint32_t status = QCreateObjMetadata(metadata.Out(), 0);
-    if (status == 0) {
-        status = QSetObjMetadata(metadata.Get(), Q_METADATA_LABEL, label,
-                                 static_cast<uint32_t>(strlen(label)), 0);
-    }
-    if (status == 0) {
-        QObjMetadataHandle handle = metadata.Get();
-        status = QManageObjMetadata(session, Q_METADATA_WRITE, name, &handle, 0);
-    }
-    if (status != 0) {
-        PrintError("Error setting key attribute.", status);
-        return;
-    }
-    ErrPrintf("\n%s\n\n", "Label changed successfully.");
 }
 
-// The sections of one key; false when the screen cannot go on.
-bool ShowSections(QSessionHandle session, QKeyHandle key, const char *name, uint32_t option) {
+// The sections of one object; false when the screen cannot go on.
+bool ShowSections(QSessionHandle session, QKeyHandle key, const char *name, uint32_t option,
+                  ShownObject *shown) {
     OutPrintf("\n");
-    uint32_t algorithm = 0;
-    if (ShowGeneralAttributes(key, &algorithm) != 0) return false;
+    if (ShowGeneralAttributes(key, shown) != 0) return false;
     if (gState.fwAtLeast_3_10_0_0 && ShowLifeCycle(session, name, option) != 0) return false;
-    if (IsRsaAlgorithm(static_cast<int32_t>(algorithm))) {
-        if (ShowRsaValues(key) != 0) return false;
-    } else if (HasKeyCheckValue(algorithm)) {
-        if (ShowSymmetricValues(session, key, name) != 0) return false;
-    }
+    if (ShowKindSection(session, key, name, shown->algorithm) != 0) return false;
+    if (CanBeMapTarget(shown->algorithm) && ShowMapOfObject(session, key) != 0) return false;
     if (gState.fwAtLeast_3_9_0_0) ShowLabel(session, name);
     return true;
 }
@@ -206,18 +186,12 @@ int32_t ShowKeyInfoAction(QSessionHandle session, const MenuItem &item) {
             PrintError("Error accessing key.", status);
             return static_cast<int32_t>(status);
         }
-        if (!ShowSections(session, key.Get(), name, option)) return 0;
+        ShownObject shown;
+        if (!ShowSections(session, key.Get(), name, option, &shown)) return 0;
         // Older firmware has no actions on a key: the screen is shown once.
         if (!gState.fwAtLeast_3_9_0_0) return 0;
-        static constexpr const char *kKeyActions[] = {"Set label"};
         OutPrintf("\n");
-        int32_t choice = 0;
-        if (ChooseFromList(kKeyActions, std::size(kKeyActions), true, &choice) != kPromptOk) {
-            OutPrintf("\n\n%s\n", "Invalid option.");
-            return 0;
-        }
-        if (choice == 0) return 0;
-        SetLabel(session, name);
+        if (!RunKeyInfoAction(session, key.Get(), name, shown)) return 0;
         WaitForEnter();
     }
 }
