@@ -57,23 +57,21 @@ KeyStore::KeyStore(const std::string &path, const Clock &clock) : db_(path), clo
 }
 
 Result KeyStore::Insert(StoredObject *object, std::string_view event) {
-    std::lock_guard lock(mutex_);
-    Transaction tx(db_);
-    if (Result r = InsertLocked(object); r != Result::kOk) return r;
-    AppendEventLocked(object->owner, event);
-    tx.Commit();
-    return Result::kOk;
+    return inserts_.Run([&] {
+        if (Result r = InsertLocked(object); r != Result::kOk) return r;
+        AppendEventLocked(object->owner, event);
+        return Result::kOk;
+    });
 }
 
 Result KeyStore::InsertAll(std::vector<StoredObject> *objects, std::string_view event) {
-    std::lock_guard lock(mutex_);
-    Transaction tx(db_);
-    for (StoredObject &object : *objects) {
-        if (Result r = InsertLocked(&object); r != Result::kOk) return r;
-        AppendEventLocked(object.owner, event);
-    }
-    tx.Commit();
-    return Result::kOk;
+    return inserts_.Run([&] {
+        for (StoredObject &object : *objects) {
+            if (Result r = InsertLocked(&object); r != Result::kOk) return r;
+            AppendEventLocked(object.owner, event);
+        }
+        return Result::kOk;
+    });
 }
 
 Result KeyStore::InsertLocked(StoredObject *object) {

@@ -2,7 +2,7 @@
 // The objects of every user's partition: keys (material sealed under the master key, the
 // partition and the name), map objects and PKCS#11 maps. Names are unique per partition.
 // Thread-safe: every method runs under one mutex on its own SQLite connection, and each
-// change commits together with its event-log line.
+// change commits together with its event-log line. Concurrent inserts share one commit.
 
 #include <cstdint>
 #include <mutex>
@@ -14,6 +14,7 @@
 #include "core/clock.h"
 #include "core/result.h"
 #include "store/database.h"
+#include "store/group_commit.h"
 #include "store/partition_members.h"
 
 namespace sim {
@@ -72,6 +73,7 @@ class KeyStore {
 
     std::mutex mutex_;
     Database db_;
+    GroupCommit inserts_{db_, mutex_};
     const Clock &clock_;
 };
 

@@ -1,0 +1,62 @@
+#pragma once
+// Durable writes from many threads share one transaction and so one fsync. A caller queues
+// its write; the first queued caller that finds no transaction under way becomes the leader:
+// it takes every write queued so far, runs each in its own savepoint of one transaction and
+// commits, while the callers that arrive meanwhile queue for the next transaction.
+
+#include <condition_variable>
+#include <cstddef>
+#include <exception>
+#include <functional>
+#include <mutex>
+#include <vector>
+
+#include "core/result.h"
+#include "store/database.h"
+
+namespace sim {
+
+class GroupCommit {
+  public:
+    // The write runs on the leader's thread, holding `dbMutex`, inside a transaction on `db`.
+    // Anything but kOk (or an exception) rolls back what it changed and fails only its caller.
+    using Write = std::function<Result()>;
+
+    // `db` and `dbMutex` (the mutex that serialises every other use of `db`) must outlive
+    // this object.
+    GroupCommit(Database &db, std::mutex &dbMutex) : db_(db), dbMutex_(dbMutex) {}
+    GroupCommit(const GroupCommit &) = delete;
+    GroupCommit &operator=(const GroupCommit &) = delete;
+
+    // Runs `write` and returns its result once the transaction holding its changes is on
+    // disk. When that transaction fails to begin or commit, nothing of it is stored and every
+    // one of its callers gets the StoreError; an exception thrown by `write` reaches only its
+    // caller. Thread-safe. REQUIRES: the caller does not hold `dbMutex`.
+    Result Run(const Write &write);
+
+    // Callers waiting for a transaction that has not started yet. Thread-safe.
+    size_t queued() const;
+
+  private:
+    struct Pending {
+        const Write *write = nullptr;
+        Result result = Result::kInternal;
+        std::exception_ptr error;
+        bool done = false;
+    };
+
+    // Runs the batch as one transaction and fills each entry's result or error. Does not
+    // throw. REQUIRES: the caller is the leader; `queueMutex_` not held.
+    void CommitBatch(const std::vector<Pending *> &batch);
+    // REQUIRES: `dbMutex_` held, inside the batch's transaction.
+    void RunInSavepoint(Pending *pending);
+
+    Database &db_;
+    std::mutex &dbMutex_;
+    mutable std::mutex queueMutex_;
+    std::condition_variable batchDone_;
+    std::vector<Pending *> queue_;  // guarded by queueMutex_
+    bool leading_ = false;          // guarded by queueMutex_: a batch is being committed
+};
+
+}  // namespace sim
