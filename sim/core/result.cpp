@@ -64,6 +64,10 @@ wire::Status ToWireStatus(Result result) {
             return wire::ERR_NOT_EXPORTABLE;
         case Result::kWrongObjectType:
             return wire::ERR_WRONG_OBJECT_TYPE;
+        case Result::kKeyBlocked:
+            return wire::ERR_KEY_BLOCKED;
+        case Result::kBadCertificate:
+            return wire::ERR_BAD_CERTIFICATE;
     }
     return wire::ERR_INTERNAL;
 }

@@ -39,6 +39,8 @@ enum class [[nodiscard]] Result{
     kKcvMismatch,
     kNotExportable,
     kWrongObjectType,
+    kKeyBlocked,
+    kBadCertificate,
 };
 
 wire::Status ToWireStatus(Result result);

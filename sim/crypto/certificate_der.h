@@ -1,5 +1,5 @@
 #pragma once
-// X.509 certificates as the user store keeps them: DER.
+// X.509 certificates as the HSM keeps them: DER.
 
 #include <optional>
 #include <string>
@@ -7,7 +7,8 @@
 
 namespace sim {
 
-// The DER form of one certificate given in PEM or DER; nullopt when it is neither.
+// The DER form of one certificate given in PEM or DER; nullopt unless it parses whole (no
+// bytes after a DER certificate) and its public key can be read.
 std::optional<std::string> CertificateToDer(std::string_view pemOrDer);
 
 }  // namespace sim

@@ -5,11 +5,13 @@
 #include "core/secret.h"
 #include "service/access_token_service.h"
 #include "service/information_service.h"
+#include "service/key_export_service.h"
 #include "service/key_service.h"
 #include "service/login_service.h"
 #include "service/oath_service.h"
 #include "service/object_service.h"
 #include "service/password_policy_service.h"
+#include "service/pkcs11_map_details.h"
 #include "service/random_hash_service.h"
 #include "service/user_admin_service.h"
 #include "service/user_service.h"
@@ -116,6 +118,13 @@ Result Route(HsmContext &hsm, ConnectionState &conn, const wire::pb::Request &re
             return HandleKeyCheckValue(hsm, conn, request.key_check_value(), response);
         case Body::kEftImportKey:
             return HandleEftImportKey(hsm, conn, request.eft_import_key(), response);
+        case Body::kKeyExport:
+            return HandleKeyExport(hsm, conn, request.key_export(), response);
+        case Body::kKeySetParam:
+            return HandleKeySetParam(hsm, conn, request.key_set_param(), response);
+        case Body::kPkcs11MapDetailsRead:
+            return HandlePkcs11MapDetailsRead(hsm, conn, request.pkcs11_map_details_read(),
+                                              response);
         case Body::kObjectOpen:
             return HandleObjectOpen(hsm, conn, request.object_open(), response);
         case Body::kObjectRemove:

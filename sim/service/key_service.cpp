@@ -7,17 +7,19 @@
 #include "crypto/key_check_value.h"
 #include "crypto/key_components.h"
 #include "crypto/key_generator.h"
+#include "service/certificate_service.h"
 #include "service/object_info.h"
 
 namespace sim {
 
 namespace {
 
-constexpr uint32_t kExportable = 0x1;
 constexpr uint32_t kBlockchain = 0x4000;
-constexpr uint32_t kKnownFlags = kExportable | kAttributeRsaExponent3 | kBlockchain;
-constexpr uint32_t kBlobClearSymmetric = 4;
+constexpr uint32_t kKnownFlags = kAttributeExportable | kAttributeRsaExponent3 | kBlockchain;
 constexpr uint32_t kEdDsa25519 = 201;
+constexpr uint32_t kParamBlocked = 12;
+
+enum class KeyOrigin { kGenerated, kImported };
 
 bool In(uint32_t value, std::initializer_list<uint32_t> set) {
     return std::find(set.begin(), set.end(), value) != set.end();
@@ -48,7 +50,7 @@ Result CheckAttributes(const KeyAlgorithm &algorithm, uint32_t attributes) {
 
 Result StoreKey(HsmContext &hsm, const ConnectionState &conn, const std::string &name,
                 const KeyAlgorithm &algorithm, uint32_t attributes, const KeyMaterial &material,
-                const std::string &event, wire::pb::Response *response) {
+                KeyOrigin origin, const std::string &event, wire::pb::Response *response) {
     StoredObject object;
     object.owner = conn.session->user;
     object.name = name;
@@ -58,8 +60,9 @@ Result StoreKey(HsmContext &hsm, const ConnectionState &conn, const std::string 
     object.length = algorithm.length;
     object.sealed = hsm.masterKey.Seal(material.secret.view(), SealingContext(object.owner, name));
     object.publicExponent = material.publicExponent;
+    object.generated = origin == KeyOrigin::kGenerated;
     if (Result r = hsm.keys.Insert(&object, event + ": " + name); r != Result::kOk) return r;
-    FillObjectInfo(object, response->mutable_object());
+    DescribeObject(hsm.keys, object, response->mutable_object());
     return Result::kOk;
 }
 
@@ -69,10 +72,7 @@ Result OpenKey(HsmContext &hsm, const ConnectionState &conn, const std::string &
     std::optional<StoredObject> found = hsm.keys.Find(conn.session->user, name, true);
     if (!found) return Result::kNotFound;
     if (found->kind != ObjectKind::kKey) return Result::kWrongObjectType;
-    std::optional<SecretBytes> plain =
-        hsm.masterKey.Open(found->sealed, SealingContext(found->owner, found->name));
-    if (!plain) return Result::kInternal;
-    *material = std::move(*plain);
+    if (Result r = UnsealMaterial(hsm.masterKey, *found, material); r != Result::kOk) return r;
     *object = std::move(*found);
     return Result::kOk;
 }
@@ -97,12 +97,15 @@ Result HandleKeyGenerate(HsmContext &hsm, const ConnectionState &conn,
         r != Result::kOk)
         return r;
     return StoreKey(hsm, conn, request.name(), *algorithm, request.attributes(), material,
+                    KeyOrigin::kGenerated,
                     "Key generated (algorithm " + std::to_string(algorithm->id) + ")", response);
 }
 
 Result HandleKeyImport(HsmContext &hsm, const ConnectionState &conn,
                        const wire::pb::KeyImport &request, wire::pb::Response *response) {
     if (Result r = CheckObjectName(request.name()); r != Result::kOk) return r;
+    if (request.blob_type() == kBlobCertificate)
+        return ImportCertificate(hsm, conn, request, response);
     if (request.blob_type() != kBlobClearSymmetric) return Result::kNotSupported;
     const KeyAlgorithm *algorithm = FindKeyAlgorithm(request.algorithm());
     if (algorithm == nullptr ||
@@ -111,9 +114,9 @@ Result HandleKeyImport(HsmContext &hsm, const ConnectionState &conn,
     if (request.material().size() != algorithm->length) return Result::kInvalidLength;
     if (Result r = CheckAttributes(*algorithm, request.attributes()); r != Result::kOk) return r;
     KeyMaterial material{SecretBytes(request.material()), {}};
-    return StoreKey(hsm, conn, request.name(), *algorithm, request.attributes(), material,
-                    "Clear key imported (algorithm " + std::to_string(algorithm->id) + ")",
-                    response);
+    return StoreKey(
+        hsm, conn, request.name(), *algorithm, request.attributes(), material, KeyOrigin::kImported,
+        "Clear key imported (algorithm " + std::to_string(algorithm->id) + ")", response);
 }
 
 Result HandleKeyCheckValue(HsmContext &hsm, const ConnectionState &conn,
@@ -147,8 +150,23 @@ Result HandleEftImportKey(HsmContext &hsm, const ConnectionState &conn,
         return r;
     if (Result r = CheckAttributes(*algorithm, attributes); r != Result::kOk) return r;
     return StoreKey(
-        hsm, conn, request.name(), *algorithm, attributes, material,
+        hsm, conn, request.name(), *algorithm, attributes, material, KeyOrigin::kImported,
         "Key imported from components (algorithm " + std::to_string(algorithm->id) + ")", response);
+}
+
+Result HandleKeySetParam(HsmContext &hsm, const ConnectionState &conn,
+                         const wire::pb::KeySetParam &request, wire::pb::Response *response) {
+    if (request.param() != kParamBlocked || request.value() > 1) return Result::kInvalidParameter;
+    StoredObject key;
+    if (Result r = FindHandleObject(hsm.keys, conn.session->user, request.name(),
+                                    request.object_id(), false, &key);
+        r != Result::kOk)
+        return r;
+    if (key.kind != ObjectKind::kKey) return Result::kWrongObjectType;
+    key.blocked = request.value() == 1;
+    if (Result r = hsm.keys.SetBlocked(key, key.blocked); r != Result::kOk) return r;
+    DescribeObject(hsm.keys, key, response->mutable_object());
+    return Result::kOk;
 }
 
 }  // namespace sim

@@ -1,5 +1,6 @@
 #pragma once
-// Keys of the caller's partition: generation, clear import, component import, check values.
+// Keys of the caller's partition: generation, clear import (certificates too), component
+// import, check values and blocking.
 // Every handler acts only inside the session user's own partition.
 
 #include "core/result.h"
@@ -14,6 +15,9 @@ Result HandleKeyImport(HsmContext &hsm, const ConnectionState &conn,
                        const wire::pb::KeyImport &request, wire::pb::Response *response);
 Result HandleKeyCheckValue(HsmContext &hsm, const ConnectionState &conn,
                            const wire::pb::KeyCheckValue &request, wire::pb::Response *response);
+// Blocks or unblocks a key (the only key parameter that changes); answers the new description.
+Result HandleKeySetParam(HsmContext &hsm, const ConnectionState &conn,
+                         const wire::pb::KeySetParam &request, wire::pb::Response *response);
 Result HandleEftImportKey(HsmContext &hsm, const ConnectionState &conn,
                           const wire::pb::EftImportKey &request, wire::pb::Response *response);
 

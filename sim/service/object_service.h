@@ -11,6 +11,7 @@ namespace sim {
 // Object type identifiers of the objects that are not keys (key parameter 1).
 inline constexpr uint32_t kMapObjectType = 194;
 inline constexpr uint32_t kPkcs11MapObjectType = 195;
+inline constexpr uint32_t kCertificateObjectType = 196;
 
 Result HandleObjectOpen(HsmContext &hsm, const ConnectionState &conn,
                         const wire::pb::ObjectOpen &request, wire::pb::Response *response);

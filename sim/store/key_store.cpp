@@ -1,5 +1,7 @@
 #include "store/key_store.h"
 
+#include <utility>
+
 namespace sim {
 
 namespace {
@@ -24,11 +26,19 @@ CREATE TABLE IF NOT EXISTS objects (
     p11_label TEXT NOT NULL DEFAULT '',
     UNIQUE (owner, name)
 );
+CREATE INDEX IF NOT EXISTS objects_owner_kind ON objects (owner, kind);
 )sql";
+
+// Columns added after the first release, in the order they came: name, then definition.
+constexpr std::pair<const char *, const char *> kAddedColumns[] = {
+    {"generated", "INTEGER NOT NULL DEFAULT 0"},
+    {"blocked", "INTEGER NOT NULL DEFAULT 0"},
+    {"certificate", "BLOB"},
+};
 
 constexpr const char *kColumns =
     "SELECT id, owner, name, kind, algorithm, attributes, length, public_exponent, created, "
-    "label, target, target_type, second, second_type, p11_label";
+    "label, target, target_type, second, second_type, p11_label, generated, blocked";
 
 StoredObject ReadRow(const Statement &st) {
     StoredObject object;
@@ -47,6 +57,8 @@ StoredObject ReadRow(const Statement &st) {
     object.second = st.Text(12);
     object.secondType = static_cast<uint32_t>(st.Int(13));
     object.p11Label = st.Text(14);
+    object.generated = st.Int(15) != 0;
+    object.blocked = st.Int(16) != 0;
     return object;
 }
 
@@ -54,6 +66,21 @@ StoredObject ReadRow(const Statement &st) {
 
 KeyStore::KeyStore(const std::string &path, const Clock &clock) : db_(path), clock_(clock) {
     db_.Execute(kCreateTable);
+    UpgradeTable();
+}
+
+void KeyStore::UpgradeTable() {
+    std::lock_guard lock(mutex_);
+    // Immediate, so two processes opening an old file do not both add a column.
+    Transaction tx(db_);
+    for (const auto &[name, definition] : kAddedColumns) {
+        Statement present(db_, "SELECT 1 FROM pragma_table_info('objects') WHERE name = ?");
+        present.Bind(1, std::string_view(name));
+        if (present.Step()) continue;
+        db_.Execute(
+            (std::string("ALTER TABLE objects ADD COLUMN ") + name + " " + definition).c_str());
+    }
+    tx.Commit();
 }
 
 Result KeyStore::Insert(StoredObject *object, std::string_view event) {
@@ -81,11 +108,11 @@ Result KeyStore::InsertLocked(StoredObject *object) {
     exists.Bind(1, object->owner).Bind(2, object->name);
     if (exists.Step()) return Result::kAlreadyExists;
     object->created = clock_.Now();
-    Statement insert(
-        db_,
-        "INSERT INTO objects (owner, name, kind, algorithm, attributes, length, "
-        "sealed, public_exponent, created, label, target, target_type, second, "
-        "second_type, p11_label) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
+    Statement insert(db_,
+                     "INSERT INTO objects (owner, name, kind, algorithm, attributes, length, "
+                     "sealed, public_exponent, created, label, target, target_type, second, "
+                     "second_type, p11_label, generated, blocked, certificate) "
+                     "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
     insert.Bind(1, object->owner)
         .Bind(2, object->name)
         .Bind(3, static_cast<int64_t>(object->kind))
@@ -101,6 +128,9 @@ Result KeyStore::InsertLocked(StoredObject *object) {
         .Bind(13, object->second)
         .Bind(14, int64_t{object->secondType})
         .Bind(15, object->p11Label)
+        .Bind(16, int64_t{object->generated})
+        .Bind(17, int64_t{object->blocked})
+        .BindBlob(18, object->certificate)
         .Run();
     object->id = sqlite3_last_insert_rowid(db_.handle());
     return Result::kOk;
@@ -109,12 +139,14 @@ Result KeyStore::InsertLocked(StoredObject *object) {
 std::optional<StoredObject> KeyStore::Find(std::string_view owner, std::string_view name,
                                            bool withSecret) {
     std::lock_guard lock(mutex_);
-    std::string sql = std::string(kColumns) + ", sealed FROM objects WHERE owner = ? AND name = ?";
+    std::string sql =
+        std::string(kColumns) + ", certificate, sealed FROM objects WHERE owner = ? AND name = ?";
     Statement st(db_, sql.c_str());
     st.Bind(1, owner).Bind(2, name);
     if (!st.Step()) return std::nullopt;
     StoredObject object = ReadRow(st);
-    if (withSecret) object.sealed = st.Blob(15);
+    object.certificate = st.Blob(17);
+    if (withSecret) object.sealed = st.Blob(18);
     return object;
 }
 
@@ -155,6 +187,32 @@ Result KeyStore::SetLabel(std::string_view owner, std::string_view name, std::st
     AppendEventLocked(owner, "Object metadata written: " + std::string(name));
     tx.Commit();
     return Result::kOk;
+}
+
+Result KeyStore::SetBlocked(const StoredObject &key, bool blocked) {
+    std::lock_guard lock(mutex_);
+    Transaction tx(db_);
+    Statement(db_, "UPDATE objects SET blocked = ? WHERE id = ? AND kind = ?")
+        .Bind(1, int64_t{blocked})
+        .Bind(2, key.id)
+        .Bind(3, static_cast<int64_t>(ObjectKind::kKey))
+        .Run();
+    if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;
+    AppendEventLocked(key.owner, (blocked ? "Key blocked: " : "Key unblocked: ") + key.name);
+    tx.Commit();
+    return Result::kOk;
+}
+
+std::string KeyStore::FirstPkcs11MapOf(std::string_view owner, std::string_view name) {
+    std::lock_guard lock(mutex_);
+    Statement st(db_,
+                 "SELECT name FROM objects WHERE owner = ? AND kind = ? AND (target = ? OR "
+                 "second = ?) ORDER BY name LIMIT 1");
+    st.Bind(1, owner)
+        .Bind(2, static_cast<int64_t>(ObjectKind::kPkcs11Map))
+        .Bind(3, name)
+        .Bind(4, name);
+    return st.Step() ? st.Text(0) : std::string();
 }
 
 void KeyStore::RemoveAll(std::string_view owner) {

@@ -1,8 +1,9 @@
 #pragma once
 // The objects of every user's partition: keys (material sealed under the master key, the
-// partition and the name), map objects and PKCS#11 maps. Names are unique per partition.
-// Thread-safe: every method runs under one mutex on its own SQLite connection, and each
-// change commits together with its event-log line. Concurrent inserts share one commit.
+// partition and the name), certificates, map objects and PKCS#11 maps. Names are unique per
+// partition. Thread-safe: every method runs under one mutex on its own SQLite connection,
+// and each change commits together with its event-log line. Concurrent inserts share one
+// commit.
 
 #include <cstdint>
 #include <mutex>
@@ -21,7 +22,7 @@ namespace sim {
 
 inline constexpr size_t kMaxObjectNameLength = 49;
 
-enum class ObjectKind : uint32_t { kKey = 1, kMap = 2, kPkcs11Map = 3 };
+enum class ObjectKind : uint32_t { kKey = 1, kMap = 2, kPkcs11Map = 3, kCertificate = 4 };
 
 struct StoredObject {
     int64_t id = 0;  // assigned by Insert; never reused
@@ -39,7 +40,10 @@ struct StoredObject {
     uint32_t targetType = 0;
     std::string second;  // maps: second slot; PKCS#11 maps: the certificate
     uint32_t secondType = 0;
-    std::string p11Label;  // PKCS#11 maps: CKA_LABEL
+    std::string p11Label;     // PKCS#11 maps: CKA_LABEL
+    bool generated = false;   // keys: made inside the HSM (not imported)
+    bool blocked = false;     // keys: refused for export and use
+    std::string certificate;  // certificates: the DER
 };
 
 class KeyStore {
@@ -60,12 +64,19 @@ class KeyStore {
     std::vector<StoredObject> List(std::string_view owner, uint32_t kind);
     Result Remove(std::string_view owner, std::string_view name);
     Result SetLabel(std::string_view owner, std::string_view name, std::string_view label);
+    // Blocks or unblocks `key` (found by its id); kNotFound when it is gone meanwhile.
+    Result SetBlocked(const StoredObject &key, bool blocked);
+    // The first PKCS#11 map (by name) of the partition whose target or certificate is
+    // `name`; empty when there is none.
+    std::string FirstPkcs11MapOf(std::string_view owner, std::string_view name);
     // Every object of a partition, for the removal of its user.
     void RemoveAll(std::string_view owner);
     // The partition's object totals, one entry per kind it holds, in kind order.
     std::vector<ObjectCount> CountByKind(std::string_view owner);
 
   private:
+    // Adds the columns that later versions brought to a table created before them.
+    void UpgradeTable();
     // REQUIRES: mutex_ held, inside a transaction.
     Result InsertLocked(StoredObject *object);
     // REQUIRES: mutex_ held.
