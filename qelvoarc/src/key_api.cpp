@@ -1,5 +1,6 @@
-// Keys: generation, clear import, opening by name, release and parameter reads. A key
-// handle carries the key's attributes, so parameter reads need no round trip.
+// Keys: generation, clear import (certificates too), opening by name, release, parameter
+// reads and blocking. A key handle carries the key's attributes, so parameter reads need no
+// round trip.
 
 #include <openssl/crypto.h>
 
@@ -14,8 +15,6 @@
 
 namespace qelvoarc {
 namespace {
-
-constexpr uint32_t kObjectKindKey = 1;
 
 // Life-cycle usage bits (QKeyLifeCycle.usageMask).
 constexpr uint64_t kSign = 0x1, kVerify = 0x2, kEncrypt = 0x4, kDecrypt = 0x8, kWrap = 0x10,
@@ -63,6 +62,24 @@ uint32_t PutWord(uint32_t value, void *buffer, uint32_t *length) {
     return Put(&value, sizeof value, buffer, length);
 }
 
+uint32_t ReadMapSlots(const pb::ObjectInfo &info, void *buffer, uint32_t *length) {
+    if (info.kind() != kObjectKindMap) return wire::ERR_WRONG_OBJECT_TYPE;
+    QMapSlots slots{};
+    CopyField(slots.slot1Name, info.target());
+    slots.slot1Type = info.target_type();
+    CopyField(slots.slot2Name, info.second());
+    slots.slot2Type = info.second_type();
+    return Put(&slots, sizeof slots, buffer, length);
+}
+
+uint32_t ReadPkcs11MapName(const pb::ObjectInfo &info, void *buffer, uint32_t *length) {
+    if (info.kind() != kObjectKindKey && info.kind() != kObjectKindCertificate)
+        return wire::ERR_WRONG_OBJECT_TYPE;
+    char name[Q_MAX_OBJ_NAME + 1] = {};
+    CopyField(name, info.pkcs11_map());
+    return Put(name, sizeof name, buffer, length);
+}
+
 uint32_t ReadKeyParam(const KeyObject &key, uint32_t param, void *buffer, uint32_t *length) {
     const pb::ObjectInfo &info = key.info;
     const bool isKey = info.kind() == kObjectKindKey;
@@ -79,7 +96,7 @@ uint32_t ReadKeyParam(const KeyObject &key, uint32_t param, void *buffer, uint32
         case Q_KEY_PARAM_TEMPORARY:
             return PutWord(1, buffer, length);  // every object is persistent
         case Q_KEY_PARAM_BLOCKED:
-            return PutWord(0, buffer, length);
+            return PutWord(key.blocked ? 1 : 0, buffer, length);
         case Q_KEY_PARAM_RSA_EXPONENT: {
             if (info.public_exponent().empty()) return wire::ERR_WRONG_OBJECT_TYPE;
             if (*length < sizeof(uint8_t *)) {
@@ -111,6 +128,10 @@ uint32_t ReadKeyParam(const KeyObject &key, uint32_t param, void *buffer, uint32
             record.length = info.length();
             return Put(&record, sizeof record, buffer, length);
         }
+        case Q_KEY_PARAM_MAP_SLOTS:
+            return ReadMapSlots(info, buffer, length);
+        case Q_KEY_PARAM_PKCS11_MAP:
+            return ReadPkcs11MapName(info, buffer, length);
         default:
             return wire::ERR_NOT_SUPPORTED;
     }
@@ -156,7 +177,8 @@ uint32_t ImportKey(QSessionHandle handle, const char *name, QKeyHandle kek, uint
     if (key == nullptr || blob == nullptr || blobLength == 0) return wire::ERR_INVALID_PARAMETER;
     if ((status = ObjectName(name, &keyName)) != wire::OK) return status;
     // Only clear blobs are served; wrapped imports need key-encryption keys on the HSM.
-    if (kek != 0 || blobType != Q_BLOB_CLEAR_SYMMETRIC) return wire::ERR_NOT_SUPPORTED;
+    if (kek != 0 || (blobType != Q_BLOB_CLEAR_SYMMETRIC && blobType != Q_BLOB_X509_CERT))
+        return wire::ERR_NOT_SUPPORTED;
     pb::ObjectInfo info;
     status = session->CallWithSecret(
         [&](pb::Request &request) {
@@ -207,6 +229,34 @@ uint32_t GetKeyParam(QKeyHandle handle, uint32_t param, void *buffer, uint32_t *
     return ReadKeyParam(*key, param, buffer, length);
 }
 
+uint32_t SetKeyParam(QKeyHandle handle, uint32_t param, const void *data, uint32_t length) {
+    uint32_t status;
+    std::shared_ptr<KeyObject> key = FindKey(handle, &status);
+    if (key == nullptr) return status;
+    // The blocked flag is the only parameter with a value format to send.
+    if (param != Q_KEY_PARAM_BLOCKED || data == nullptr) return wire::ERR_INVALID_PARAMETER;
+    uint32_t value = 0;
+    if (length != sizeof value) return wire::ERR_INVALID_LENGTH;
+    std::memcpy(&value, data, sizeof value);
+    pb::ObjectInfo info;
+    status = key->session->Call(
+        [&](pb::Request &request) {
+            pb::KeySetParam *set = request.mutable_key_set_param();
+            set->set_name(key->info.name());
+            set->set_object_id(key->info.object_id());
+            set->set_param(param);
+            set->set_value(value);
+        },
+        [&](const pb::Response &response) {
+            info = response.object();
+            return static_cast<uint32_t>(wire::OK);
+        });
+    if (status != wire::OK) return status;
+    key->blocked = info.blocked();
+    ForgetListed(key->session.get(), key->info.name());
+    return wire::OK;
+}
+
 }  // namespace
 }  // namespace qelvoarc
 
@@ -238,6 +288,10 @@ uint32_t QDestroyKey(QKeyHandle key, uint32_t) {
 
 uint32_t QGetKeyParam(QKeyHandle key, uint32_t param, void *buffer, uint32_t *length, uint32_t) {
     return Guarded([&] { return qelvoarc::GetKeyParam(key, param, buffer, length); });
+}
+
+uint32_t QSetKeyParam(QKeyHandle key, uint32_t param, const void *data, uint32_t length, uint32_t) {
+    return Guarded([&] { return qelvoarc::SetKeyParam(key, param, data, length); });
 }
 
 }  // extern "C"

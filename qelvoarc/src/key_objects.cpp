@@ -16,8 +16,7 @@ uint32_t ObjectName(const char *name, std::string *out) {
 }
 
 QKeyHandle AddKeyHandle(std::shared_ptr<Session> session, const pb::ObjectInfo &info) {
-    return LibraryState::Get().keys.Add(
-        std::make_shared<KeyObject>(KeyObject{std::move(session), info}));
+    return LibraryState::Get().keys.Add(std::make_shared<KeyObject>(std::move(session), info));
 }
 
 uint32_t OpenObject(Session &session, const std::string &name, uint32_t options,

@@ -1,7 +1,9 @@
 #pragma once
 // Helpers shared by the key, object, metadata and EFT families.
 
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string>
 
@@ -9,6 +11,19 @@
 #include "qelvoarc.h"
 
 namespace qelvoarc {
+
+// Object kinds of pb::ObjectInfo.kind.
+inline constexpr uint32_t kObjectKindKey = 1;
+inline constexpr uint32_t kObjectKindMap = 2;
+inline constexpr uint32_t kObjectKindPkcs11Map = 3;
+inline constexpr uint32_t kObjectKindCertificate = 4;
+
+// Copies text into a fixed field, NUL-padded, not terminated when full.
+template <size_t N>
+void CopyField(char (&field)[N], const std::string &text) {
+    std::memset(field, 0, N);
+    std::memcpy(field, text.data(), std::min(N, text.size()));
+}
 
 // The object name of a caller's argument: OK, or ERR_INVALID_PARAMETER when it is null,
 // empty or longer than Q_MAX_OBJ_NAME.

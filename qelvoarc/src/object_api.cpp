@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <vector>
 
 #include "abi_guard.h"
@@ -17,14 +18,6 @@ namespace {
 
 constexpr uint32_t kListEverything = 0;
 constexpr uint32_t kListPkcs11Maps = 3;
-constexpr uint32_t kObjectKindPkcs11Map = 3;
-
-// Copies text into a fixed field, NUL-padded, not terminated when full.
-template <size_t N>
-void CopyField(char (&field)[N], const std::string &text) {
-    std::memset(field, 0, N);
-    std::memcpy(field, text.data(), std::min(N, text.size()));
-}
 
 uint32_t ListObjects(QSessionHandle handle, uint32_t kind, QNameCallback callback, void *context) {
     uint32_t status;
@@ -53,10 +46,17 @@ uint32_t RemoveObject(QSessionHandle handle, const char *name) {
     if (session == nullptr) return status;
     std::string objectName;
     if ((status = ObjectName(name, &objectName)) != wire::OK) return status;
+    // A listed PKCS#11 map's targets name it (key parameter 20) until it goes.
+    std::optional<pb::ObjectInfo> listed = FindListed(session.get(), objectName);
     status = session->Call(
         [&](pb::Request &request) { request.mutable_object_remove()->set_name(objectName); });
-    if (status == wire::OK) ForgetListed(session.get(), objectName);
-    return status;
+    if (status != wire::OK) return status;
+    ForgetListed(session.get(), objectName);
+    if (listed && listed->kind() == kObjectKindPkcs11Map) {
+        ForgetListed(session.get(), listed->target());
+        ForgetListed(session.get(), listed->second());
+    }
+    return wire::OK;
 }
 
 uint32_t GetObjInfo(QSessionHandle handle, const char *name, QObjInfo *out) {
@@ -114,13 +114,46 @@ uint32_t GeneratePkcs11Map(QSessionHandle handle, const char *mapName, const cha
     constexpr size_t kLabelField = sizeof(QPkcs11MapInfo::label) - 1;
     std::string p11Label = label == nullptr ? std::string() : BoundedText(label, kLabelField + 1);
     if (p11Label.size() > kLabelField) return wire::ERR_INVALID_LENGTH;
-    return session->Call([&](pb::Request &request) {
+    status = session->Call([&](pb::Request &request) {
         pb::Pkcs11MapCreate *map = request.mutable_pkcs11_map_create();
         map->set_name(name);
         map->set_key_name(key);
         map->set_cert_name(cert);
         map->set_label(p11Label);
     });
+    if (status != wire::OK) return status;
+    // What a listing fetched of the target and certificate no longer names their map.
+    ForgetListed(session.get(), key);
+    ForgetListed(session.get(), cert);
+    return wire::OK;
+}
+
+uint32_t ReadPkcs11MapDetails(Session &session, const std::string &name, QPkcs11MapDetails *out) {
+    pb::Pkcs11MapDetails details;
+    uint32_t status = session.Call(
+        [&](pb::Request &request) { request.mutable_pkcs11_map_details_read()->set_name(name); },
+        [&](const pb::Response &response) {
+            details = response.pkcs11_map_details();
+            return static_cast<uint32_t>(wire::OK);
+        });
+    if (status != wire::OK) return status;
+    QPkcs11MapDetails result{};
+    CopyField(result.info.target, details.target());
+    CopyField(result.info.label, details.label());
+    CopyField(result.associate, details.associate());
+    result.objectClass = details.object_class();
+    CopyField(result.application, details.application());
+    const std::string &id = details.id();
+    result.idLength = static_cast<uint32_t>(std::min(id.size(), sizeof result.id));
+    std::memcpy(result.id, id.data(), result.idLength);
+    result.trusted = details.trusted() ? 1 : 0;
+    result.wrapWithTrusted = details.wrap_with_trusted() ? 1 : 0;
+    result.local = details.local() ? 1 : 0;
+    result.certificateCategory = details.certificate_category();
+    result.javaMidpSecurityDomain = details.java_midp_security_domain();
+    result.keyGenMechanism = details.key_gen_mechanism();
+    *out = result;
+    return wire::OK;
 }
 
 uint32_t GetPkcs11Map(QSessionHandle handle, const char *mapName, uint32_t level, uint32_t reserved,
@@ -129,8 +162,13 @@ uint32_t GetPkcs11Map(QSessionHandle handle, const char *mapName, uint32_t level
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
     std::string name;
-    if (out == nullptr || level != 1 || reserved != 0) return wire::ERR_INVALID_PARAMETER;
+    if (out == nullptr || reserved != 0 ||
+        (level != Q_PKCS11_MAP_LEVEL_BASIC && level != Q_PKCS11_MAP_LEVEL_FULL))
+        return wire::ERR_INVALID_PARAMETER;
     if ((status = ObjectName(mapName, &name)) != wire::OK) return status;
+    // The full record is the basic one's container: a caller asking for it passes &.info.
+    if (level == Q_PKCS11_MAP_LEVEL_FULL)
+        return ReadPkcs11MapDetails(*session, name, reinterpret_cast<QPkcs11MapDetails *>(out));
     pb::ObjectInfo info;
     if ((status = OpenObject(*session, name, Q_KEY_OPEN_DEFAULT, &info)) != wire::OK) return status;
     if (info.kind() != kObjectKindPkcs11Map) return wire::ERR_WRONG_OBJECT_TYPE;

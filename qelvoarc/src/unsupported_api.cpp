@@ -12,12 +12,6 @@ uint32_t QOATHPskcTranslate(const uint8_t *, uint32_t, const uint8_t *, uint32_t
                             QPskcTokenCallback, void *, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
-uint32_t QExportKey(QKeyHandle, QKeyHandle, uint32_t, uint8_t **, uint32_t *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QSetKeyParam(QKeyHandle, uint32_t, const void *, uint32_t, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
 uint32_t QPKCS8ExportKey(QKeyHandle, const char *, uint8_t **, uint32_t *, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
