@@ -1,0 +1,161 @@
+// PKCS#11 maps and map objects through the library: the attributes a map derives from its
+// target, the map a key or certificate belongs to, and the slots of a map object.
+
+#include "keys_fixture.h"
+#include "keys_test_certificate.h"
+
+namespace {
+
+class Pkcs11MapsTest : public KeysTest {
+  protected:
+    void Generate(const std::string &name, uint32_t algorithm) {
+        QKeyHandle key = 0;
+        ASSERT_EQ(QGenerateKey(session_, name.c_str(), algorithm, 0, &key), Q_OK) << name;
+        QDestroyKey(key, 0);
+    }
+
+    void ImportCertificate(const char *name) {
+        QKeyHandle cert = 0;
+        ASSERT_EQ(QImportKey(session_, name, 0, Q_BLOB_X509_CERT, Q_ALG_OBJ_X509_CERT, 0,
+                             cert_.der.data(), static_cast<uint32_t>(cert_.der.size()), &cert),
+                  Q_OK);
+        QDestroyKey(cert, 0);
+    }
+
+    // The full details of a new map `map` of `target`, read back.
+    QPkcs11MapDetails Details(const std::string &map, const std::string &target,
+                              const char *cert = nullptr) {
+        QPkcs11MapDetails details{};
+        EXPECT_EQ(QGeneratePkcs11Map(session_, map.c_str(), target.c_str(), cert, "label", 0),
+                  Q_OK);
+        EXPECT_EQ(QGetPkcs11Map(session_, map.c_str(), Q_PKCS11_MAP_LEVEL_FULL, 0, &details.info),
+                  Q_OK);
+        return details;
+    }
+
+    const TestCertificate cert_ = MakeTestCertificate("mapped");
+};
+
+TEST_F(Pkcs11MapsTest, DetailsDeriveFromTheTarget) {
+    const uint32_t kSecret = Q_CKO_SECRET_KEY, kPrivate = Q_CKO_PRIVATE_KEY;
+    const struct {
+        uint32_t algorithm, mechanism, objectClass;
+    } generated[] = {
+        {Q_ALG_DES, 0x120, kSecret},       {Q_ALG_3DES_112, 0x130, kSecret},
+        {Q_ALG_3DES_168, 0x131, kSecret},  {Q_ALG_AES_128, 0x1080, kSecret},
+        {Q_ALG_ARC4, 0x110, kSecret},      {Q_ALG_ARC5, 0x330, kSecret},
+        {Q_ALG_DESX, 0x350, kSecret},      {Q_ALG_HMAC_SHA256, 0x350, kSecret},
+        {Q_ALG_RSA_512, 0x0, kPrivate},    {30 /* P-256 */, 0x1040, kPrivate},
+        {Q_ALG_ED25519, 0x1055, kPrivate}, {Q_ALG_X25519, 0x1056, kPrivate},
+    };
+    for (const auto &expected : generated) {
+        std::string name = "k" + std::to_string(expected.algorithm);
+        Generate(name, expected.algorithm);
+        QPkcs11MapDetails details = Details("map-" + name, name);
+        EXPECT_EQ(details.keyGenMechanism, expected.mechanism) << name;
+        EXPECT_EQ(details.objectClass, expected.objectClass) << name;
+        EXPECT_EQ(details.idLength, expected.objectClass == kSecret ? 0u : 20u) << name;
+        EXPECT_EQ(details.local, 1) << name;
+    }
+
+    QKeyHandle key = 0;
+    ASSERT_EQ(QImportKey(session_, "imported", 0, Q_BLOB_CLEAR_SYMMETRIC, Q_ALG_DES, 0,
+                         reinterpret_cast<const uint8_t *>("8 bytes!"), 8, &key),
+              Q_OK);
+    QPkcs11MapDetails imported = Details("map-imported", "imported");
+    EXPECT_EQ(imported.local, 0);
+    EXPECT_EQ(imported.keyGenMechanism, Q_CK_UNAVAILABLE);
+
+    ImportCertificate("cert");
+    QPkcs11MapDetails cert = Details("map-cert", "cert");
+    EXPECT_EQ(cert.objectClass, Q_CKO_CERTIFICATE);
+    EXPECT_EQ(std::vector<uint8_t>(cert.id, cert.id + cert.idLength), cert_.keyId);
+    EXPECT_EQ(cert.local, 0);
+    EXPECT_EQ(cert.keyGenMechanism, Q_CK_UNAVAILABLE);
+
+    QPkcs11MapDetails tied = Details("tied", "k30", "cert");
+    EXPECT_STREQ(tied.info.target, "k30");
+    EXPECT_STREQ(tied.info.label, "label");
+    EXPECT_STREQ(tied.associate, "cert");
+    EXPECT_STREQ(tied.application, "");
+    EXPECT_EQ(tied.trusted + tied.wrapWithTrusted + tied.certificateCategory +
+                  tied.javaMidpSecurityDomain,
+              0u);
+    QPkcs11MapInfo basic{};
+    ASSERT_EQ(QGetPkcs11Map(session_, "tied", Q_PKCS11_MAP_LEVEL_BASIC, 0, &basic), Q_OK);
+    EXPECT_STREQ(basic.target, "k30");
+    EXPECT_EQ(QGetPkcs11Map(session_, "tied", 3, 0, &basic), Q_ERR_INVALID_PARAMETER);
+}
+
+TEST_F(Pkcs11MapsTest, MapsNeedTheirObjects) {
+    Generate("key", Q_ALG_AES_128);
+    ImportCertificate("cert");
+    EXPECT_EQ(QGeneratePkcs11Map(session_, "p", "key", "missing", "l", 0), Q_ERR_NOT_FOUND);
+    EXPECT_EQ(QGeneratePkcs11Map(session_, "p", "key", "key", "l", 0), Q_ERR_WRONG_OBJECT_TYPE);
+    ASSERT_EQ(QGenerateMapObj(session_, "slots", "key", 0, "key", 0), Q_OK);
+    EXPECT_EQ(QGeneratePkcs11Map(session_, "p", "slots", nullptr, "l", 0), Q_ERR_WRONG_OBJECT_TYPE);
+    QPkcs11MapDetails details{};
+    EXPECT_EQ(QGetPkcs11Map(session_, "slots", Q_PKCS11_MAP_LEVEL_FULL, 0, &details.info),
+              Q_ERR_WRONG_OBJECT_TYPE);
+    ASSERT_EQ(QGeneratePkcs11Map(session_, "p", "key", "cert", "l", 0), Q_OK);
+    ASSERT_EQ(QRemoveObj(session_, "key"), Q_OK);
+    EXPECT_EQ(QGetPkcs11Map(session_, "p", Q_PKCS11_MAP_LEVEL_FULL, 0, &details.info),
+              Q_ERR_NOT_FOUND)
+        << "the target is gone";
+}
+
+// Parameters 20 and 12 of every object, read as a console listing does (from the callback),
+// or the parameter's failing status.
+uint32_t CollectMapAndBlocked(const char *name, void *context, int isFinal) {
+    auto *state = static_cast<std::pair<QSessionHandle, std::vector<std::string>> *>(context);
+    QKeyHandle key = 0;
+    if (isFinal || QGetUserKey(state->first, name, 0, &key) != Q_OK) return 0;
+    char map[50] = {};
+    uint32_t blocked = 0, mapLength = sizeof map, blockedLength = sizeof blocked;
+    uint32_t status = QGetKeyParam(key, Q_KEY_PARAM_PKCS11_MAP, map, &mapLength, 0);
+    QGetKeyParam(key, Q_KEY_PARAM_BLOCKED, &blocked, &blockedLength, 0);
+    QDestroyKey(key, 0);
+    state->second.push_back(std::string(name) + "=" + (status == Q_OK ? map : "n/a") +
+                            (blocked ? " blocked" : ""));
+    return 0;
+}
+
+TEST_F(Pkcs11MapsTest, ObjectsNameTheirMapAndMapObjectsTheirSlots) {
+    Generate("key", Q_ALG_AES_128);
+    Generate("lone", Q_ALG_DES);
+    ImportCertificate("cert");
+    ASSERT_EQ(QGeneratePkcs11Map(session_, "p-b", "key", nullptr, "l", 0), Q_OK);
+    ASSERT_EQ(QGeneratePkcs11Map(session_, "p-a", "key", "cert", "l", 0), Q_OK);
+    ASSERT_EQ(QGenerateMapObj(session_, "slots", "key", 0, "lone", 0), Q_OK);
+    QKeyHandle lone = 0, map = 0;
+    ASSERT_EQ(QGetUserKey(session_, "lone", 0, &lone), Q_OK);
+    uint32_t one = 1;
+    ASSERT_EQ(QSetKeyParam(lone, Q_KEY_PARAM_BLOCKED, &one, 4, 0), Q_OK);
+    std::pair<QSessionHandle, std::vector<std::string>> listing{session_, {}};
+    ASSERT_EQ(QListObjs(session_, CollectMapAndBlocked, &listing), Q_OK);
+    EXPECT_EQ(listing.second, (std::vector<std::string>{"cert=p-a", "key=p-a", "lone= blocked",
+                                                        "p-a=n/a", "p-b=n/a", "slots=n/a"}))
+        << "a key or certificate names its first map by name";
+    ASSERT_EQ(QRemoveObj(session_, "p-a"), Q_OK);
+    listing.second.clear();
+    ASSERT_EQ(QListObjs(session_, CollectMapAndBlocked, &listing), Q_OK);
+    EXPECT_EQ(listing.second[0], "cert=");
+    EXPECT_EQ(listing.second[1], "key=p-b");
+
+    ASSERT_EQ(QGetUserKey(session_, "slots", 0, &map), Q_OK);
+    QMapSlots slots{};
+    uint32_t length = sizeof slots - 1;
+    EXPECT_EQ(QGetKeyParam(map, Q_KEY_PARAM_MAP_SLOTS, &slots, &length, 0), Q_ERR_BUFFER_TOO_SMALL);
+    ASSERT_EQ(QGetKeyParam(map, Q_KEY_PARAM_MAP_SLOTS, &slots, &length, 0), Q_OK);
+    EXPECT_STREQ(slots.slot1Name, "key");
+    EXPECT_STREQ(slots.slot2Name, "lone");
+    EXPECT_EQ(slots.slot1Type + slots.slot2Type, 0u);
+    EXPECT_EQ(QGetKeyParam(lone, Q_KEY_PARAM_MAP_SLOTS, &slots, &length, 0),
+              Q_ERR_WRONG_OBJECT_TYPE);
+    char name[10] = {};
+    length = sizeof name;
+    EXPECT_EQ(QGetKeyParam(lone, Q_KEY_PARAM_PKCS11_MAP, name, &length, 0), Q_ERR_BUFFER_TOO_SMALL);
+    EXPECT_EQ(length, 50u);
+}
+
+}  // namespace
