@@ -68,9 +68,6 @@ uint32_t QGeneratePKCS10CSR(QSessionHandle, const char *, const char *, uint32_t
                             uint32_t *, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
-uint32_t QCert2CertInfo(const uint8_t *, uint32_t, uint32_t, void *, uint32_t *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
 uint32_t QGetObjMetadataTypeInfoList(QTypeInfo **, uint32_t *, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }

@@ -1,5 +1,5 @@
-// Certificate objects through the library: import in DER and PEM, description, export, and
-// what the HSM refuses.
+// Certificate objects through the library: import in DER and PEM, description, export, the
+// fields read locally, and what the HSM refuses.
 
 #include "keys_fixture.h"
 #include "keys_test_certificate.h"
@@ -52,6 +52,29 @@ TEST_F(CertificatesTest, ImportedCertificateIsAnObjectOfItsOwn) {
     uint32_t blocked = 1;
     EXPECT_EQ(QSetKeyParam(cert, Q_KEY_PARAM_BLOCKED, &blocked, 4, 0), Q_ERR_WRONG_OBJECT_TYPE);
     EXPECT_EQ(QDestroyKey(cert, 0), Q_OK);
+
+    // The fields the console shows, read locally from the exported DER.
+    const std::string exported = Export(session_, "cert-der", Q_BLOB_X509_CERT);
+    const auto *bytes = reinterpret_cast<const uint8_t *>(exported.data());
+    const auto size = static_cast<uint32_t>(exported.size());
+    char text[64] = {};
+    uint32_t length = 5;
+    EXPECT_EQ(QCert2CertInfo(bytes, size, Q_CERT_INFO_SUBJECT, text, &length, 0),
+              Q_ERR_BUFFER_TOO_SMALL);
+    ASSERT_EQ(length, sizeof "/CN=orvena test");
+    ASSERT_EQ(QCert2CertInfo(bytes, size, Q_CERT_INFO_ISSUER, text, &length, 0), Q_OK);
+    EXPECT_STREQ(text, "/CN=orvena test");
+    length = sizeof text;
+    ASSERT_EQ(QCert2CertInfo(bytes, size, Q_CERT_INFO_SERIAL, text, &length, 0), Q_OK);
+    EXPECT_STREQ(text, "1234");
+    uint64_t notBefore = 0, notAfter = 0;
+    length = 8;
+    ASSERT_EQ(QCert2CertInfo(bytes, size, Q_CERT_INFO_NOT_BEFORE, &notBefore, &length, 0), Q_OK);
+    ASSERT_EQ(QCert2CertInfo(bytes, size, Q_CERT_INFO_NOT_AFTER, &notAfter, &length, 0), Q_OK);
+    EXPECT_EQ(notAfter - notBefore, 24u * 3600);
+    EXPECT_EQ(QCert2CertInfo(bytes, size, 6, text, &length, 0), Q_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(QCert2CertInfo(bytes, 10, Q_CERT_INFO_SERIAL, text, &length, 0),
+              Q_ERR_BAD_CERTIFICATE);
 
     EXPECT_EQ(QRemoveObj(session_, "cert-pem"), Q_OK);
     EXPECT_EQ(List(session_), std::vector<std::string>{"cert-der"});
