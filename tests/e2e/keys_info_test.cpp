@@ -4,7 +4,6 @@
 #include <openssl/evp.h>
 #include <openssl/x509.h>
 
-#include <cctype>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -199,12 +198,9 @@ TEST(KeysInfo, CertificateShowsItsNamesSerialAndValidity) {
 
     const std::string screen = console.KeyInformation("c-cert");
     EXPECT_EQ(ValueOf(screen, "Type : "), "x509-cert");
-    EXPECT_NE(ValueOf(screen, "Subject : ").find("CN=Info Cert"), std::string::npos) << screen;
-    EXPECT_NE(ValueOf(screen, "Issuer : ").find("O=Tarsel Tests"), std::string::npos) << screen;
-    std::string serial = ValueOf(screen, "Serial number : ");
-    for (char &c : serial)
-        c = static_cast<char>(toupper(static_cast<unsigned char>(c)));
-    EXPECT_EQ(serial, "1A2B3C4D5E6F") << screen;
+    EXPECT_EQ(ValueOf(screen, "Subject : "), "/O=Tarsel Tests/CN=Info Cert");
+    EXPECT_EQ(ValueOf(screen, "Issuer : "), "/O=Tarsel Tests/CN=Info Cert");
+    EXPECT_EQ(ValueOf(screen, "Serial number : "), "1A2B3C4D5E6F");
     EXPECT_NE(screen.find(InfoLine("Not before : ", "2024-Jan-02 03:04:05 UTC +0000") +
                           InfoLine("Not after : ", "2051-Jun-30 23:59:59 UTC +0000") + "\n"),
               std::string::npos)
