@@ -2,9 +2,10 @@
 
 #include <openssl/bn.h>
 #include <openssl/core_names.h>
+#include <openssl/encoder.h>
 #include <openssl/evp.h>
 #include <openssl/rand.h>
-#include <openssl/x509.h>
+#include <openssl/rsa.h>
 
 #include <bit>
 #include <memory>
@@ -67,6 +68,20 @@ std::string PublicExponent(EVP_PKEY *key) {
     return bytes;
 }
 
+// The key as PKCS#8 PrivateKeyInfo DER, encoded once by the key's provider (EVP_PKEY2PKCS8
+// would encode it, parse that and encode it again).
+bool PrivateKeyInfo(const EVP_PKEY *key, SecretBytes *der) {
+    std::unique_ptr<OSSL_ENCODER_CTX, decltype(&OSSL_ENCODER_CTX_free)> encoder(
+        OSSL_ENCODER_CTX_new_for_pkey(key, EVP_PKEY_KEYPAIR, "DER", "PrivateKeyInfo", nullptr),
+        &OSSL_ENCODER_CTX_free);
+    unsigned char *data = nullptr;
+    size_t length = 0;
+    if (!encoder || OSSL_ENCODER_to_data(encoder.get(), &data, &length) != 1) return false;
+    *der = SecretBytes(std::string(reinterpret_cast<char *>(data), length));
+    OPENSSL_clear_free(data, length);
+    return true;
+}
+
 Result AsymmetricKey(const KeyAlgorithm &algorithm, uint32_t attributes, KeyMaterial *out) {
     PkeyCtx ctx = NewContext(algorithm);
     if (!ctx) return Result::kInternal;
@@ -78,15 +93,7 @@ Result AsymmetricKey(const KeyAlgorithm &algorithm, uint32_t attributes, KeyMate
     EVP_PKEY *raw = nullptr;
     if (EVP_PKEY_keygen(ctx.get(), &raw) != 1) return Result::kInternal;
     Pkey key(raw, &EVP_PKEY_free);
-    PKCS8_PRIV_KEY_INFO *info = EVP_PKEY2PKCS8(key.get());
-    if (info == nullptr) return Result::kInternal;
-    unsigned char *der = nullptr;
-    int length = i2d_PKCS8_PRIV_KEY_INFO(info, &der);
-    PKCS8_PRIV_KEY_INFO_free(info);
-    if (length <= 0) return Result::kInternal;
-    out->secret =
-        SecretBytes(std::string(reinterpret_cast<char *>(der), static_cast<size_t>(length)));
-    OPENSSL_clear_free(der, static_cast<size_t>(length));
+    if (!PrivateKeyInfo(key.get(), &out->secret)) return Result::kInternal;
     if (algorithm.keyClass == KeyClass::kRsa) out->publicExponent = PublicExponent(key.get());
     return Result::kOk;
 }
