@@ -52,9 +52,10 @@ TEST_F(Pkcs11MapsTest, DetailsDeriveFromTheTarget) {
         std::string name = "k" + std::to_string(expected.algorithm);
         Generate(name, expected.algorithm);
         QPkcs11MapDetails details = Details("map-" + name, name);
-        EXPECT_EQ(details.keyGenMechanism, expected.mechanism) << name;
-        EXPECT_EQ(details.objectClass, expected.objectClass) << name;
-        EXPECT_EQ(details.idLength, expected.objectClass == kSecret ? 0u : 20u) << name;
+        // Copies of the fields: the record is packed.
+        EXPECT_EQ(uint32_t{details.keyGenMechanism}, expected.mechanism) << name;
+        EXPECT_EQ(uint32_t{details.objectClass}, expected.objectClass) << name;
+        EXPECT_EQ(uint32_t{details.idLength}, expected.objectClass == kSecret ? 0u : 20u) << name;
         EXPECT_EQ(details.local, 1) << name;
     }
 
@@ -64,14 +65,14 @@ TEST_F(Pkcs11MapsTest, DetailsDeriveFromTheTarget) {
               Q_OK);
     QPkcs11MapDetails imported = Details("map-imported", "imported");
     EXPECT_EQ(imported.local, 0);
-    EXPECT_EQ(imported.keyGenMechanism, Q_CK_UNAVAILABLE);
+    EXPECT_EQ(uint32_t{imported.keyGenMechanism}, Q_CK_UNAVAILABLE);
 
     ImportCertificate("cert");
     QPkcs11MapDetails cert = Details("map-cert", "cert");
-    EXPECT_EQ(cert.objectClass, Q_CKO_CERTIFICATE);
+    EXPECT_EQ(uint32_t{cert.objectClass}, Q_CKO_CERTIFICATE);
     EXPECT_EQ(std::vector<uint8_t>(cert.id, cert.id + cert.idLength), cert_.keyId);
     EXPECT_EQ(cert.local, 0);
-    EXPECT_EQ(cert.keyGenMechanism, Q_CK_UNAVAILABLE);
+    EXPECT_EQ(uint32_t{cert.keyGenMechanism}, Q_CK_UNAVAILABLE);
 
     QPkcs11MapDetails tied = Details("tied", "k30", "cert");
     EXPECT_STREQ(tied.info.target, "k30");
