@@ -620,7 +620,9 @@ QELVOARC_STATIC_ASSERT(sizeof(QMapSlots) == 108, "map slots");
 QELVOARC_API uint32_t QGenerateKey(QSessionHandle session, const char *name, uint32_t algorithm,
                                    uint32_t flags, QKeyHandle *key);
 /* Imports a key. kek: the key-encryption key, or 0 for clear blobs. blobType: Q_BLOB_*.
- * blob: the key material (wiped from library copies). key [out]: QDestroyKey. */
+ * blob: the key material (wiped from library copies). key [out]: QDestroyKey.
+ * Q_BLOB_X509_CERT: algorithm Q_ALG_OBJ_X509_CERT, attributes 0; anything but one whole
+ * certificate gives Q_ERR_BAD_CERTIFICATE. */
 QELVOARC_API uint32_t QImportKey(QSessionHandle session, const char *name, QKeyHandle kek,
                                  uint32_t blobType, uint32_t algorithm, uint32_t attributes,
                                  const uint8_t *blob, uint32_t blobLength, QKeyHandle *key);
@@ -640,7 +642,8 @@ QELVOARC_API uint32_t QGetKeyParam(QKeyHandle key, uint32_t param, void *buffer,
                                    uint32_t flags);
 /* Changes a key parameter. Only Q_KEY_PARAM_BLOCKED (uint32_t 0 or 1) can change; any other
  * parameter gives Q_ERR_INVALID_PARAMETER. A blocked key keeps its attributes and check
- * values readable but cannot be exported or used. */
+ * values readable but cannot be exported or used. A length other than 4:
+ * Q_ERR_INVALID_LENGTH; an object that is not a key: Q_ERR_WRONG_OBJECT_TYPE. */
 QELVOARC_API uint32_t QSetKeyParam(QKeyHandle key, uint32_t param, const void *data,
                                    uint32_t length, uint32_t flags);
 /* Removes an object by name from the session's partition. */
@@ -876,7 +879,8 @@ QELVOARC_STATIC_ASSERT(sizeof(QPkcs11MapDetails) == 554, "PKCS#11 map details");
 QELVOARC_API uint32_t QGeneratePkcs11Map(QSessionHandle session, const char *mapName,
                                          const char *keyName, const char *certName,
                                          const char *label, uint32_t flags);
-/* Reads a PKCS#11 map. level: Q_PKCS11_MAP_LEVEL_*. reserved: 0. info [out]. */
+/* Reads a PKCS#11 map. level: Q_PKCS11_MAP_LEVEL_*. reserved: 0. info [out]. The full level
+ * reads the target on the HSM: Q_ERR_NOT_FOUND once the target is gone. */
 QELVOARC_API uint32_t QGetPkcs11Map(QSessionHandle session, const char *mapName, uint32_t level,
                                     uint32_t reserved, QPkcs11MapInfo *info);
 /* Enumerates the names of the partition's PKCS#11 maps, as QListObjs. */
