@@ -722,8 +722,10 @@ QELVOARC_API uint32_t QByokExport(QSessionHandle session, const char *keyName, c
 #define Q_HASH_PARAM_VALUE 2u /* get: the digest; finishes the hash */
 #define Q_HASH_PARAM_SIZE 4u  /* get: uint32_t digest size */
 
-/* Starts a hash on the HSM. key: a key handle for keyed hashes, or 0. hash [out]:
- * QDestroyHash. */
+/* Starts a hash on the HSM. key: for an HMAC algorithm, a handle of this session on an
+ * unblocked key of that same algorithm (else Q_ERR_WRONG_OBJECT_TYPE, Q_ERR_KEY_BLOCKED),
+ * whose material never leaves the HSM; or 0, and the key bytes follow with
+ * QSetHashParam(Q_HASH_PARAM_KEY). hash [out]: QDestroyHash. */
 QELVOARC_API uint32_t QCreateHash(QSessionHandle session, uint32_t algorithm, QKeyHandle key,
                                   uint32_t flags, QHashHandle *hash);
 /* Adds data to a hash. */

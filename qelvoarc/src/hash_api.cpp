@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "abi_guard.h"
+#include "key_objects.h"
 #include "library_state.h"
 #include "qelvoarc.h"
 
@@ -53,15 +54,23 @@ uint32_t CreateHash(QSessionHandle handle, uint32_t algorithm, QKeyHandle key, u
     if (out == nullptr) return wire::ERR_INVALID_PARAMETER;
     const uint32_t digestSize = DigestSize(algorithm);
     if (digestSize == 0) return wire::ERR_BAD_ALGORITHM;
-    // No key handle can be live until keys are served; a keyed hash takes its key through
-    // Q_HASH_PARAM_KEY instead.
-    if (key != 0) return wire::ERR_INVALID_HANDLE;
+    std::shared_ptr<KeyObject> keyObject;
+    if (key != 0) {
+        keyObject = FindKey(key, &status);
+        if (keyObject == nullptr) return status;
+        // The HSM keeps the key in the session that opened it.
+        if (keyObject->session != session) return wire::ERR_INVALID_HANDLE;
+    }
     uint64_t remoteId = 0;
     status = session->Call(
         [&](pb::Request &request) {
             pb::HashCreate *create = request.mutable_hash_create();
             create->set_algorithm(algorithm);
             create->set_flags(flags);
+            if (keyObject != nullptr) {
+                create->set_key_name(keyObject->info.name());
+                create->set_key_object_id(keyObject->info.object_id());
+            }
         },
         [&](const pb::Response &response) {
             remoteId = response.value();

@@ -2,6 +2,8 @@
 
 #include <openssl/rand.h>
 
+#include "service/object_info.h"
+
 namespace sim {
 
 namespace {
@@ -13,6 +15,23 @@ constexpr uint32_t kHashParamSize = 4;
 HashContext *FindHash(ConnectionState &conn, uint64_t id) {
     auto it = conn.session->hashes.find(id);
     return it == conn.session->hashes.end() ? nullptr : it->second.get();
+}
+
+// Keys a new HMAC context with a stored key of the caller's partition; the clear material
+// stays in this process and is wiped when it goes.
+Result KeyFromStore(HsmContext &hsm, const ConnectionState &conn,
+                    const wire::pb::HashCreate &request, HashContext *context) {
+    StoredObject key;
+    if (Result r = FindHandleObject(hsm.keys, conn.session->user, request.key_name(),
+                                    request.key_object_id(), true, &key);
+        r != Result::kOk)
+        return r;
+    if (key.kind != ObjectKind::kKey || key.algorithm != request.algorithm() || !context->keyed())
+        return Result::kWrongObjectType;
+    if (key.blocked) return Result::kKeyBlocked;
+    SecretBytes material;
+    if (Result r = UnsealMaterial(hsm.masterKey, key, &material); r != Result::kOk) return r;
+    return context->SetKey(material.view());
 }
 
 }  // namespace
@@ -34,8 +53,9 @@ Result HandleHashCreate(HsmContext &hsm, ConnectionState &conn, const wire::pb::
     if (conn.session->hashes.size() >= kMaxHashesPerSession) return Result::kNoMemory;
     std::unique_ptr<HashContext> context;
     if (Result r = HashContext::Create(request.algorithm(), &context); r != Result::kOk) return r;
-    // Keys are not stored on this HSM yet, so no name can refer to one.
-    if (!request.key_name().empty()) return Result::kNotFound;
+    if (!request.key_name().empty()) {
+        if (Result r = KeyFromStore(hsm, conn, request, context.get()); r != Result::kOk) return r;
+    }
     uint64_t id = hsm.sessions.NextHashId();
     conn.session->hashes.emplace(id, std::move(context));
     response->set_value(id);
