@@ -30,20 +30,37 @@ Database::Database(const std::string &path) {
 }
 
 Database::~Database() {
+    for (auto &[sql, stmt] : idle_)
+        sqlite3_finalize(stmt);
     sqlite3_close(db_);
+}
+
+sqlite3_stmt *Database::Acquire(const char *sql) {
+    if (auto it = idle_.find(sql); it != idle_.end()) {
+        sqlite3_stmt *stmt = it->second;
+        idle_.erase(it);
+        return stmt;
+    }
+    sqlite3_stmt *stmt = nullptr;
+    if (sqlite3_prepare_v3(db_, sql, -1, SQLITE_PREPARE_PERSISTENT, &stmt, nullptr) != SQLITE_OK)
+        Fail(db_, "prepare");
+    return stmt;
+}
+
+void Database::Release(sqlite3_stmt *stmt) {
+    sqlite3_reset(stmt);
+    sqlite3_clear_bindings(stmt);
+    if (!idle_.try_emplace(sqlite3_sql(stmt), stmt).second) sqlite3_finalize(stmt);
 }
 
 void Database::Execute(const char *sql) {
     if (sqlite3_exec(db_, sql, nullptr, nullptr, nullptr) != SQLITE_OK) Fail(db_, sql);
 }
 
-Statement::Statement(Database &db, const char *sql) : db_(db) {
-    if (sqlite3_prepare_v2(db.handle(), sql, -1, &stmt_, nullptr) != SQLITE_OK)
-        Fail(db.handle(), "prepare");
-}
+Statement::Statement(Database &db, const char *sql) : db_(db), stmt_(db.Acquire(sql)) {}
 
 Statement::~Statement() {
-    sqlite3_finalize(stmt_);
+    db_.Release(stmt_);
 }
 
 Statement &Statement::Bind(int index, int64_t value) {

@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 namespace sim {
 
@@ -29,11 +30,18 @@ class Database {
     void Execute(const char *sql);
     sqlite3 *handle() const { return db_; }
 
+    // Statements are compiled once per text and kept: compiling costs more than running the
+    // short queries of a request. Acquire hands out the idle one (or a new one when it is in
+    // use, e.g. nested); Release resets it and keeps one per text.
+    sqlite3_stmt *Acquire(const char *sql);
+    void Release(sqlite3_stmt *stmt);
+
   private:
     sqlite3 *db_ = nullptr;
+    std::unordered_map<std::string, sqlite3_stmt *> idle_;
 };
 
-// A prepared statement; parameters are bound by 1-based index.
+// A prepared statement borrowed from its database; parameters are bound by 1-based index.
 class Statement {
   public:
     Statement(Database &db, const char *sql);
