@@ -47,28 +47,39 @@ std::string Hotp(const std::string &seedHex, uint64_t counter) {
     return otp;
 }
 
-void WriteClientKeyAndCertificate(const std::string &keyPath, const std::string &certPath) {
-    std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> key(EVP_EC_gen("P-256"), EVP_PKEY_free);
-    ASSERT_NE(key, nullptr);
-    std::unique_ptr<X509, decltype(&X509_free)> cert(X509_new(), X509_free);
-    X509_set_version(cert.get(), 2);
-    ASN1_INTEGER_set(X509_get_serialNumber(cert.get()), 1);
-    X509_gmtime_adj(X509_getm_notBefore(cert.get()), -60);
-    X509_gmtime_adj(X509_getm_notAfter(cert.get()), 3600);
-    X509_NAME *name = X509_get_subject_name(cert.get());
-    X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC,
-                               reinterpret_cast<const unsigned char *>("tarsel e2e"), -1, -1, 0);
-    X509_set_issuer_name(cert.get(), name);
-    X509_set_pubkey(cert.get(), key.get());
-    ASSERT_GT(X509_sign(cert.get(), key.get(), EVP_sha256()), 0);
+TestCertificate SelfSigned(const char *commonName, uint64_t serial, const char *notBefore,
+                           const char *notAfter) {
+    TestCertificate made;
+    made.key.reset(EVP_EC_gen("P-256"));
+    made.cert.reset(X509_new());
+    X509 *cert = made.cert.get();
+    if (!made.key || !cert) return {};
+    X509_set_version(cert, 2);
+    ASN1_INTEGER_set_uint64(X509_get_serialNumber(cert), serial);
+    ASN1_TIME_set_string_X509(X509_getm_notBefore(cert), notBefore);
+    ASN1_TIME_set_string_X509(X509_getm_notAfter(cert), notAfter);
+    X509_NAME *name = X509_get_subject_name(cert);
+    for (const auto &[field, value] : {std::pair{"O", "Tarsel Tests"}, std::pair{"CN", commonName}})
+        X509_NAME_add_entry_by_txt(name, field, MBSTRING_ASC,
+                                   reinterpret_cast<const unsigned char *>(value), -1, -1, 0);
+    X509_set_issuer_name(cert, name);
+    X509_set_pubkey(cert, made.key.get());
+    if (X509_sign(cert, made.key.get(), EVP_sha256()) == 0) return {};
+    return made;
+}
 
+void WriteClientKeyAndCertificate(const std::string &keyPath, const std::string &certPath) {
+    const TestCertificate made = SelfSigned("tarsel e2e", 1, "20200101000000Z", "20991231235959Z");
+    ASSERT_NE(made.cert, nullptr);
+    EVP_PKEY *key = made.key.get();
+    X509 *cert = made.cert.get();
     FILE *keyFile = fopen(keyPath.c_str(), "w");
     ASSERT_NE(keyFile, nullptr);
-    PEM_write_PrivateKey(keyFile, key.get(), nullptr, nullptr, 0, nullptr, nullptr);
+    PEM_write_PrivateKey(keyFile, key, nullptr, nullptr, 0, nullptr, nullptr);
     fclose(keyFile);
     FILE *certFile = fopen(certPath.c_str(), "w");
     ASSERT_NE(certFile, nullptr);
-    PEM_write_X509(certFile, cert.get());
+    PEM_write_X509(certFile, cert);
     fclose(certFile);
 }
 
@@ -77,4 +88,20 @@ bool EnterPasswordAndReachMainMenu(PtyDriver &console, const std::string &passwo
     console.SendSecret(password + "\n");
     return console.Expect("Connecting...") && console.Expect("Main Menu") &&
            console.Expect("Option : ");
+}
+
+void ExpectLoginRefused(const SimProcess &sim, const std::string &user,
+                        const std::string &password) {
+    PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, user));
+    AnswerSecret(console, "HSM User Password :", password + "\n");
+    console.Expect("\nError opening session. ");
+    EXPECT_NE(console.WaitExit(), 0);
+}
+
+void LogInAndExit(const SimProcess &sim, const std::string &user, const std::string &password) {
+    PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, user));
+    ASSERT_TRUE(EnterPasswordAndReachMainMenu(console, password));
+    EXPECT_NE(console.Output().find("ID " + user + "\n"), std::string::npos);
+    console.Send("0\n");
+    EXPECT_EQ(console.WaitExit(), 0);
 }

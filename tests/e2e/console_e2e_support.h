@@ -6,6 +6,11 @@
 #include <string>
 #include <vector>
 
+#include <openssl/evp.h>
+#include <openssl/x509.h>
+
+#include <memory>
+
 #include "pty_driver.h"
 #include "sim_process.h"
 
@@ -38,8 +43,35 @@ std::string ReadFileBytes(const std::string &path);
 // The six-digit HOTP of the hexadecimal seed at `counter`.
 std::string Hotp(const std::string &seedHex, uint64_t counter);
 
+struct TestCertificate {
+    std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> key{nullptr, EVP_PKEY_free};
+    std::unique_ptr<X509, decltype(&X509_free)> cert{nullptr, X509_free};
+};
+
+// A self-signed P-256 certificate "O=Tarsel Tests, CN=<commonName>" valid between two
+// times written YYYYMMDDhhmmssZ; null members when it could not be made.
+TestCertificate SelfSigned(const char *commonName, uint64_t serial, const char *notBefore,
+                           const char *notAfter);
+
 // Writes an unencrypted P-256 key and a self-signed certificate for it, both PEM.
 void WriteClientKeyAndCertificate(const std::string &keyPath, const std::string &certPath);
+
+inline void Answer(PtyDriver &console, const std::string &prompt, const std::string &reply) {
+    console.Expect(prompt);
+    console.Send(reply);
+}
+
+inline void AnswerSecret(PtyDriver &console, const std::string &prompt, const std::string &reply) {
+    console.Expect(prompt);
+    console.SendSecret(reply);
+}
+
+// Logs in as `user` with a password only, then leaves from the main menu with status 0.
+void LogInAndExit(const SimProcess &sim, const std::string &user, const std::string &password);
+
+// Logs in as `user` and expects the HSM to refuse the session.
+void ExpectLoginRefused(const SimProcess &sim, const std::string &user,
+                        const std::string &password);
 
 // Logs in from the point where the program asks for the password (no OTP asked) and waits
 // for the main menu's prompt. Returns false (with a test failure) when it did not appear.

@@ -60,30 +60,37 @@ class KeysConsole {
         console_.Expect(heading);
     }
 
+    // Chooses an item that opens a nested menu and waits for its prompt.
+    void Open(const std::string &label, const std::string &heading) {
+        Choose(label, heading);
+        console_.Expect("Option : ");
+    }
+
     // From the main menu into a generation item, up to its name prompt.
     void StartGeneration(const std::string &label) {
-        Choose("Generate...", "Keys/Objects - Generate\n\n");
-        console_.Expect("Option : ");
+        Open("Generate...", "Keys/Objects - Generate\n\n");
         Choose(label, "Keys/Objects - Generate - " + label + "\n\n");
         console_.Expect("Key Name (HSM) : ");
     }
 
-    // After an action of a nested menu: the pause, then back to the main menu.
-    void LeaveAction() {
-        console_.Expect("Press ENTER key to continue...");
-        console_.Send("\n");
-        console_.Expect("Option : ");
-        console_.Send("0\n");
+    void Answer(const std::string &prompt, const std::string &reply) {
+        console_.Expect(prompt);
+        console_.Send(reply);
+    }
+
+    // After an action: the pause, then `menus` nested menus left up to the main menu.
+    void Leave(int menus) {
+        Answer("Press ENTER key to continue...", "\n");
+        for (int level = 0; level < menus; ++level)
+            Answer("Option : ", "0\n");
         console_.Expect("Main Menu\n\n");
         console_.Expect("Option : ");
     }
 
-    // After an action of the main menu: the pause, then the main menu again.
-    void LeaveMainAction() {
-        console_.Expect("Press ENTER key to continue...");
-        console_.Send("\n");
-        console_.Expect("Main Menu\n\n");
-        console_.Expect("Option : ");
+    // Not exportable, no usage profile.
+    void DefaultAttributes() {
+        Answer("Exportable (y/[n]):", "\n");
+        Answer("Define an Usage Profile (y/[n]):", "\n");
     }
 
     // Runs "List" and returns what it printed up to the pause.
@@ -108,44 +115,29 @@ class KeysConsole {
         console_.Expect("Option : ");
         std::string screen = console_.Output().substr(from);
         console_.Send("0\n");
-        LeaveMainAction();
+        Leave(0);
         return screen;
     }
 
     // Clear-text import of a DES-family, AES or other key with ENTER at every attribute.
     void ImportClearKey(const std::string &choice, const std::string &sizeChoice,
                         const std::string &name, const std::string &hex) {
-        Choose("Import...", "Keys/Objects - Import\n\n");
-        console_.Expect("Option : ");
-        Choose("Symmetric Keys", "Keys/Objects - Import - Symmetric Keys\n\n");
-        console_.Expect("Option : ");
+        Open("Import...", "Keys/Objects - Import\n\n");
+        Open("Symmetric Keys", "Keys/Objects - Import - Symmetric Keys\n\n");
         Choose("Clear Text Key", "Keys/Objects - Import - Symmetric Keys - Clear Text Key\n\n");
-        console_.Expect("Option : ");
-        console_.Send(choice + "\n");
-        console_.Expect("Key Name (HSM) : ");
-        console_.Send(name + "\n");
-        if (!sizeChoice.empty()) {
-            console_.Expect("Option : ");
-            console_.Send(sizeChoice + "\n");
-        }
-        console_.Expect("Exportable (y/[n]):");
-        console_.Send("\n");
-        console_.Expect("Define an Usage Profile (y/[n]):");
-        console_.Send("\n");
-        console_.Expect("hexadecimal characters) :\n\n");
-        console_.Send(hex + "\n");
+        Answer("Option : ", choice + "\n");
+        Answer("Key Name (HSM) : ", name + "\n");
+        if (!sizeChoice.empty()) Answer("Option : ", sizeChoice + "\n");
+        DefaultAttributes();
+        Answer("hexadecimal characters) :\n\n", hex + "\n");
     }
 
-    // Leaves a menu two levels down (the import menus) back to the main menu.
-    void LeaveTwoMenus() {
-        console_.Expect("Press ENTER key to continue...");
-        console_.Send("\n");
-        for (int level = 0; level < 2; ++level) {
-            console_.Expect("Option : ");
-            console_.Send("0\n");
-        }
-        console_.Expect("Main Menu\n\n");
-        console_.Expect("Option : ");
+    // A clear-text import that must succeed, back at the main menu.
+    void ImportedClearKey(const std::string &choice, const std::string &sizeChoice,
+                          const std::string &name, const std::string &hex) {
+        ImportClearKey(choice, sizeChoice, name, hex);
+        console_.Expect("Key imported successfully.");
+        Leave(2);
     }
 
     int Exit() {

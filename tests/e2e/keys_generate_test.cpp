@@ -11,15 +11,7 @@ using keys_e2e::InfoLine;
 using keys_e2e::KeysConsole;
 using keys_e2e::ListLine;
 
-// Answers the attribute questions with ENTER (not exportable, no profile).
-void DefaultAttributes(KeysConsole &console) {
-    console.Expect("Exportable (y/[n]):");
-    console.Send("\n");
-    console.Expect("Define an Usage Profile (y/[n]):");
-    console.Send("\n");
-}
-
-TEST(KeysGenerate, EverySymmetricFamilyGeneratesAndSummarises) {
+TEST(KeysGenerate, EverySymmetricFamilyGeneratesAndSummarisesAndATakenNameIsRefused) {
     KeysConsole console;
     ASSERT_TRUE(console.ready());
     struct Case {
@@ -50,15 +42,34 @@ TEST(KeysGenerate, EverySymmetricFamilyGeneratesAndSummarises) {
         console.Send(std::string(c.name) + "\n");
         console.Expect(c.sizeStep);
         if (c.choice[0] != '\0') console.Send(std::string(c.choice) + "\n");
-        DefaultAttributes(console);
+        console.DefaultAttributes();
         console.Expect("\nKey generated successfully.\n\n");
         console.Expect(c.summary);
-        console.LeaveAction();
+        console.Leave(1);
     }
     const std::string listing = console.List();
     EXPECT_NE(listing.find(ListLine("k-3des", "3des-168", false, false)), std::string::npos)
         << listing;
     EXPECT_NE(listing.find("\nTotal of objects: 7\n"), std::string::npos) << listing;
+
+    // A usage profile is part of the summary.
+    console.StartGeneration("AES");
+    console.Send("k-kbpk\n");
+    console.Send("3\n");
+    console.Answer("Exportable (y/[n]):", "\n");
+    console.Answer("Define an Usage Profile (y/[n]):", "y\n");
+    console.Answer(" 5 - EFT_TR31_KBPK  - TR31 key-block protection key\nOption : ", "5\n");
+    console.Expect(
+        "Key k-kbpk: aes-256, 256 bits, not exportable, usage profile: EFT_TR31_KBPK\n\n");
+    console.Leave(1);
+
+    // The same name again is refused by the HSM: the error, and no summary.
+    console.StartGeneration("DES");
+    console.Send("k-kbpk\n");
+    console.DefaultAttributes();
+    console.Expect("\nError generating key. ");
+    console.Leave(1);
+    EXPECT_EQ(console.pty().Output().find("Key k-kbpk: des"), std::string::npos);
     EXPECT_EQ(console.Exit(), 0);
 }
 
@@ -69,93 +80,48 @@ TEST(KeysGenerate, AsymmetricFamiliesAskTheirOwnQuestions) {
     // RSA 1024, exponent 3 asked because of -3; the information screen shows it.
     console.StartGeneration("RSA");
     console.Send("k-rsa\n");
-    console.Expect("RSA key size (bits) :\n");
-    console.Send("2\n");
-    DefaultAttributes(console);
-    console.Expect("Use public Exponent 3 (y/[n]):");
-    console.Send("y\n");
+    console.Answer("RSA key size (bits) :\n", "2\n");
+    console.DefaultAttributes();
+    console.Answer("Use public Exponent 3 (y/[n]):", "y\n");
     console.Expect("Key k-rsa: rsa-1024, 1024 bits, not exportable\n\n");
-    console.LeaveAction();
+    console.Leave(1);
     console.Choose("Attributes", "Keys/Objects - Attributes\n\n");
-    console.Expect("Name (HSM) : ");
-    console.Send("k-rsa\n");
+    console.Answer("Name (HSM) : ", "k-rsa\n");
     console.Expect(InfoLine("Public exponent(hex) : ", "03"));
     console.Expect(InfoLine("Key size : ", "1024"));
-    console.Expect("Option : ");
-    console.Send("0\n");
-    console.LeaveMainAction();
+    console.Answer("Option : ", "0\n");
+    console.Leave(0);
 
     // Brainpool 256 twisted, blockchain compatible and exportable: identifier 45, flags 0x4001.
     console.StartGeneration("ECC");
     console.Send("k-ecc\n");
-    console.Expect("Option : ");
-    console.Send("5\n");
-    console.Expect("Option : ");
-    console.Send("4\n");
-    console.Expect("Twisted (y/[n]):");
-    console.Send("y\n");
-    console.Expect("Exportable (y/[n]):");
-    console.Send("y\n");
-    console.Expect("Mark as blockchain compatible (y/[n]):");
-    console.Send("y\n");
-    console.Expect("Define an Usage Profile (y/[n]):");
-    console.Send("\n");
+    console.Answer("Option : ", "5\n");
+    console.Answer("Option : ", "4\n");
+    console.Answer("Twisted (y/[n]):", "y\n");
+    console.Answer("Exportable (y/[n]):", "y\n");
+    console.Answer("Mark as blockchain compatible (y/[n]):", "y\n");
+    console.Answer("Define an Usage Profile (y/[n]):", "\n");
     console.Expect(
         "Key k-ecc: ecc-brainpoolP256t1, 256 bits, exportable, blockchain compatible\n\n");
-    console.LeaveAction();
+    console.Leave(1);
 
     // X448 has no blockchain question; EdDSA25519 has.
     console.StartGeneration("ECX");
     console.Send("k-x448\n");
-    console.Expect("Curve :\n");
-    console.Send("4\n");
+    console.Answer("Curve :\n", "4\n");
     size_t from = console.pty().Output().size();
-    DefaultAttributes(console);
+    console.DefaultAttributes();
     console.Expect("Key k-x448: x448, 448 bits, not exportable\n\n");
     EXPECT_EQ(console.pty().Output().find("blockchain", from), std::string::npos);
-    console.LeaveAction();
+    console.Leave(1);
     console.StartGeneration("ECX");
     console.Send("k-ed25519\n");
     console.Send("1\n");
-    console.Expect("Exportable (y/[n]):");
-    console.Send("\n");
-    console.Expect("Mark as blockchain compatible (y/[n]):");
-    console.Send("n\n");
-    console.Expect("Define an Usage Profile (y/[n]):");
-    console.Send("\n");
+    console.Answer("Exportable (y/[n]):", "\n");
+    console.Answer("Mark as blockchain compatible (y/[n]):", "n\n");
+    console.Answer("Define an Usage Profile (y/[n]):", "\n");
     console.Expect("Key k-ed25519: eddsa-25519, 256 bits, not exportable\n\n");
-    console.LeaveAction();
-    EXPECT_EQ(console.Exit(), 0);
-}
-
-TEST(KeysGenerate, UsageProfileAndRefusalsAreShown) {
-    KeysConsole console;
-    ASSERT_TRUE(console.ready());
-    console.StartGeneration("AES");
-    console.Send("k-kbpk\n");
-    console.Send("3\n");
-    console.Expect("Exportable (y/[n]):");
-    console.Send("\n");
-    console.Expect("Define an Usage Profile (y/[n]):");
-    console.Send("y\n");
-    console.Expect(" 5 - EFT_TR31_KBPK  - TR31 key-block protection key\nOption : ");
-    console.Send("5\n");
-    console.Expect(
-        "Key k-kbpk: aes-256, 256 bits, not exportable, usage profile: EFT_TR31_KBPK\n\n");
-    console.LeaveAction();
-
-    // The same name again is refused by the HSM: the error, and no summary.
-    console.StartGeneration("DES");
-    console.Send("k-kbpk\n");
-    DefaultAttributes(console);
-    console.Expect("\nError generating key. ");
-    console.Expect("Press ENTER key to continue...");
-    EXPECT_EQ(console.pty().Output().find("Key k-kbpk: des"), std::string::npos);
-    console.Send("\n");
-    console.Expect("Option : ");
-    console.Send("0\n");
-    console.Expect("Option : ");
-
+    console.Leave(1);
     EXPECT_EQ(console.Exit(), 0);
 }
 
@@ -183,18 +149,17 @@ TEST(KeysGenerate, CancelAtEveryPromptGeneratesNothing) {
         for (const std::string &answer : c.answers)
             console.Send(answer);
         console.Expect("\nOperation cancelled!\n");
-        console.LeaveAction();
+        console.Leave(1);
     }
     // MAP cancels at each of its three names.
     for (int cancelAt = 0; cancelAt < 3; ++cancelAt) {
-        console.Choose("Generate...", "Keys/Objects - Generate\n\n");
-        console.Expect("Option : ");
+        console.Open("Generate...", "Keys/Objects - Generate\n\n");
         console.Choose("MAP", "Keys/Objects - Generate - MAP\n\n");
         for (int i = 0; i < cancelAt; ++i)
             console.Send("n\n");
         console.Send("\n");
         console.Expect("\nOperation cancelled!\n");
-        console.LeaveAction();
+        console.Leave(1);
     }
     const std::string listing = console.List();
     EXPECT_NE(listing.find("\nTotal of objects: 0\n"), std::string::npos) << listing;

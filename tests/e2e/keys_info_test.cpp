@@ -6,7 +6,6 @@
 
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,41 +17,18 @@ namespace {
 
 using keys_e2e::InfoLine;
 using keys_e2e::KeysConsole;
+using keys_e2e::ListLine;
 
 constexpr char kAesKey[] = "2B7E151628AED2A6ABF7158809CF4F3C";
 
-time_t Utc(int year, int month, int day, int hour, int minute, int second) {
-    struct tm utc = {};
-    utc.tm_year = year - 1900;
-    utc.tm_mon = month - 1;
-    utc.tm_mday = day;
-    utc.tm_hour = hour;
-    utc.tm_min = minute;
-    utc.tm_sec = second;
-    return timegm(&utc);
-}
-
-// A self-signed P-256 certificate "O=Tarsel Tests, CN=<commonName>" in DER.
-std::vector<uint8_t> SelfSignedCertificate(const char *commonName, uint64_t serial,
-                                           time_t notBefore, time_t notAfter) {
-    std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> key(EVP_EC_gen("P-256"), EVP_PKEY_free);
-    std::unique_ptr<X509, decltype(&X509_free)> cert(X509_new(), X509_free);
-    if (!key || !cert) return {};
-    X509_set_version(cert.get(), 2);
-    ASN1_INTEGER_set_uint64(X509_get_serialNumber(cert.get()), serial);
-    ASN1_TIME_set(X509_getm_notBefore(cert.get()), notBefore);
-    ASN1_TIME_set(X509_getm_notAfter(cert.get()), notAfter);
-    X509_NAME *name = X509_get_subject_name(cert.get());
-    const auto *organisation = reinterpret_cast<const unsigned char *>("Tarsel Tests");
-    X509_NAME_add_entry_by_txt(name, "O", MBSTRING_ASC, organisation, -1, -1, 0);
-    X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC,
-                               reinterpret_cast<const unsigned char *>(commonName), -1, -1, 0);
-    X509_set_issuer_name(cert.get(), name);
-    X509_set_pubkey(cert.get(), key.get());
-    if (X509_sign(cert.get(), key.get(), EVP_sha256()) == 0) return {};
-    std::vector<uint8_t> der(static_cast<size_t>(i2d_X509(cert.get(), nullptr)));
+// The DER of SelfSigned(...), empty when it could not be made.
+std::vector<uint8_t> CertificateDer(const char *commonName, uint64_t serial, const char *notBefore,
+                                    const char *notAfter) {
+    const TestCertificate made = SelfSigned(commonName, serial, notBefore, notAfter);
+    if (!made.cert) return {};
+    std::vector<uint8_t> der(static_cast<size_t>(i2d_X509(made.cert.get(), nullptr)));
     unsigned char *out = der.data();
-    i2d_X509(cert.get(), &out);
+    i2d_X509(made.cert.get(), &out);
     return der;
 }
 
@@ -98,31 +74,36 @@ TEST(KeysInfo, Pkcs11MapShowsTheAttributesOfItsTargetWhichShowsTheMap) {
     KeysConsole console({"-l"});
     ASSERT_TRUE(console.ready());
     const std::vector<uint8_t> der =
-        SelfSignedCertificate("Mapped", 7, Utc(2025, 1, 1, 0, 0, 0), Utc(2030, 1, 1, 0, 0, 0));
+        CertificateDer("Mapped", 7, "20250101000000Z", "20300101000000Z");
     ASSERT_EQ(ImportCertificate(console.sim(), "p-cert", der), Q_OK);
 
     console.StartGeneration("AES");
     console.Send("p-key\n");
     console.Send("1\n");
-    console.Expect("Exportable (y/[n]):");
-    console.Send("\n");
-    console.Expect("Define an Usage Profile (y/[n]):");
-    console.Send("\n");
+    console.DefaultAttributes();
     console.Expect("\nKey generated successfully.\n\n");
-    console.Expect("Press ENTER key to continue...");
-    console.Send("\n");
+    console.Answer("Press ENTER key to continue...", "\n");
     console.Expect("Option : ");
     console.Choose("PKCS11 MAP", "Keys/Objects - Generate - PKCS11 MAP\n\n");
-    console.Expect("MAP Name (HSM) : ");
-    console.Send("p-map\n");
-    console.Expect("Key Name (HSM) : ");
-    console.Send("p-key\n");
-    console.Expect("Certificate Name (HSM) (ENTER for none) : ");
-    console.Send("p-cert\n");
-    console.Expect("CKA_LABEL : ");
-    console.Send("Info label\n");
+    console.Answer("MAP Name (HSM) : ", "p-map\n");
+    console.Answer("Key Name (HSM) : ", "p-key\n");
+    console.Answer("Certificate Name (HSM) (ENTER for none) : ", "p-cert\n");
+    console.Answer("CKA_LABEL : ", "abcdefghijk\n");
     console.Expect("\nMap created successfully.\n\n");
-    console.LeaveAction();
+    console.Leave(1);
+
+    // Its list cuts the label to nine characters.
+    console.Choose("List(Pkcs11)", "Keys/Objects - List(Pkcs11)\n\n");
+    char line[128];
+    snprintf(line, sizeof line, "%-34s %-34s %-9s\n", "p-map", "p-key", "abcdefghij...");
+    console.Expect(std::string(80, '=') + "\n");
+    console.Expect(line);
+    console.Expect("\nTotal of objects: 1\n");
+    console.Leave(0);
+    const std::string listing = console.List();
+    EXPECT_NE(listing.find(ListLine("p-map", "pkcs11-map", false, false).substr(0, 63)),
+              std::string::npos)
+        << listing;
 
     const std::string section = InfoLine("Target : ", "p-key") +
                                 InfoLine("Associate : ", "p-cert") +
@@ -132,7 +113,7 @@ TEST(KeysInfo, Pkcs11MapShowsTheAttributesOfItsTargetWhichShowsTheMap) {
     std::string screen = console.KeyInformation("p-map");
     EXPECT_EQ(ValueOf(screen, "Type : "), "pkcs11-map");
     EXPECT_NE(screen.find(section), std::string::npos) << screen;
-    EXPECT_EQ(ValueOf(screen, "CKA_LABEL : "), "Info label");
+    EXPECT_EQ(ValueOf(screen, "CKA_LABEL : "), "abcdefghijk");
     EXPECT_EQ(ValueOf(screen, "CKA_LOCAL : "), "CK_TRUE");  // generated by the HSM
     EXPECT_NE(screen.find(mechanism), std::string::npos) << screen;
     for (const char *label :
@@ -158,23 +139,15 @@ TEST(KeysInfo, Pkcs11MapShowsTheAttributesOfItsTargetWhichShowsTheMap) {
 TEST(KeysInfo, OldMapShowsItsTwoSlots) {
     KeysConsole console;
     ASSERT_TRUE(console.ready());
-    console.ImportClearKey("4", "1", "o-key1", kAesKey);
-    console.Expect("Key imported successfully.");
-    console.LeaveTwoMenus();
-    console.ImportClearKey("1", "", "o-key2", "0123456789ABCDEF");
-    console.Expect("Key imported successfully.");
-    console.LeaveTwoMenus();
-    console.Choose("Generate...", "Keys/Objects - Generate\n\n");
-    console.Expect("Option : ");
+    console.ImportedClearKey("4", "1", "o-key1", kAesKey);
+    console.ImportedClearKey("1", "", "o-key2", "0123456789ABCDEF");
+    console.Open("Generate...", "Keys/Objects - Generate\n\n");
     console.Choose("MAP", "Keys/Objects - Generate - MAP\n\n");
-    console.Expect("MAP Name (HSM) : ");
-    console.Send("o-map\n");
-    console.Expect("Slot 1: ");
-    console.Send("o-key1\n");
-    console.Expect("Slot 2: ");
-    console.Send("o-key2\n");
+    console.Answer("MAP Name (HSM) : ", "o-map\n");
+    console.Answer("Slot 1: ", "o-key1\n");
+    console.Answer("Slot 2: ", "o-key2\n");
     console.Expect("\nMap created successfully.\n\n");
-    console.LeaveAction();
+    console.Leave(1);
 
     const std::string screen = console.KeyInformation("o-map");
     const std::string slots = std::string(27, ' ') + "OLD MAP!\n" +
@@ -185,14 +158,17 @@ TEST(KeysInfo, OldMapShowsItsTwoSlots) {
     EXPECT_NE(screen.find(slots), std::string::npos) << screen;
     EXPECT_EQ(screen.find("PKCS#11 map : "), std::string::npos) << screen;
     EXPECT_NE(screen.find(kOnlySetLabel), std::string::npos) << screen;
+    const std::string listing = console.List();
+    EXPECT_NE(listing.find(ListLine("o-map", "map", false, false).substr(0, 63)), std::string::npos)
+        << listing;
     EXPECT_EQ(console.Exit(), 0);
 }
 
 TEST(KeysInfo, CertificateShowsItsNamesSerialAndValidity) {
     KeysConsole console;
     ASSERT_TRUE(console.ready());
-    const std::vector<uint8_t> der = SelfSignedCertificate(
-        "Info Cert", 0x1A2B3C4D5E6Full, Utc(2024, 1, 2, 3, 4, 5), Utc(2051, 6, 30, 23, 59, 59));
+    const std::vector<uint8_t> der =
+        CertificateDer("Info Cert", 0x1A2B3C4D5E6Full, "20240102030405Z", "20510630235959Z");
     ASSERT_FALSE(der.empty());
     ASSERT_EQ(ImportCertificate(console.sim(), "c-cert", der), Q_OK);
 
@@ -211,13 +187,10 @@ TEST(KeysInfo, CertificateShowsItsNamesSerialAndValidity) {
 TEST(KeysInfo, KeyIsBlockedAndUnblockedFromItsScreen) {
     KeysConsole console;
     ASSERT_TRUE(console.ready());
-    console.ImportClearKey("4", "1", "b-key", kAesKey);
-    console.Expect("Key imported successfully.");
-    console.LeaveTwoMenus();
+    console.ImportedClearKey("4", "1", "b-key", kAesKey);
 
     console.Choose("Attributes", "Keys/Objects - Attributes\n\n");
-    console.Expect("Name (HSM) : ");
-    console.Send("b-key\n");
+    console.Answer("Name (HSM) : ", "b-key\n");
     // Each round: the state the HSM reports, the action it offers, and its result; the
     // screen is read again from the HSM after every action.
     struct Round {
@@ -231,18 +204,15 @@ TEST(KeysInfo, KeyIsBlockedAndUnblockedFromItsScreen) {
         SCOPED_TRACE(round.action);
         console.Expect(InfoLine("Blocked : ", round.blocked));
         console.Expect(round.action);
-        console.Expect("Option : ");
-        console.Send("2\n");
+        console.Answer("Option : ", "2\n");
         console.Expect(round.result);
-        console.Expect("Press ENTER key to continue...");
-        console.Send("\n");
+        console.Answer("Press ENTER key to continue...", "\n");
         console.Expect("Keys/Objects - Attributes\n\nName (HSM) : b-key\n");
     }
     console.Expect(InfoLine("Blocked : ", "no"));
     console.Expect(" 2 - Block\n");
-    console.Expect("Option : ");
-    console.Send("0\n");
-    console.LeaveMainAction();
+    console.Answer("Option : ", "0\n");
+    console.Leave(0);
     EXPECT_EQ(console.Exit(), 0);
 }
 
