@@ -19,17 +19,12 @@ std::string DiscoveryEnv(uint16_t port) {
 TEST(ConsoleDiscovery, EnterAtTheAddressPromptSearchesTheNetwork) {
     SimProcess sim;
     PtyDriver console(TARSEL_PATH, {}, {DiscoveryEnv(sim.discoveryPort())});
-    console.Expect("HSM Orvena IP : ");
-    console.Send("\n");
+    Answer(console, "HSM Orvena IP : ", "\n");
     console.Expect("\n 1 - 127.0.0.1\n");
-    console.Expect("\nSelect a HSM to connect : ");
-    console.Send("1\n");
-    console.Expect("HSM User ID : ");
-    console.Send("master\n");
-    console.Expect("HSM User Password :");
-    console.SendSecret(sim.initPassword() + "\n");
-    console.Expect("\nOTP [optional, ENTER for none] : ");
-    console.Send("\n");
+    Answer(console, "\nSelect a HSM to connect : ", "1\n");
+    Answer(console, "HSM User ID : ", "master\n");
+    AnswerSecret(console, "HSM User Password :", sim.initPassword() + "\n");
+    Answer(console, "\nOTP [optional, ENTER for none] : ", "\n");
     console.Expect("\n\nConnecting...\n\n");
 }
 
@@ -38,8 +33,7 @@ TEST(ConsoleDiscovery, SearchOptionListsTheHsmsAndARefusedChoiceCancels) {
     PtyDriver console(TARSEL_PATH, {"-sip"}, {DiscoveryEnv(sim.discoveryPort())});
     console.Expect("HSM Orvena IP : \n");
     console.Expect("\n 1 - 127.0.0.1\n");
-    console.Expect("Select a HSM to connect : ");
-    console.Send("2\n");
+    Answer(console, "Select a HSM to connect : ", "2\n");
     console.Expect("\nOperation cancelled!\n");
     EXPECT_EQ(console.WaitExit(), 1);
 }

@@ -21,22 +21,22 @@ void ExitFromMainMenu(PtyDriver &console) {
 TEST(ConsoleLogin, PasswordLoginShowsTheSessionLineAndExitEndsWithZero) {
     SimProcess sim;
     PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
-    console.Expect("\nHSM Orvena IP : 127.0.0.1\nHSM User ID : masterHSM User Password :");
-    console.SendSecret(sim.initPassword() + "\n");
+    AnswerSecret(console, "\nHSM Orvena IP : 127.0.0.1\nHSM User ID : masterHSM User Password :",
+                 sim.initPassword() + "\n");
     console.Expect(std::string(sim.initPassword().size(), '*'));
     console.Expect("\n\nConnecting...\n\n");
     console.Expect(std::string("HSM 127.0.0.1 e") + kSessionLineTail +
                    "ID master\n\nMain Menu\n\n");
     console.Expect("\n 0 - Exit\n\nOption : ");
     EXPECT_EQ(console.Output().find(sim.initPassword()), std::string::npos);
+    EXPECT_EQ(console.Output().find("Access Tokens..."), std::string::npos);  // no -ea
     ExitFromMainMenu(console);
 }
 
 TEST(ConsoleLogin, WrongPasswordEndsWithTheLibraryCode) {
     SimProcess sim;
     PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
-    console.Expect("HSM User Password :");
-    console.SendSecret("Not#The#Password\n");
+    AnswerSecret(console, "HSM User Password :", "Not#The#Password\n");
     console.Expect("\nError opening session. Invalid user or password. (1012)\n");
     EXPECT_EQ(console.WaitExit(), ExitStatusOf(1012));
 }
@@ -49,19 +49,15 @@ TEST(ConsoleLogin, OtpIsAskedWithDashOAndTheArgumentAfterItIsSkipped) {
 
     // "123456" is not an OTP and "-c" after it still counts.
     PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "carol", {"-o", "123456", "-c"}));
-    console.Expect("HSM User Password :");
-    console.SendSecret("Carol#12345\n");
-    console.Expect("\nOTP [optional, ENTER for none] : ");
-    console.Send(Hotp(seed, 0) + "\n");
+    AnswerSecret(console, "HSM User Password :", "Carol#12345\n");
+    Answer(console, "\nOTP [optional, ENTER for none] : ", Hotp(seed, 0) + "\n");
     console.Expect(std::string("HSM 127.0.0.1 c") + kSessionLineTail + "ID carol");
     console.Expect("Option : ");
     ExitFromMainMenu(console);
 
     PtyDriver withoutOtp(TARSEL_PATH, ConsoleArgs(sim, "carol", {"-o"}));
-    withoutOtp.Expect("HSM User Password :");
-    withoutOtp.SendSecret("Carol#12345\n");
-    withoutOtp.Expect("OTP [optional, ENTER for none] : ");
-    withoutOtp.Send("\n");
+    AnswerSecret(withoutOtp, "HSM User Password :", "Carol#12345\n");
+    Answer(withoutOtp, "OTP [optional, ENTER for none] : ", "\n");
     withoutOtp.Expect("\nError opening session. ");
     EXPECT_NE(withoutOtp.WaitExit(), 0);
 }
@@ -79,10 +75,8 @@ TEST(ConsoleLogin, MutualTlsReadsTheFilesAndForcesTls) {
     PtyDriver console(
         TARSEL_PATH,
         ConsoleArgs(sim, "dave", {"-c", "-pri", key, "-pri_cer", cert, "-hsm_cer", hsmCert}));
-    console.Expect("HSM User ID : davePrivate key password :");
-    console.SendSecret("\n");
-    console.Expect("\nHSM User Password :");
-    console.SendSecret("Dave#123456\n");
+    AnswerSecret(console, "HSM User ID : davePrivate key password :", "\n");
+    AnswerSecret(console, "\nHSM User Password :", "Dave#123456\n");
     console.Expect(std::string("HSM 127.0.0.1 e") + kSessionLineTail + "ID dave");
     console.Expect("Option : ");
     ExitFromMainMenu(console);
@@ -119,48 +113,35 @@ TEST(ConsoleLogin, ExpiredPasswordIsChangedOrTheLoginFails) {
         "Your password is expired. Do you want to change your password now ([y]/n)?";
 
     PtyDriver declined(TARSEL_PATH, ConsoleArgs(sim, "erin"));
-    declined.Expect("HSM User Password :");
-    declined.SendSecret("Erin#123456\n");
-    declined.Expect(kQuestion);
-    declined.Send("n\n");
+    AnswerSecret(declined, "HSM User Password :", "Erin#123456\n");
+    Answer(declined, kQuestion, "n\n");
     declined.Expect("\nError opening session. User password expired. (5178)\n");
     EXPECT_EQ(declined.WaitExit(), ExitStatusOf(5178));
 
     PtyDriver mismatched(TARSEL_PATH, ConsoleArgs(sim, "erin"));
-    mismatched.Expect("HSM User Password :");
-    mismatched.SendSecret("Erin#123456\n");
-    mismatched.Expect(kQuestion);
-    mismatched.Send("y\n");
-    mismatched.Expect("New Password:");
-    mismatched.SendSecret("Erin#654321\n");
-    mismatched.Expect("Confirm new password:");
-    mismatched.SendSecret("Erin#000000\n");
+    AnswerSecret(mismatched, "HSM User Password :", "Erin#123456\n");
+    Answer(mismatched, kQuestion, "y\n");
+    AnswerSecret(mismatched, "New Password:", "Erin#654321\n");
+    AnswerSecret(mismatched, "Confirm new password:", "Erin#000000\n");
     mismatched.Expect("Password differs from confirmation!");
     EXPECT_NE(mismatched.WaitExit(), 0);
 
     PtyDriver changed(TARSEL_PATH, ConsoleArgs(sim, "erin"));
-    changed.Expect("HSM User Password :");
-    changed.SendSecret("Erin#123456\n");
-    changed.Expect(kQuestion);
-    changed.Send("\n");
-    changed.Expect("\nNew Password:");
-    changed.SendSecret("Erin#654321\n");
-    changed.Expect("Confirm new password:");
-    changed.SendSecret("Erin#654321\n");
+    AnswerSecret(changed, "HSM User Password :", "Erin#123456\n");
+    Answer(changed, kQuestion, "\n");
+    AnswerSecret(changed, "\nNew Password:", "Erin#654321\n");
+    AnswerSecret(changed, "Confirm new password:", "Erin#654321\n");
     changed.Expect("\n\nPassword changed successfully.\n\n");
     changed.Expect("Option : ");
     ExitFromMainMenu(changed);
 
-    PtyDriver again(TARSEL_PATH, ConsoleArgs(sim, "erin"));
-    EnterPasswordAndReachMainMenu(again, "Erin#654321");
-    ExitFromMainMenu(again);
+    LogInAndExit(sim, "erin", "Erin#654321");
 }
 
 TEST(ConsoleLogin, DashEaAsSecondArgumentIsTheUserElseItOpensTheAccessTokensMenu) {
     SimProcess sim;
     PtyDriver asUser(TARSEL_PATH, {"127.0.0.1", "-ea", "-p", std::to_string(sim.port())});
-    asUser.Expect("\nHSM User ID : -eaHSM User Password :");
-    asUser.SendSecret("whatever\n");
+    AnswerSecret(asUser, "\nHSM User ID : -eaHSM User Password :", "whatever\n");
     asUser.Expect("\nError opening session. ");
     EXPECT_NE(asUser.WaitExit(), 0);
 
@@ -168,11 +149,6 @@ TEST(ConsoleLogin, DashEaAsSecondArgumentIsTheUserElseItOpensTheAccessTokensMenu
     EnterPasswordAndReachMainMenu(withMenu, sim.initPassword());
     EXPECT_NE(withMenu.Output().find("Access Tokens..."), std::string::npos);
     ExitFromMainMenu(withMenu);
-
-    PtyDriver withoutMenu(TARSEL_PATH, ConsoleArgs(sim, "master"));
-    EnterPasswordAndReachMainMenu(withoutMenu, sim.initPassword());
-    EXPECT_EQ(withoutMenu.Output().find("Access Tokens..."), std::string::npos);
-    ExitFromMainMenu(withoutMenu);
 }
 
 }  // namespace

@@ -6,15 +6,14 @@
 
 namespace {
 
-TEST(ConsoleMenu, NestedMenuIsEnteredAndLeft) {
+TEST(ConsoleMenu, NestedMenusLeaveSilentlyTheMainMenuRefusesAndAnEmptyLineExits) {
     SimProcess sim;
     PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
     ASSERT_TRUE(EnterPasswordAndReachMainMenu(console, sim.initPassword()));
 
     console.Send("1\n");
     console.Expect("Keys/Objects - Generate\n\n");
-    console.Expect("\n 0 - Main Menu\n\nOption : ");
-    console.Send("0\n");
+    Answer(console, "\n 0 - Main Menu\n\nOption : ", "0\n");
     console.Expect("Main Menu\n\n");
     console.Expect("Option : ");
 
@@ -27,21 +26,13 @@ TEST(ConsoleMenu, NestedMenuIsEnteredAndLeft) {
     console.Expect("Main Menu\n\n");
     EXPECT_EQ(console.Output().find("Invalid option.", before), std::string::npos);
     console.Expect("Option : ");
-    console.Send("0\n");
-    EXPECT_EQ(console.WaitExit(), 0);
-}
 
-TEST(ConsoleMenu, InvalidChoicesInTheMainMenuPauseAndAnEmptyLineExits) {
-    SimProcess sim;
-    PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
-    ASSERT_TRUE(EnterPasswordAndReachMainMenu(console, sim.initPassword()));
-
+    // The main menu, unlike a nested one, answers them; an empty line exits.
     for (const char *choice : {"abc\n", "52\n", "17\n"}) {
         SCOPED_TRACE(choice);
         console.Send(choice);
         console.Expect("\n\nInvalid option.\n");
-        console.Expect("\nPress ENTER key to continue...\n\n");
-        console.Send("\n");
+        Answer(console, "\nPress ENTER key to continue...\n\n", "\n");
         console.Expect("Main Menu\n\n");
         console.Expect("Option : ");
     }

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
+#include <vector>
 
 #include "console_e2e_support.h"
 #include "users_test_steps.h"
@@ -22,8 +22,8 @@ const char kRunGc[] = "6\n";
 std::string IssueWithoutExpiration(PtyDriver &console) {
     Choose(console, kIssue, "Users - Access Tokens - Issue");
     console.Expect("Please note: the HSM operator may revoke Access Tokens at any time!");
-    console.Expect("Expiration date (GMT): (YYYYMMDD [hhmmss] or ENTER for no expiration) : ");
-    console.Send("\n");
+    Answer(console,
+           "Expiration date (GMT): (YYYYMMDD [hhmmss] or ENTER for no expiration) : ", "\n");
     console.Expect("\n\nAccess Token issued successfully.\n\n");
     const std::string out = console.Output();
     const size_t end = out.rfind("\n\nAccess Token issued successfully.");
@@ -33,8 +33,8 @@ std::string IssueWithoutExpiration(PtyDriver &console) {
     return out.substr(begin, end - begin);
 }
 
-PtyDriver *StartWithToken(const SimProcess &sim, const std::string &token) {
-    return new PtyDriver(TARSEL_PATH, {"127.0.0.1", "-a", token, "-p", std::to_string(sim.port())});
+std::vector<std::string> TokenArgs(const SimProcess &sim, const std::string &token) {
+    return {"127.0.0.1", "-a", token, "-p", std::to_string(sim.port())};
 }
 
 TEST(TokensAccess, AnIssuedTokenLogsInUntilItIsRevoked) {
@@ -54,32 +54,28 @@ TEST(TokensAccess, AnIssuedTokenLogsInUntilItIsRevoked) {
     Continue(console);
 
     Choose(console, kDetails, "Users - Access Tokens - Details");
-    console.Expect("Access Token: ");
-    console.Send(token + "\n");
+    Answer(console, "Access Token: ", token + "\n");
     console.Expect("    Expiration date: none\n              Owner: master\n                Key: ");
     Continue(console);
 
     {
-        std::unique_ptr<PtyDriver> byToken(StartWithToken(sim, token));
-        byToken->Expect("Using access token authentication.");
-        byToken->Expect("AT master");
-        byToken->Expect("Option : ");
-        Exit(*byToken);
+        PtyDriver byToken(TARSEL_PATH, TokenArgs(sim, token));
+        byToken.Expect("AT master");
+        byToken.Expect("Option : ");
+        Exit(byToken);
     }
 
     Choose(console, kRevoke, "Users - Access Tokens - Revoke");
-    console.Expect("Access Token: ");
-    console.Send(token + "\n");
+    Answer(console, "Access Token: ", token + "\n");
     console.Expect("\nAccess Token revoked successfully.\n\n");
     Continue(console);
 
-    std::unique_ptr<PtyDriver> refused(StartWithToken(sim, token));
-    refused->Expect("\nError opening session. ");
-    EXPECT_NE(refused->WaitExit(), 0);
+    PtyDriver refused(TARSEL_PATH, TokenArgs(sim, token));
+    refused.Expect("\nError opening session. ");
+    EXPECT_NE(refused.WaitExit(), 0);
 
     Choose(console, kDetails, "Users - Access Tokens - Details");
-    console.Expect("Access Token: ");
-    console.Send(token + "\n");
+    Answer(console, "Access Token: ", token + "\n");
     console.Expect("\nError retrieving details of Access Token. Not Found!\n");
     Continue(console);
     console.Send("0\n");
@@ -96,15 +92,13 @@ TEST(TokensAccess, DatesAreCheckedBeforeIssueAndTheCountersAnswer) {
 
     for (const char *date : {"2030010A\n", "2030010212\n"}) {
         Choose(console, kIssue, "Users - Access Tokens - Issue");
-        console.Expect("or ENTER for no expiration) : ");
-        console.Send(date);
+        Answer(console, "or ENTER for no expiration) : ", date);
         console.Expect("\nInvalid date time format.\n");
         Continue(console);
     }
 
     Choose(console, kIssue, "Users - Access Tokens - Issue");
-    console.Expect("or ENTER for no expiration) : ");
-    console.Send("20991231 235959\n");
+    Answer(console, "or ENTER for no expiration) : ", "20991231 235959\n");
     console.Expect("Access Token issued successfully.");
     console.Expect("Expiration date: 2099/12/31 23:59:59\n");
     Continue(console);
@@ -116,8 +110,7 @@ TEST(TokensAccess, DatesAreCheckedBeforeIssueAndTheCountersAnswer) {
     // The collector reports success whether it ran or not.
     for (const char *answer : {"n\n", "y\n"}) {
         Choose(console, kRunGc, "Users - Access Tokens - Run GC");
-        console.Expect("Run Access Tokens GC(y/[n]): ");
-        console.Send(answer);
+        Answer(console, "Run Access Tokens GC(y/[n]): ", answer);
         console.Expect("\nAccess Token GC executed successfully.\n\n");
         Continue(console);
     }

@@ -26,10 +26,7 @@ TEST(UsersCreate, ANewUserIsListedWithItsRightsAndCanLogIn) {
     Continue(console);
     Exit(console);
 
-    PtyDriver asAlice(TARSEL_PATH, ConsoleArgs(sim, "alice"));
-    ASSERT_TRUE(LogIn(asAlice, "Alice#12345"));
-    EXPECT_NE(asAlice.Output().find("ID alice"), std::string::npos);
-    Exit(asAlice);
+    LogInAndExit(sim, "alice", "Alice#12345");
 }
 
 TEST(UsersCreate, EachRefusalIsShownAndNothingIsCreatedOnABadConfirmation) {
@@ -40,15 +37,11 @@ TEST(UsersCreate, EachRefusalIsShownAndNothingIsCreatedOnABadConfirmation) {
     // A short password is asked again; a different confirmation ends the dialogue.
     Choose(console, kCreate, "Users - Create");
     console.Send("1\n");
-    console.Expect("User ID: ");
-    console.Send("bob\n");
-    console.Expect("Password: ");
-    console.SendSecret("Bob#1\n");
+    Answer(console, "User ID: ", "bob\n");
+    AnswerSecret(console, "Password: ", "Bob#1\n");
     console.Expect("Password must be at least 6 characters long.");
-    console.Expect("Password: ");
-    console.SendSecret("Bob#123456\n");
-    console.Expect("Confirm password: ");
-    console.SendSecret("Bob#654321\n");
+    AnswerSecret(console, "Password: ", "Bob#123456\n");
+    AnswerSecret(console, "Confirm password: ", "Bob#654321\n");
     console.Expect("Password differs from confirmation!");
     Continue(console);
 
@@ -56,24 +49,18 @@ TEST(UsersCreate, EachRefusalIsShownAndNothingIsCreatedOnABadConfirmation) {
     // 41-character one after a seed length of 20, are refused.
     for (const std::string &seed : {std::string(39, 'A'), std::string(41, 'B')}) {
         BeginCreate(console, "bob", "Bob#123456");
-        console.Expect("Require Authorization on Local Console with M of N Scheme (y/[n]): ");
-        console.Send("y\n");
-        console.Expect("created: ");
-        console.Send("m of n\n");
+        Answer(console,
+               "Require Authorization on Local Console with M of N Scheme (y/[n]): ", "y\n");
+        Answer(console, "created: ", "m of n\n");
         console.Expect("\nAuthorization on Local Console with M of N Scheme disabled.\n\n");
-        console.Expect("Enable local-crypto (y/[n]): ");
-        console.Send("y\n");
-        console.Expect("created: ");
-        console.Send("Locale\n");
-        console.Expect("Require Two Factor Authentication (y/[n]): ");
-        console.Send("y\n");
-        console.Expect("Type:\n 1 - OATH OTP Event\n 2 - OATH OTP Time\n 3 - X.509\nOption : ");
-        console.Send("1\n");
+        Answer(console, "Enable local-crypto (y/[n]): ", "y\n");
+        Answer(console, "created: ", "Locale\n");
+        Answer(console, "Require Two Factor Authentication (y/[n]): ", "y\n");
+        Answer(console,
+               "Type:\n 1 - OATH OTP Event\n 2 - OATH OTP Time\n 3 - X.509\nOption : ", "1\n");
         console.Expect("Enter OATH HOTP Seed (hexadecimal characters) \n");
-        console.Expect("Seed Length (characters) [40]:");
-        console.Send(seed.size() == 39 ? "\n" : "20\n");
-        console.Expect("Seed Data : ");
-        console.SendSecret(seed + "\n");
+        Answer(console, "Seed Length (characters) [40]:", seed.size() == 39 ? "\n" : "20\n");
+        AnswerSecret(console, "Seed Data : ", seed + "\n");
         console.Expect("\nError! the Seed Data informed has " + std::to_string(seed.size()) +
                        " characters, 40 are expected.\n");
         console.Expect("Operation cancelled!");
@@ -82,28 +69,21 @@ TEST(UsersCreate, EachRefusalIsShownAndNothingIsCreatedOnABadConfirmation) {
 
     // Text that only begins with the word is taken; the word in another case is not.
     BeginCreate(console, "bob", "Bob#123456");
-    console.Expect("M of N Scheme (y/[n]): ");
-    console.Send("y\n");
-    console.Expect("created: ");
-    console.Send("M of N please\n");
-    console.Expect("Enable local-crypto (y/[n]): ");
-    console.Send("y\n");
-    console.Expect("created: ");
-    console.Send("local\n");
+    Answer(console, "M of N Scheme (y/[n]): ", "y\n");
+    Answer(console, "created: ", "M of N please\n");
+    Answer(console, "Enable local-crypto (y/[n]): ", "y\n");
+    Answer(console, "created: ", "local\n");
     console.Expect("\nLocal-crypto disabled.\n\n");
-    console.Expect("Require Two Factor Authentication (y/[n]): ");
-    console.Send("\n");
+    Answer(console, "Require Two Factor Authentication (y/[n]): ", "\n");
     FinishCreate(console, "\n\n\n\n\n");
     console.Expect("User 'bob' successfully created.");
     Continue(console);
 
     Choose(console, kAttributes, "Users - Attributes");
-    console.Expect("User ID: ");
-    console.Send("bob\n");
+    Answer(console, "User ID: ", "bob\n");
     console.Expect("Partition M of N auth - yes\n");
     console.Expect("Local-crypto          - no\n");
-    console.Expect("Option : ");
-    console.Send("0\n");
+    Answer(console, "Option : ", "0\n");
     Continue(console);
     Exit(console);
 }
@@ -114,21 +94,14 @@ TEST(UsersCreate, AUserCreatorCannotMakeOperatorsOrGrantWhatItLacks) {
     PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "carol"));
     ASSERT_TRUE(LogIn(console, "Carol#12345"));
     Choose(console, kCreate, "Users - Create");
-    console.Expect("Type: User\nUser ID: ");
-    console.Send("dan\n");
-    console.Expect("Password: ");
-    console.SendSecret("Dan#123456\n");
-    console.Expect("Confirm password: ");
-    console.SendSecret("Dan#123456\n");
+    Answer(console, "Type: User\nUser ID: ", "dan\n");
+    AnswerSecret(console, "Password: ", "Dan#123456\n");
+    AnswerSecret(console, "Confirm password: ", "Dan#123456\n");
     DeclineLocalFlags(console);
-    console.Expect("Require Two Factor Authentication (y/[n]): ");
-    console.Send("\n");
-    console.Expect("Require User to Change Password at Next LogOn (y/[n]): ");
-    console.Send("\n");
-    console.Expect("Create/Remove Users (y/[n]): ");
-    console.Send("y\n");
-    console.Expect("List Users (y/[n]): ");
-    console.Send("y\n");
+    Answer(console, "Require Two Factor Authentication (y/[n]): ", "\n");
+    Answer(console, "Require User to Change Password at Next LogOn (y/[n]): ", "\n");
+    Answer(console, "Create/Remove Users (y/[n]): ", "y\n");
+    Answer(console, "List Users (y/[n]): ", "y\n");
     console.Expect("Remote Info: no\nBackup/Restore: no\nFirmware Update: no\n");
     console.Expect("User 'dan' successfully created.");
     Continue(console);

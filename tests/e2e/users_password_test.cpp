@@ -18,38 +18,25 @@ TEST(UsersPassword, MyPasswordChecksTheOldOneAgainstTheLogin) {
     const char *myPassword = "19\n";
 
     Choose(console, myPassword, "Users - My Password");
-    console.Expect("Old Password: ");
-    console.SendSecret("Wrong#123456\n");
+    AnswerSecret(console, "Old Password: ", "Wrong#123456\n");
     console.Expect("\nInvalid password!\n");
     Continue(console);
 
-    Choose(console, myPassword, "Users - My Password");
-    console.Expect("Old Password: ");
-    console.SendSecret("Hank#\n");  // five characters: asked again, never compared
-    console.Expect("Old Password: ");
-    console.SendSecret("Hank#123456\n");
-    console.Expect("New Password: ");
-    console.SendSecret("Hank#654321\n");
-    console.Expect("Confirm new password: ");
-    console.SendSecret("Hank#654321\n");
-    console.Expect("\n\nPassword changed successfully.\n\n");
-    Continue(console);
-
-    // In the same session the password just set is the old one.
-    Choose(console, myPassword, "Users - My Password");
-    console.Expect("Old Password: ");
-    console.SendSecret("Hank#654321\n");
-    console.Expect("New Password: ");
-    console.SendSecret("Hank#777777\n");
-    console.Expect("Confirm new password: ");
-    console.SendSecret("Hank#777777\n");
-    console.Expect("\n\nPassword changed successfully.\n\n");
-    Continue(console);
+    // The second change proves that within one session the password just set is the old one.
+    for (const auto &[old, next] :
+         {std::pair{"Hank#123456", "Hank#654321"}, std::pair{"Hank#654321", "Hank#777777"}}) {
+        Choose(console, myPassword, "Users - My Password");
+        // Five characters: asked again, never compared.
+        if (old == std::string("Hank#123456")) AnswerSecret(console, "Old Password: ", "Hank#\n");
+        AnswerSecret(console, "Old Password: ", std::string(old) + "\n");
+        AnswerSecret(console, "New Password: ", std::string(next) + "\n");
+        AnswerSecret(console, "Confirm new password: ", std::string(next) + "\n");
+        console.Expect("\n\nPassword changed successfully.\n\n");
+        Continue(console);
+    }
     Exit(console);
 
-    PtyDriver again(TARSEL_PATH, ConsoleArgs(sim, "hank"));
-    ASSERT_TRUE(LogIn(again, "Hank#777777"));
-    Exit(again);
+    LogInAndExit(sim, "hank", "Hank#777777");
 }
 
 TEST(UsersPassword, AnEditedPolicyRefusesPasswordsThatBreakIt) {
@@ -60,8 +47,7 @@ TEST(UsersPassword, AnEditedPolicyRefusesPasswordsThatBreakIt) {
     Choose(console, kPasswordPolicy, "Users - Password Policy");
     console.Expect("Minimal length : ");
     console.Expect("Number of days for expiration (0 for disabled) : ");
-    console.Expect("Do you want to edit it (y/[n]): ");
-    console.Send("y\n");
+    Answer(console, "Do you want to edit it (y/[n]): ", "y\n");
     const std::pair<const char *, const char *> answers[] = {
         {"Minimal length (8-16): ", "12\n"},
         {"Number of special characters : ", "1\n"},
@@ -71,8 +57,7 @@ TEST(UsersPassword, AnEditedPolicyRefusesPasswordsThatBreakIt) {
         {"Number of days for expiration (0 for disabled) : ", "0\n"},
     };
     for (const auto &[prompt, answer] : answers) {
-        console.Expect(prompt);
-        console.Send(answer);
+        Answer(console, prompt, answer);
     }
     console.Expect("\nPolicy changed successfully.\n");
     Continue(console);
@@ -83,16 +68,12 @@ TEST(UsersPassword, AnEditedPolicyRefusesPasswordsThatBreakIt) {
         "Number of uppercase characters : 2\nNumber of lowercase characters : 1\n"
         "Number of invalid logins before block (0 for disabled): 3\n"
         "Number of days for expiration (0 for disabled) : 0\n");
-    console.Expect("Do you want to edit it (y/[n]): ");
-    console.Send("\n");
+    Answer(console, "Do you want to edit it (y/[n]): ", "\n");
     Continue(console);
 
     // Long enough but with a single uppercase letter.
     BeginCreate(console, "ivan", "Ivan#1234567");
-    DeclineLocalFlags(console);
-    console.Expect("Require Two Factor Authentication (y/[n]): ");
-    console.Send("\n");
-    FinishCreate(console, "\n\n\n\n\n");
+    AnswerPlainUser(console);
     console.Expect("\nError creating user. ");
     Continue(console);
     Exit(console);

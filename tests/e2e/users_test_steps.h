@@ -27,8 +27,7 @@ inline void Choose(PtyDriver &console, const char *number, const std::string &he
 
 // Answers the pause after an action and waits for the menu's prompt again.
 inline void Continue(PtyDriver &console) {
-    console.Expect(kPause);
-    console.Send("\n");
+    Answer(console, kPause, "\n");
     console.Expect("Option : ");
 }
 
@@ -44,42 +43,38 @@ inline bool LogIn(PtyDriver &console, const std::string &password) {
 // As an operator: "Create", type User, the id and the password twice.
 inline void BeginCreate(PtyDriver &console, const std::string &id, const std::string &password) {
     Choose(console, kCreate, "Users - Create");
-    console.Expect(" 1 - User\n 2 - Operator (all permissions enabled)\nOption : ");
-    console.Send("1\n");
-    console.Expect("User ID: ");
-    console.Send(id + "\n");
-    console.Expect("Password: ");
-    console.SendSecret(password + "\n");
-    console.Expect("Confirm password: ");
-    console.SendSecret(password + "\n");
+    Answer(console, " 1 - User\n 2 - Operator (all permissions enabled)\nOption : ", "1\n");
+    Answer(console, "User ID: ", id + "\n");
+    AnswerSecret(console, "Password: ", password + "\n");
+    AnswerSecret(console, "Confirm password: ", password + "\n");
 }
 
 // Declines M of N and local-crypto.
 inline void DeclineLocalFlags(PtyDriver &console) {
-    console.Expect("Require Authorization on Local Console with M of N Scheme (y/[n]): ");
-    console.Send("\n");
-    console.Expect("Enable local-crypto (y/[n]): ");
-    console.Send("\n");
+    Answer(console, "Require Authorization on Local Console with M of N Scheme (y/[n]): ", "\n");
+    Answer(console, "Enable local-crypto (y/[n]): ", "\n");
 }
 
 // The questions after the second factor: change at logon no, then `permissions` (five
 // answers, one per line).
 inline void FinishCreate(PtyDriver &console, const std::string &permissions) {
-    console.Expect("Require User to Change Password at Next LogOn (y/[n]): ");
-    console.Send("\n");
+    Answer(console, "Require User to Change Password at Next LogOn (y/[n]): ", "\n");
     console.Expect("System permissions: \n");
-    console.Expect("Create/Remove Users (y/[n]): ");
-    console.Send(permissions);
+    Answer(console, "Create/Remove Users (y/[n]): ", permissions);
+}
+
+// Every question after the password: no flags, no second factor, then `permissions`.
+inline void AnswerPlainUser(PtyDriver &console, const std::string &permissions = "\n\n\n\n\n") {
+    DeclineLocalFlags(console);
+    Answer(console, "Require Two Factor Authentication (y/[n]): ", "\n");
+    FinishCreate(console, permissions);
 }
 
 // A whole creation of a user without flags or second factor.
 inline void CreatePlainUser(PtyDriver &console, const std::string &id, const std::string &password,
                             const std::string &permissions = "\n\n\n\n\n") {
     BeginCreate(console, id, password);
-    DeclineLocalFlags(console);
-    console.Expect("Require Two Factor Authentication (y/[n]): ");
-    console.Send("\n");
-    FinishCreate(console, permissions);
+    AnswerPlainUser(console, permissions);
     console.Expect("\n\nUser '" + id + "' successfully created.\n");
     Continue(console);
 }
