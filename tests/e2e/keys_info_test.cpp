@@ -188,7 +188,6 @@ TEST(KeysInfo, KeyIsBlockedAndUnblockedFromItsScreen) {
     KeysConsole console;
     ASSERT_TRUE(console.ready());
     console.ImportedClearKey("4", "1", "b-key", kAesKey);
-
     console.Choose("Attributes", "Keys/Objects - Attributes\n\n");
     console.Answer("Name (HSM) : ", "b-key\n");
     // Each round: the state the HSM reports, the action it offers, and its result; the

@@ -18,21 +18,6 @@ const char kDetails[] = "4\n";
 const char kList[] = "5\n";
 const char kRunGc[] = "6\n";
 
-// Issues a token without expiration and returns its text.
-std::string IssueWithoutExpiration(PtyDriver &console) {
-    Choose(console, kIssue, "Users - Access Tokens - Issue");
-    console.Expect("Please note: the HSM operator may revoke Access Tokens at any time!");
-    Answer(console,
-           "Expiration date (GMT): (YYYYMMDD [hhmmss] or ENTER for no expiration) : ", "\n");
-    console.Expect("\n\nAccess Token issued successfully.\n\n");
-    const std::string out = console.Output();
-    const size_t end = out.rfind("\n\nAccess Token issued successfully.");
-    const size_t begin = out.rfind('\n', end - 1) + 1;
-    console.Expect("Expiration date: none\n");
-    Continue(console);
-    return out.substr(begin, end - begin);
-}
-
 std::vector<std::string> TokenArgs(const SimProcess &sim, const std::string &token) {
     return {"127.0.0.1", "-a", token, "-p", std::to_string(sim.port())};
 }
@@ -43,7 +28,18 @@ TEST(TokensAccess, AnIssuedTokenLogsInUntilItIsRevoked) {
     ASSERT_TRUE(LogIn(console, sim.initPassword()));
     Choose(console, kAccessTokens, "Users - Access Tokens\n\n");
     console.Expect("Option : ");
-    const std::string token = IssueWithoutExpiration(console);
+    Choose(console, kIssue, "Users - Access Tokens - Issue");
+    console.Expect("Please note: the HSM operator may revoke Access Tokens at any time!");
+    Answer(console,
+           "Expiration date (GMT): (YYYYMMDD [hhmmss] or ENTER for no expiration) : ", "\n");
+    console.Expect("\n\nAccess Token issued successfully.\n\n");
+    // The token is the line printed just before the message.
+    const std::string out = console.Output();
+    const size_t end = out.rfind("\n\nAccess Token issued successfully.");
+    const size_t begin = out.rfind('\n', end - 1) + 1;
+    const std::string token = out.substr(begin, end - begin);
+    console.Expect("Expiration date: none\n");
+    Continue(console);
     ASSERT_EQ(token.size(), 44u) << token;
 
     Choose(console, kList, "Users - Access Tokens - List");
