@@ -1,5 +1,5 @@
 // Login and session rules that depend on time, driven through the dispatcher with a clock
-// the test moves.
+// the test moves, and the removal of a user whose session is still open.
 
 #include <gtest/gtest.h>
 
@@ -30,7 +30,9 @@ class SimLoginService : public ::testing::Test {
         : dir_(MakeTempDir()), data_(dir_, clock_), hsm_{data_.users(), data_.masterKey(),
                                                          sessions_,     clock_,
                                                          identity_,     data_.keys()} {
-        EXPECT_EQ(data_.users().AddUser("dave", sim::HashPassword("Dave#12345"), 0),
+        EXPECT_EQ(data_.users().AddUser("op", sim::HashPassword("Operator#1"), 0x80),
+                  sim::Result::kOk);
+        EXPECT_EQ(data_.users().AddUser("dave", sim::HashPassword("Dave#12345"), 0x10),
                   sim::Result::kOk);
     }
     ~SimLoginService() override { std::filesystem::remove_all(dir_); }
@@ -45,11 +47,19 @@ class SimLoginService : public ::testing::Test {
         return sim::Dispatch(hsm_, conn, request);
     }
 
-    static wire::pb::Request Login(const std::string &password) {
+    static wire::pb::Request Login(const std::string &password, const std::string &user = "dave") {
         wire::pb::Request request;
         request.mutable_login()->set_method(16);
-        request.mutable_login()->set_user("dave");
+        request.mutable_login()->set_user(user);
         request.mutable_login()->set_password(password);
+        return request;
+    }
+
+    static wire::pb::Request ExpireAfter(uint8_t days) {
+        const char policy[7] = {0, static_cast<char>(days), 0, 8, 0, 0, 0};
+        wire::pb::Request request;
+        request.mutable_adm_operation()->set_operation(25);
+        request.mutable_adm_operation()->set_data(policy, sizeof policy);
         return request;
     }
 
@@ -68,9 +78,11 @@ class SimLoginService : public ::testing::Test {
 };
 
 TEST_F(SimLoginService, PasswordExpiresWithAgeAndAChangeRestoresTheSession) {
-    sim::PasswordPolicy policy;
-    policy.expiryDays = 30;
-    data_.users().SavePolicy(policy);
+    sim::ConnectionState op, dave;
+    ASSERT_EQ(Send(dave, Login("Dave#12345")).status(), wire::OK);
+    EXPECT_EQ(Send(dave, ExpireAfter(30)).status(), wire::ERR_ACCESS_DENIED);
+    ASSERT_EQ(Send(op, Login("Operator#1", "op")).status(), wire::OK);
+    ASSERT_EQ(Send(op, ExpireAfter(30)).status(), wire::OK);
 
     clock_.Advance(30 * kDay);
     sim::ConnectionState fresh;
@@ -121,6 +133,22 @@ TEST_F(SimLoginService, SecondLoginOnASessionAndLogoutRules) {
     EXPECT_EQ(Send(conn, logout).status(), wire::OK);
     EXPECT_EQ(sessions_.size(), 0u);
     EXPECT_EQ(Send(conn, ReadOwnAcl()).status(), wire::ERR_NOT_AUTHENTICATED);
+}
+
+TEST_F(SimLoginService, RemovedUsersSessionEndsAtItsNextRequest) {
+    sim::ConnectionState dave, op;
+    ASSERT_EQ(Send(dave, Login("Dave#12345")).status(), wire::OK);
+    ASSERT_EQ(Send(op, Login("Operator#1", "op")).status(), wire::OK);
+    wire::pb::Request remove;
+    remove.mutable_remove_user()->set_user("dave");
+    ASSERT_EQ(Send(op, remove).status(), wire::OK);
+
+    wire::pb::Request random;
+    random.mutable_get_random()->set_length(4);
+    EXPECT_EQ(Send(dave, random).status(), wire::ERR_SESSION_EXPIRED);
+    EXPECT_TRUE(dave.closeAfterReply);
+    EXPECT_FALSE(dave.session);
+    EXPECT_EQ(sessions_.size(), 1u);
 }
 
 TEST(SimMasterKey, SealedDataOpensOnlyUnchangedAndUnderTheSameKey) {
