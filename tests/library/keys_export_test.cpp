@@ -77,12 +77,6 @@ TEST_F(ExportTest, ClearExportRefusesWhatTheKeyDoesNotAllow) {
     QKeyHandle again = Import("des", Q_KEY_EXPORTABLE);
     EXPECT_EQ(Export(des), Error(Q_ERR_NOT_FOUND));
     EXPECT_EQ(Export(again), "0123456789ABCDEF");
-
-    AddUser("bob", "Bob#123456");
-    QSessionHandle bob = 0;
-    ASSERT_EQ(Open(PasswordRecord(sim_.port(), "bob", "Bob#123456"), &bob), Q_OK);
-    QKeyHandle stolen = 0;
-    EXPECT_EQ(QGetUserKey(bob, "des", 0, &stolen), Q_ERR_NOT_FOUND);
 }
 
 TEST_F(ExportTest, BlockedKeyKeepsItsCheckValueButCannotLeave) {

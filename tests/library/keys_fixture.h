@@ -23,15 +23,7 @@ class KeysTest : public LibraryTest {
     // The names QListObjs delivers, in order.
     static std::vector<std::string> List(QSessionHandle session) {
         std::vector<std::string> names;
-        EXPECT_EQ(QListObjs(
-                      session,
-                      [](const char *name, void *context, int isFinal) -> uint32_t {
-                          if (!isFinal)
-                              static_cast<std::vector<std::string> *>(context)->push_back(name);
-                          return 0;
-                      },
-                      &names),
-                  Q_OK);
+        EXPECT_EQ(QListObjs(session, CollectNames, &names), Q_OK);
         return names;
     }
 

@@ -117,15 +117,7 @@ TEST_F(ObjectsTest, MapsNeedKeysOfThePartition) {
     EXPECT_EQ(QGetPkcs11Map(session_, "map", 1, 0, &info), Q_ERR_WRONG_OBJECT_TYPE);
 
     std::vector<std::string> maps;
-    ASSERT_EQ(QListPkcs11Maps(
-                  session_,
-                  [](const char *name, void *context, int isFinal) -> uint32_t {
-                      if (!isFinal)
-                          static_cast<std::vector<std::string> *>(context)->push_back(name);
-                      return 0;
-                  },
-                  &maps),
-              Q_OK);
+    ASSERT_EQ(QListPkcs11Maps(session_, CollectNames, &maps), Q_OK);
     EXPECT_EQ(maps, std::vector<std::string>{"p11"});
 }
 

@@ -1,5 +1,6 @@
 #pragma once
-// A small self-signed certificate made at test time, so no binary file is checked in.
+// A small self-signed certificate and its key made at test time, so no binary file is
+// checked in; also serves as a client identity for mutual TLS.
 
 #include <openssl/evp.h>
 #include <openssl/pem.h>
@@ -13,12 +14,26 @@ struct TestCertificate {
     std::vector<uint8_t> der;
     std::string pem;
     std::vector<uint8_t> keyId;  // SHA-1 of the subject public key, as OpenSSL computes it
+    std::shared_ptr<EVP_PKEY> key;
+    std::shared_ptr<X509> cert;
+
+    std::string DerText() const { return std::string(der.begin(), der.end()); }
+
+    // The private key as PEM, encrypted under `password`.
+    std::string KeyPem(const char *password) const {
+        std::unique_ptr<BIO, decltype(&BIO_free)> bio(BIO_new(BIO_s_mem()), &BIO_free);
+        PEM_write_bio_PrivateKey(bio.get(), key.get(), EVP_aes_256_cbc(), nullptr, 0, nullptr,
+                                 const_cast<char *>(password));
+        char *text = nullptr;
+        long length = BIO_get_mem_data(bio.get(), &text);
+        return std::string(text, static_cast<size_t>(length));
+    }
 };
 
 // A P-256 certificate for `commonName`, valid for a day from now.
 inline TestCertificate MakeTestCertificate(const char *commonName) {
-    std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> key(EVP_EC_gen("P-256"), &EVP_PKEY_free);
-    std::unique_ptr<X509, decltype(&X509_free)> cert(X509_new(), &X509_free);
+    std::shared_ptr<EVP_PKEY> key(EVP_EC_gen("P-256"), &EVP_PKEY_free);
+    std::shared_ptr<X509> cert(X509_new(), &X509_free);
     X509_set_version(cert.get(), X509_VERSION_3);
     ASN1_INTEGER_set(X509_get_serialNumber(cert.get()), 0x1234);
     X509_gmtime_adj(X509_getm_notBefore(cert.get()), 0);
@@ -44,5 +59,7 @@ inline TestCertificate MakeTestCertificate(const char *commonName) {
     unsigned int digestLength = 0;
     X509_pubkey_digest(cert.get(), EVP_sha1(), digest, &digestLength);
     out.keyId.assign(digest, digest + digestLength);
+    out.key = key;
+    out.cert = cert;
     return out;
 }

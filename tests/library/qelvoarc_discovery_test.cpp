@@ -1,18 +1,10 @@
 // Finding HSMs and fetching their TLS certificate without a session.
 
-#include <fstream>
-#include <iterator>
-
 #include "qelvoarc_fixture.h"
 
 namespace {
 
 using DiscoveryTest = LibraryTest;
-
-std::string ReadFile(const std::string &path) {
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-}
 
 TEST_F(DiscoveryTest, ProbeFindsTheSimulatorOnce) {
     ASSERT_EQ(setenv("QELVOARC_DISCOVERY_PORT", std::to_string(sim_.discoveryPort()).c_str(), 1),
@@ -39,7 +31,7 @@ TEST_F(DiscoveryTest, SilentNetworkGivesAnEmptyList) {
 }
 
 TEST_F(DiscoveryTest, TlsCertificateExportMatchesTheServerCertificate) {
-    std::string expected = ReadFile(sim_.dataDir() + "/tls.crt");
+    std::string expected = ServerCertificate();
     ASSERT_FALSE(expected.empty());
     uint8_t *pem = nullptr;
     uint32_t pemLength = 0;

@@ -5,7 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <string>
+#include <vector>
 
 #include "qelvoarc.h"
 #include "sim_process.h"
@@ -20,6 +23,13 @@ inline QPasswordLoginRecord PasswordRecord(uint16_t port, const std::string &use
                 std::min(password.size(), sizeof record.password));
     record.authMode = Q_AUTH_PASSWORD;
     return record;
+}
+
+// A listing callback that appends each delivered name to the std::vector<std::string> at
+// `context`.
+inline uint32_t CollectNames(const char *name, void *context, int isFinal) {
+    if (!isFinal) static_cast<std::vector<std::string> *>(context)->push_back(name);
+    return 0;
 }
 
 // Each test gets its own simulator and an initialised library, finalised afterwards.
@@ -47,6 +57,12 @@ class LibraryTest : public ::testing::Test {
     void AddUser(const std::string &user, const std::string &password,
                  const std::string &acl = "0") {
         ASSERT_EQ(sim_.Simctl({"add-user", user, password, "--acl", acl}), 0);
+    }
+
+    // The PEM certificate the simulator presents on TLS connections.
+    std::string ServerCertificate() const {
+        std::ifstream file(sim_.dataDir() + "/tls.crt", std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
     }
 
     SimProcess sim_;

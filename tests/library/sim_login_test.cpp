@@ -1,13 +1,9 @@
 // Login rules and the session services the simulator enforces, at the protocol level.
 
-#include <openssl/evp.h>
-#include <openssl/pem.h>
-#include <openssl/x509.h>
-
-#include <cstdio>
 #include <ctime>
-#include <memory>
+#include <fstream>
 
+#include "keys_test_certificate.h"
 #include "sim_process.h"
 #include "sim_raw_client.h"
 
@@ -68,58 +64,38 @@ TEST(SimLogin, OathSecondFactorWithLookAheadAndNoReuse) {
     SimProcess sim;
     ASSERT_EQ(sim.Simctl({"add-user", "otp", "Otp#123456", "--acl", "0x20000000"}), 0);
     ASSERT_EQ(sim.Simctl({"set-otp", "otp", "hotp", kHotpSeedHex}), 0);
+    auto withOtp = [&](const char *otp) {
+        return Status(sim, PasswordLogin("otp", "Otp#123456", 1, otp));
+    };
     EXPECT_EQ(Status(sim, PasswordLogin("otp", "Otp#123456")), wire::ERR_OTP_REQUIRED);
-    EXPECT_EQ(Status(sim, PasswordLogin("otp", "Otp#123456", 1, "000000")), wire::ERR_OTP_INVALID);
-    EXPECT_EQ(Status(sim, PasswordLogin("otp", "Otp#123456", 1, kHotpCodes[3])), wire::OK);
-    EXPECT_EQ(Status(sim, PasswordLogin("otp", "Otp#123456", 1, kHotpCodes[3])),
-              wire::ERR_OTP_INVALID);
-    EXPECT_EQ(Status(sim, PasswordLogin("otp", "Otp#123456", 1, kHotpCodes[1])),
-              wire::ERR_OTP_INVALID);  // behind the counter
-    EXPECT_EQ(Status(sim, PasswordLogin("otp", "Otp#123456", 1, kHotpCodes[13])), wire::OK);
-    EXPECT_EQ(Status(sim, PasswordLogin("otp", "Otp#123456", 1, kHotpCodes[4])),
-              wire::ERR_OTP_INVALID);
+    EXPECT_EQ(withOtp("000000"), wire::ERR_OTP_INVALID);
+    EXPECT_EQ(withOtp(kHotpCodes[3]), wire::OK);
+    EXPECT_EQ(withOtp(kHotpCodes[3]), wire::ERR_OTP_INVALID);
+    EXPECT_EQ(withOtp(kHotpCodes[1]), wire::ERR_OTP_INVALID);  // behind the counter
+    EXPECT_EQ(withOtp(kHotpCodes[13]), wire::OK);
+    EXPECT_EQ(withOtp(kHotpCodes[4]), wire::ERR_OTP_INVALID);
 
     // An OTP offered by a user without a token is wrong, not ignored.
     EXPECT_EQ(Status(sim, PasswordLogin("master", sim.initPassword(), 1, kHotpCodes[0])),
               wire::ERR_OTP_INVALID);
 }
 
-struct ClientIdentity {
-    std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> key{EVP_EC_gen("P-256"), &EVP_PKEY_free};
-    std::unique_ptr<X509, decltype(&X509_free)> cert{X509_new(), &X509_free};
-
-    explicit ClientIdentity(const char *name) {
-        ASN1_INTEGER_set(X509_get_serialNumber(cert.get()), 7);
-        X509_gmtime_adj(X509_getm_notBefore(cert.get()), 0);
-        X509_gmtime_adj(X509_getm_notAfter(cert.get()), 3600);
-        X509_NAME_add_entry_by_txt(X509_get_subject_name(cert.get()), "CN", MBSTRING_ASC,
-                                   reinterpret_cast<const unsigned char *>(name), -1, -1, 0);
-        X509_set_issuer_name(cert.get(), X509_get_subject_name(cert.get()));
-        X509_set_pubkey(cert.get(), key.get());
-        X509_sign(cert.get(), key.get(), EVP_sha256());
-    }
-    void WritePem(const std::string &path) const {
-        FILE *file = std::fopen(path.c_str(), "w");
-        PEM_write_X509(file, cert.get());
-        std::fclose(file);
-    }
-    ClientTlsIdentity identity() const { return {cert.get(), key.get()}; }
-};
-
 TEST(SimLogin, MutualTlsComparesTheRegisteredCertificate) {
     SimProcess sim;
-    ClientIdentity registered("bob"), stranger("mallory");
+    TestCertificate registered = MakeTestCertificate("bob"),
+                    stranger = MakeTestCertificate("mallory");
     std::string pem = sim.dataDir() + "/bob.pem";
-    registered.WritePem(pem);
+    std::ofstream(pem) << registered.pem;
     ASSERT_EQ(sim.Simctl({"add-user", "bob", "Bob#1234567", "--acl", "0x10000000"}), 0);
     ASSERT_EQ(sim.Simctl({"set-cert", "bob", pem}), 0);
 
     EXPECT_EQ(Status(sim, PasswordLogin("bob", "Bob#1234567"), true), wire::ERR_CERT_REQUIRED);
     RawClient anonymousTls(sim.port(), true);
     EXPECT_EQ(anonymousTls.Status(PasswordLogin("bob", "Bob#1234567", 2)), wire::ERR_CERT_REQUIRED);
-    RawClient wrong(sim.port(), true, stranger.identity());
+    RawClient wrong(sim.port(), true, ClientTlsIdentity{stranger.cert.get(), stranger.key.get()});
     EXPECT_EQ(wrong.Status(PasswordLogin("bob", "Bob#1234567", 2)), wire::ERR_CERT_MISMATCH);
-    RawClient right(sim.port(), true, registered.identity());
+    RawClient right(sim.port(), true,
+                    ClientTlsIdentity{registered.cert.get(), registered.key.get()});
     EXPECT_EQ(right.Status(PasswordLogin("bob", "Bob#1234567", 2)), wire::OK);
 }
 

@@ -11,25 +11,6 @@ namespace {
 
 class TokensTest : public UsersTest {
   protected:
-    QAccessTokenRecord Issue(QSessionHandle session, uint64_t expiration = Q_ATOKEN_NO_EXPIRATION) {
-        QAccessTokenRecord record{};
-        record.expiration = expiration;
-        EXPECT_EQ(QManageAToken(session, Q_ATOKEN_ISSUE, &record, nullptr, nullptr, 0), Q_OK);
-        return record;
-    }
-
-    uint32_t LoginWith(const uint8_t (&token)[32]) {
-        QAccessTokenLoginRecord record{};
-        std::strcpy(record.address, "127.0.0.1");
-        record.port = sim_.port();
-        std::memcpy(record.token, token, sizeof token);
-        QSessionHandle session = 0;
-        uint32_t status =
-            QOpenSession(&session, Q_LOGIN_ACCESS_TOKEN, &record, sizeof record, Q_SESSION_TLS);
-        if (session != 0) QCloseSession(&session, 0);
-        return status;
-    }
-
     static std::vector<QAccessTokenInfo> Enumerate(QSessionHandle session, uint32_t *status) {
         std::vector<QAccessTokenInfo> tokens;
         *status = QManageAToken(
@@ -63,7 +44,7 @@ TEST_F(TokensTest, IssuedTokensLogInUntilRevoked) {
     QSessionHandle alice = Login("alice");
     QAccessTokenRecord token = Issue(alice);
     EXPECT_EQ(std::string(reinterpret_cast<char *>(token.token)), "alice");
-    EXPECT_EQ(LoginWith(token.token), Q_OK);
+    EXPECT_EQ(TryTokenLogin(token.token), Q_OK);
 
     uint32_t status = 0;
     std::vector<QAccessTokenInfo> listed = Enumerate(alice, &status);
@@ -74,7 +55,7 @@ TEST_F(TokensTest, IssuedTokensLogInUntilRevoked) {
     // The listing names the token without giving away its secret.
     QAccessTokenRecord named = Named(listed[0]);
     EXPECT_NE(std::memcmp(named.token, token.token, sizeof token.token), 0);
-    EXPECT_EQ(LoginWith(named.token), Q_ERR_TOKEN_INVALID);
+    EXPECT_EQ(TryTokenLogin(named.token), Q_ERR_TOKEN_INVALID);
     int found = 0;
     auto countFound = [](const QAccessTokenInfo *info, void *context, int) -> uint32_t {
         if (info != nullptr) ++*static_cast<int *>(context);
@@ -85,7 +66,7 @@ TEST_F(TokensTest, IssuedTokensLogInUntilRevoked) {
     EXPECT_EQ(found, 2);
 
     ASSERT_EQ(QManageAToken(alice, Q_ATOKEN_REVOKE, &token, nullptr, nullptr, 0), Q_OK);
-    EXPECT_EQ(LoginWith(token.token), Q_ERR_TOKEN_INVALID);
+    EXPECT_EQ(TryTokenLogin(token.token), Q_ERR_TOKEN_INVALID);
     EXPECT_EQ(QManageAToken(alice, Q_ATOKEN_REVOKE, &token, nullptr, nullptr, 0), Q_ERR_NOT_FOUND);
     EXPECT_EQ(QManageAToken(alice, Q_ATOKEN_LOOKUP, &token, countFound, &found, 0),
               Q_ERR_NOT_FOUND);
@@ -107,7 +88,7 @@ TEST_F(TokensTest, ExpiredTokensCannotLogInAndAreCollected) {
     EXPECT_EQ(Count(), 2u);
 
     uint32_t status = Q_OK;
-    for (int i = 0; i < 100 && (status = LoginWith(shortLived.token)) == Q_OK; ++i)
+    for (int i = 0; i < 100 && (status = TryTokenLogin(shortLived.token)) == Q_OK; ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
     EXPECT_EQ(status, Q_ERR_TOKEN_EXPIRED);
 
@@ -115,7 +96,7 @@ TEST_F(TokensTest, ExpiredTokensCannotLogInAndAreCollected) {
     ASSERT_EQ(QManageATokenCache(operator_, Q_ATOKEN_CACHE_GC, &collected, 0), Q_OK);
     EXPECT_EQ(collected, 1u);
     EXPECT_EQ(Count(), 1u);
-    EXPECT_EQ(LoginWith(keeper.token), Q_OK);
+    EXPECT_EQ(TryTokenLogin(keeper.token), Q_OK);
 }
 
 TEST_F(TokensTest, UsersSeeOnlyTheirOwnTokensWithoutRemoteInfo) {
@@ -137,7 +118,7 @@ TEST_F(TokensTest, UsersSeeOnlyTheirOwnTokensWithoutRemoteInfo) {
     uint32_t count = 0;
     EXPECT_EQ(QManageATokenCache(bob, Q_ATOKEN_CACHE_COUNT, &count, 0), Q_ERR_ACCESS_DENIED);
     EXPECT_EQ(QCloseSession(&bob, 0), Q_OK);
-    EXPECT_EQ(LoginWith(aliceToken.token), Q_OK);
+    EXPECT_EQ(TryTokenLogin(aliceToken.token), Q_OK);
 
     // Remote Info sees every token and may revoke any of them by its listed name.
     QSessionHandle auditor = Login("auditor");
@@ -149,7 +130,7 @@ TEST_F(TokensTest, UsersSeeOnlyTheirOwnTokensWithoutRemoteInfo) {
     EXPECT_EQ(QManageATokenCache(auditor, Q_ATOKEN_CACHE_COUNT, &count, 0), Q_OK);
     EXPECT_EQ(count, 1u);
     EXPECT_EQ(QCloseSession(&auditor, 0), Q_OK);
-    EXPECT_EQ(LoginWith(aliceToken.token), Q_ERR_TOKEN_INVALID);
+    EXPECT_EQ(TryTokenLogin(aliceToken.token), Q_ERR_TOKEN_INVALID);
 }
 
 }  // namespace

@@ -125,9 +125,7 @@ TEST_F(UsersTest, RemovalLeavesNothingOfTheUser) {
     QKeyHandle key = 0;
     ASSERT_EQ(QGenerateKey(alice, "k1", Q_ALG_AES_128, 0, &key), Q_OK);
     EXPECT_EQ(QDestroyKey(key, 0), Q_OK);
-    QAccessTokenRecord token{};
-    token.expiration = Q_ATOKEN_NO_EXPIRATION;
-    ASSERT_EQ(QManageAToken(alice, Q_ATOKEN_ISSUE, &token, nullptr, nullptr, 0), Q_OK);
+    QAccessTokenRecord token = Issue(alice);
 
     ASSERT_EQ(QRemoveUser(operator_, "alice"), Q_OK);
     EXPECT_EQ(QRemoveUser(operator_, "alice"), Q_ERR_NOT_FOUND);
@@ -135,13 +133,7 @@ TEST_F(UsersTest, RemovalLeavesNothingOfTheUser) {
     uint8_t random[4];
     EXPECT_EQ(QGetRandom(alice, random, sizeof random), Q_ERR_SESSION_EXPIRED);
     QCloseSession(&alice, 0);
-    QAccessTokenLoginRecord byToken{};
-    std::strcpy(byToken.address, "127.0.0.1");
-    byToken.port = sim_.port();
-    std::memcpy(byToken.token, token.token, sizeof token.token);
-    QSessionHandle session = 0;
-    EXPECT_EQ(QOpenSession(&session, Q_LOGIN_ACCESS_TOKEN, &byToken, sizeof byToken, Q_SESSION_TLS),
-              Q_ERR_TOKEN_INVALID);
+    EXPECT_EQ(TryTokenLogin(token.token), Q_ERR_TOKEN_INVALID);
     uint32_t count = 1;
     ASSERT_EQ(QManageATokenCache(operator_, Q_ATOKEN_CACHE_COUNT, &count, 0), Q_OK);
     EXPECT_EQ(count, 0u);

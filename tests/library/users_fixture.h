@@ -51,6 +51,30 @@ class UsersTest : public LibraryTest {
         return status;
     }
 
+    static QAccessTokenRecord Issue(QSessionHandle session,
+                                    uint64_t expiration = Q_ATOKEN_NO_EXPIRATION) {
+        QAccessTokenRecord record{};
+        record.expiration = expiration;
+        EXPECT_EQ(QManageAToken(session, Q_ATOKEN_ISSUE, &record, nullptr, nullptr, 0), Q_OK);
+        return record;
+    }
+
+    // The status of an access-token login; its session goes to `kept` if given, else is closed.
+    uint32_t TryTokenLogin(const uint8_t (&token)[32], QSessionHandle *kept = nullptr) {
+        QAccessTokenLoginRecord record{};
+        std::strcpy(record.address, "127.0.0.1");
+        record.port = sim_.port();
+        std::memcpy(record.token, token, sizeof record.token);
+        QSessionHandle session = 0;
+        uint32_t status =
+            QOpenSession(&session, Q_LOGIN_ACCESS_TOKEN, &record, sizeof record, Q_SESSION_TLS);
+        if (kept != nullptr)
+            *kept = session;
+        else if (session != 0)
+            QCloseSession(&session, 0);
+        return status;
+    }
+
     uint32_t Acl(const std::string &user) {
         uint32_t acl = 0;
         EXPECT_EQ(QGetUserAcl(operator_, user.c_str(), &acl), Q_OK) << user;
@@ -59,13 +83,7 @@ class UsersTest : public LibraryTest {
 
     static std::vector<std::string> ListUsers(QSessionHandle session, uint32_t *status) {
         std::vector<std::string> names;
-        *status = QListUsers(
-            session,
-            [](const char *name, void *context, int isFinal) -> uint32_t {
-                if (!isFinal) static_cast<std::vector<std::string> *>(context)->push_back(name);
-                return 0;
-            },
-            &names);
+        *status = QListUsers(session, CollectNames, &names);
         return names;
     }
 

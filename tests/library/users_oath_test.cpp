@@ -40,8 +40,8 @@ QOathTokenRecord TokenRecord() {
 
 class OathTest : public UsersTest {
   protected:
-    uint32_t LoginWithOtp(const std::string &otp) {
-        QPasswordLoginRecord record = PasswordRecord(sim_.port(), "alice", "Passw0rd!x");
+    uint32_t LoginWithOtp(const std::string &otp, const std::string &password = "Passw0rd!x") {
+        QPasswordLoginRecord record = PasswordRecord(sim_.port(), "alice", password);
         record.authMode = Q_AUTH_OTP;
         record.otp = otp.c_str();
         record.otpLength = static_cast<uint32_t>(otp.size());
@@ -77,6 +77,7 @@ TEST_F(OathTest, EventTokenGuardsTheLoginAndCanBeResynchronised) {
     ASSERT_EQ(QOATHResync(operator_, "alice", Hotp(300).c_str(), Hotp(301).c_str(), 0), Q_OK);
     EXPECT_EQ(LoginWithOtp(Hotp(301)), Q_ERR_OTP_INVALID);
     EXPECT_EQ(LoginWithOtp(Hotp(302)), Q_OK);
+    EXPECT_EQ(LoginWithOtp(Hotp(303), "Passw0rd!y"), Q_ERR_AUTH_FAILED) << "OTP cannot rescue";
 
     ASSERT_EQ(QUnassignToken(operator_, Q_TOKEN_OATH_EVENT, "alice"), Q_OK);
     EXPECT_EQ(Acl("alice"), 0u);

@@ -1,8 +1,5 @@
 // The password policy and every way a password is set, and the X.509 second factor.
 
-#include <fstream>
-#include <iterator>
-
 #include "users_fixture.h"
 
 namespace {
@@ -78,17 +75,10 @@ TEST_F(PasswordTest, InvalidLoginCountBlocksTheAccount) {
 TEST_F(PasswordTest, AccessTokenSessionsCannotChangeTheirPassword) {
     ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
     QSessionHandle alice = Login("alice");
-    QAccessTokenRecord token{};
-    token.expiration = Q_ATOKEN_NO_EXPIRATION;
-    ASSERT_EQ(QManageAToken(alice, Q_ATOKEN_ISSUE, &token, nullptr, nullptr, 0), Q_OK);
+    QAccessTokenRecord token = Issue(alice);
     EXPECT_EQ(QCloseSession(&alice, 0), Q_OK);
-    QAccessTokenLoginRecord record{};
-    std::strcpy(record.address, "127.0.0.1");
-    record.port = sim_.port();
-    std::memcpy(record.token, token.token, sizeof token.token);
     QSessionHandle session = 0;
-    ASSERT_EQ(QOpenSession(&session, Q_LOGIN_ACCESS_TOKEN, &record, sizeof record, Q_SESSION_TLS),
-              Q_OK);
+    ASSERT_EQ(TryTokenLogin(token.token, &session), Q_OK);
     const char password[] = "Another#1x";
     EXPECT_EQ(QSetUserParam(session, Q_USER_PARAM_OWN_PASSWORD, password, sizeof password - 1, 0),
               Q_ERR_ACCESS_DENIED);
@@ -97,8 +87,7 @@ TEST_F(PasswordTest, AccessTokenSessionsCannotChangeTheirPassword) {
 
 TEST_F(PasswordTest, CertificateAssignmentTurnsTheX509FactorOnAndResetOff) {
     ASSERT_EQ(Create(operator_, "alice", Q_ACL_LIST_USERS), Q_OK);
-    std::ifstream file(sim_.dataDir() + "/tls.crt", std::ios::binary);
-    std::string pem((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    std::string pem = ServerCertificate();
     ASSERT_FALSE(pem.empty());
 
     QUserCertRecord record{};
