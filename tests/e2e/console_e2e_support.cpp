@@ -102,6 +102,5 @@ void LogInAndExit(const SimProcess &sim, const std::string &user, const std::str
     PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, user));
     ASSERT_TRUE(EnterPasswordAndReachMainMenu(console, password));
     EXPECT_NE(console.Output().find("ID " + user + "\n"), std::string::npos);
-    console.Send("0\n");
-    EXPECT_EQ(console.WaitExit(), 0);
+    ExitFromMainMenu(console);
 }

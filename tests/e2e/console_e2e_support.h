@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
 #include <openssl/evp.h>
 #include <openssl/x509.h>
 
@@ -64,6 +65,11 @@ inline void Answer(PtyDriver &console, const std::string &prompt, const std::str
 inline void AnswerSecret(PtyDriver &console, const std::string &prompt, const std::string &reply) {
     console.Expect(prompt);
     console.SendSecret(reply);
+}
+
+inline void ExitFromMainMenu(PtyDriver &console) {
+    console.Send("0\n");
+    EXPECT_EQ(console.WaitExit(), 0);
 }
 
 // Logs in as `user` with a password only, then leaves from the main menu with status 0.

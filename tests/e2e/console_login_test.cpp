@@ -13,11 +13,6 @@ const char kSessionLineTail[] =
 const char kOathSecondFactor[] = "536870912";  // 0x20000000
 const char kX509SecondFactor[] = "268435456";  // 0x10000000
 
-void ExitFromMainMenu(PtyDriver &console) {
-    console.Send("0\n");
-    EXPECT_EQ(console.WaitExit(), 0);
-}
-
 TEST(ConsoleLogin, PasswordLoginShowsTheSessionLineAndExitEndsWithZero) {
     SimProcess sim;
     PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));

@@ -61,8 +61,7 @@ TEST(ConsoleMenu, SafeKeepingNeedsFirmware5_0_35_0) {
                   std::string::npos);
         const bool shown = console.Output().find("Safe Keeping...") != std::string::npos;
         EXPECT_EQ(shown, std::string(firmware) == "5.0.35.0");
-        console.Send("0\n");
-        EXPECT_EQ(console.WaitExit(), 0);
+        ExitFromMainMenu(console);
     }
 }
 

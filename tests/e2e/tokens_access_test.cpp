@@ -58,7 +58,7 @@ TEST(TokensAccess, AnIssuedTokenLogsInUntilItIsRevoked) {
         PtyDriver byToken(TARSEL_PATH, TokenArgs(sim, token));
         byToken.Expect("AT master");
         byToken.Expect("Option : ");
-        Exit(byToken);
+        ExitFromMainMenu(byToken);
     }
 
     Choose(console, kRevoke, "Users - Access Tokens - Revoke");
@@ -76,7 +76,7 @@ TEST(TokensAccess, AnIssuedTokenLogsInUntilItIsRevoked) {
     Continue(console);
     console.Send("0\n");
     console.Expect("Option : ");
-    Exit(console);
+    ExitFromMainMenu(console);
 }
 
 TEST(TokensAccess, DatesAreCheckedBeforeIssueAndTheCountersAnswer) {
@@ -112,7 +112,7 @@ TEST(TokensAccess, DatesAreCheckedBeforeIssueAndTheCountersAnswer) {
     }
     console.Send("0\n");
     console.Expect("Option : ");
-    Exit(console);
+    ExitFromMainMenu(console);
 }
 
 }  // namespace

@@ -61,7 +61,7 @@ TEST(UsersAccounts, BlockedUsersCannotLogInUntilUnblockedAndRemovedOnesNever) {
                                         : "Operation cancelled!");
         Continue(console);
     }
-    Exit(console);
+    ExitFromMainMenu(console);
 
     ExpectLoginRefused(sim, "erin", "Erin#123456");
 }
@@ -85,7 +85,7 @@ TEST(UsersAccounts, AnOathEventTokenFromAKnownSeedAdmitsItsOtpAndCanBeReset) {
     Answer(withOtp, "OTP [optional, ENTER for none] : ", Hotp(kSeed, 0) + "\n");
     withOtp.Expect("ID frank");
     withOtp.Expect("Option : ");
-    Exit(withOtp);
+    ExitFromMainMenu(withOtp);
 
     ChangeAccount(console, "frank", "4");
     console.Expect("User ID: frank\n");
@@ -93,7 +93,7 @@ TEST(UsersAccounts, AnOathEventTokenFromAKnownSeedAdmitsItsOtpAndCanBeReset) {
     Answer(console, "Reset Two Factor Authentication (y/[n]): ", "y\n");
     console.Expect("User 'frank' successfully reset.");
     Continue(console);
-    Exit(console);
+    ExitFromMainMenu(console);
 
     LogInAndExit(sim, "frank", "Frank#12345");
 }

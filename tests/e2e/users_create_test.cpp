@@ -24,7 +24,7 @@ TEST(UsersCreate, ANewUserIsListedWithItsRightsAndCanLogIn) {
         "alice                           User       no  yes no  no  no                 0\n");
     console.Expect("\nTotal of users: 2\n ");
     Continue(console);
-    Exit(console);
+    ExitFromMainMenu(console);
 
     LogInAndExit(sim, "alice", "Alice#12345");
 }
@@ -85,7 +85,7 @@ TEST(UsersCreate, EachRefusalIsShownAndNothingIsCreatedOnABadConfirmation) {
     console.Expect("Local-crypto          - no\n");
     Answer(console, "Option : ", "0\n");
     Continue(console);
-    Exit(console);
+    ExitFromMainMenu(console);
 }
 
 TEST(UsersCreate, AUserCreatorCannotMakeOperatorsOrGrantWhatItLacks) {
@@ -109,7 +109,7 @@ TEST(UsersCreate, AUserCreatorCannotMakeOperatorsOrGrantWhatItLacks) {
     Choose(console, kList, "Users - List");
     console.Expect("dan                             User       yes yes no  no  no ");
     Continue(console);
-    Exit(console);
+    ExitFromMainMenu(console);
 }
 
 TEST(UsersCreate, OldFirmwareListsNoObjectCounts) {
@@ -121,7 +121,7 @@ TEST(UsersCreate, OldFirmwareListsNoObjectCounts) {
         "master                          Operator                                      -\n");
     console.Expect("\nTotal of users: 1\n ");
     Continue(console);
-    Exit(console);
+    ExitFromMainMenu(console);
 }
 
 }  // namespace

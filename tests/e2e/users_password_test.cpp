@@ -34,7 +34,7 @@ TEST(UsersPassword, MyPasswordChecksTheOldOneAgainstTheLogin) {
         console.Expect("\n\nPassword changed successfully.\n\n");
         Continue(console);
     }
-    Exit(console);
+    ExitFromMainMenu(console);
 
     LogInAndExit(sim, "hank", "Hank#777777");
 }
@@ -76,7 +76,7 @@ TEST(UsersPassword, AnEditedPolicyRefusesPasswordsThatBreakIt) {
     AnswerPlainUser(console);
     console.Expect("\nError creating user. ");
     Continue(console);
-    Exit(console);
+    ExitFromMainMenu(console);
 }
 
 }  // namespace

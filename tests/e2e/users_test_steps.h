@@ -14,10 +14,7 @@ inline constexpr const char *kRemove = "19\n";
 inline constexpr const char *kList = "20\n";
 inline constexpr const char *kAttributes = "21\n";
 inline constexpr const char *kPasswordPolicy = "23\n";
-inline constexpr const char *kMyPassword = "24\n";
 inline constexpr const char *kAccessTokens = "25\n";
-
-inline constexpr const char *kPause = "Press ENTER key to continue...";
 
 // Chooses a main-menu item and waits for its heading.
 inline void Choose(PtyDriver &console, const char *number, const std::string &heading) {
@@ -27,13 +24,8 @@ inline void Choose(PtyDriver &console, const char *number, const std::string &he
 
 // Answers the pause after an action and waits for the menu's prompt again.
 inline void Continue(PtyDriver &console) {
-    Answer(console, kPause, "\n");
+    Answer(console, "Press ENTER key to continue...", "\n");
     console.Expect("Option : ");
-}
-
-inline void Exit(PtyDriver &console) {
-    console.Send("0\n");
-    EXPECT_EQ(console.WaitExit(), 0);
 }
 
 inline bool LogIn(PtyDriver &console, const std::string &password) {
