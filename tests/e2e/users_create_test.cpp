@@ -79,8 +79,7 @@ TEST(UsersCreate, EachRefusalIsShownAndNothingIsCreatedOnABadConfirmation) {
     console.Expect("User 'bob' successfully created.");
     Continue(console);
 
-    Choose(console, kAttributes, "Users - Attributes");
-    Answer(console, "User ID: ", "bob\n");
+    OpenAccount(console, "bob");
     console.Expect("Partition M of N auth - yes\n");
     console.Expect("Local-crypto          - no\n");
     Answer(console, "Option : ", "0\n");

@@ -32,6 +32,12 @@ inline bool LogIn(PtyDriver &console, const std::string &password) {
     return EnterPasswordAndReachMainMenu(console, password);
 }
 
+// Shows the account `id` from "Attributes", up to its change menu.
+inline void OpenAccount(PtyDriver &console, const std::string &id) {
+    Choose(console, kAttributes, "Users - Attributes");
+    Answer(console, "User ID: ", id + "\n");
+}
+
 // As an operator: "Create", type User, the id and the password twice.
 inline void BeginCreate(PtyDriver &console, const std::string &id, const std::string &password) {
     Choose(console, kCreate, "Users - Create");
