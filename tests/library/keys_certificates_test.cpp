@@ -26,7 +26,7 @@ class CertificatesTest : public KeysTest {
         uint32_t status = QGetUserKey(session, name, 0, &key);
         if (status == Q_OK) status = QExportKey(key, 0, blobType, &blob, &length, 0);
         QDestroyKey(key, 0);
-        if (status != Q_OK) return "error " + std::to_string(status);
+        if (status != Q_OK) return Error(status);
         std::string bytes(reinterpret_cast<char *>(blob), length);
         QFree(blob);
         return bytes;
@@ -95,14 +95,12 @@ TEST_F(CertificatesTest, HsmRefusesWhatIsNotACertificate) {
     QKeyHandle key = 0;
     ASSERT_EQ(QGenerateKey(session_, "aes", Q_ALG_AES_128, Q_KEY_EXPORTABLE, &key), Q_OK);
     EXPECT_EQ(QDestroyKey(key, 0), Q_OK);
-    const std::string wrongType = "error " + std::to_string(Q_ERR_WRONG_OBJECT_TYPE);
+    const std::string wrongType = Error(Q_ERR_WRONG_OBJECT_TYPE);
     EXPECT_EQ(Export(session_, "c", Q_BLOB_CLEAR_SYMMETRIC), wrongType);
     EXPECT_EQ(Export(session_, "aes", Q_BLOB_X509_CERT), wrongType);
 
     AddUser("alice", "Alice#12345");
-    QSessionHandle alice = 0;
-    ASSERT_EQ(Open(PasswordRecord(sim_.port(), "alice", "Alice#12345"), &alice), Q_OK);
-    EXPECT_EQ(Export(alice, "c", Q_BLOB_X509_CERT), "error " + std::to_string(Q_ERR_NOT_FOUND));
+    EXPECT_EQ(Export(Login("alice", "Alice#12345"), "c", Q_BLOB_X509_CERT), Error(Q_ERR_NOT_FOUND));
 }
 
 }  // namespace

@@ -35,8 +35,6 @@ class ExportTest : public KeysTest {
     static uint32_t SetBlocked(QKeyHandle key, uint32_t value, uint32_t length = 4) {
         return QSetKeyParam(key, Q_KEY_PARAM_BLOCKED, &value, length, 0);
     }
-
-    static std::string Error(uint32_t status) { return "error " + std::to_string(status); }
 };
 
 TEST_F(ExportTest, ClearExportGivesBackTheKeyTheHsmHolds) {
@@ -95,8 +93,7 @@ TEST_F(ExportTest, BlockedKeyKeepsItsCheckValueButCannotLeave) {
 
     // The HSM keeps the state: a restart and a fresh handle see it.
     sim_.Restart();
-    QSessionHandle session = 0;
-    ASSERT_EQ(Open(PasswordRecord(sim_.port(), "master", sim_.initPassword()), &session), Q_OK);
+    QSessionHandle session = OpenOperator();
     QKeyHandle reopened = 0;
     ASSERT_EQ(QGetUserKey(session, "des", 0, &reopened), Q_OK);
     EXPECT_EQ(Word(reopened, Q_KEY_PARAM_BLOCKED), 1u);

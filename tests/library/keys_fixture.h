@@ -13,6 +13,12 @@ class KeysTest : public LibraryTest {
         session_ = OpenOperator();
     }
 
+    void Generate(const std::string &name, uint32_t algorithm = Q_ALG_AES_128) {
+        QKeyHandle key = 0;
+        ASSERT_EQ(QGenerateKey(session_, name.c_str(), algorithm, 0, &key), Q_OK) << name;
+        ASSERT_EQ(QDestroyKey(key, 0), Q_OK);
+    }
+
     static uint32_t Word(QKeyHandle key, uint32_t param) {
         uint32_t value = 0xFFFFFFFFu;
         uint32_t length = sizeof value;
@@ -38,13 +44,15 @@ class KeysTest : public LibraryTest {
         return out;
     }
 
+    static std::string Error(uint32_t status) { return "error " + std::to_string(status); }
+
   protected:
     static std::string Kcv(QSessionHandle session, const char *name,
                            uint32_t format = Q_KCV_FORMAT_KCV) {
         uint8_t kcv[8] = {};
         uint32_t length = sizeof kcv;
         uint32_t status = QEFTGetKcv(session, name, format, kcv, &length, 0);
-        return status == Q_OK ? Hex(kcv, length) : "error " + std::to_string(status);
+        return status == Q_OK ? Hex(kcv, length) : Error(status);
     }
 
     QSessionHandle session_ = 0;

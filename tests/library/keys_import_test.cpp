@@ -12,7 +12,7 @@ std::string OfflineKcv(uint32_t format, uint32_t algorithm, const uint8_t *key, 
     uint8_t kcv[3] = {};
     uint32_t kcvLength = sizeof kcv;
     uint32_t status = QEFTGenKCVOffline(format, algorithm, key, length, 0, kcv, &kcvLength, 0);
-    return status == Q_OK ? KeysTest::Hex(kcv, kcvLength) : "error " + std::to_string(status);
+    return status == Q_OK ? KeysTest::Hex(kcv, kcvLength) : KeysTest::Error(status);
 }
 
 TEST_F(KeysTest, ClearImportKeepsTheKeyItWasGiven) {
@@ -45,9 +45,8 @@ TEST_F(KeysTest, ClearImportKeepsTheKeyItWasGiven) {
         EXPECT_EQ(QDestroyKey(key, 0), Q_OK);
     }
     EXPECT_EQ(Kcv(session_, "alg10"), "DE1889") << "RC4 keystream of a zero key";
-    EXPECT_EQ(Kcv(session_, "alg94"), "error " + std::to_string(Q_ERR_BAD_ALGORITHM));
-    EXPECT_EQ(Kcv(session_, "alg91", Q_KCV_FORMAT_CMAC),
-              "error " + std::to_string(Q_ERR_BAD_ALGORITHM));
+    EXPECT_EQ(Kcv(session_, "alg94"), Error(Q_ERR_BAD_ALGORITHM));
+    EXPECT_EQ(Kcv(session_, "alg91", Q_KCV_FORMAT_CMAC), Error(Q_ERR_BAD_ALGORITHM));
 }
 
 TEST_F(KeysTest, ClearImportRefusesBadInput) {
@@ -59,8 +58,8 @@ TEST_F(KeysTest, ClearImportRefusesBadInput) {
         Q_ERR_BAD_ALGORITHM);
     EXPECT_EQ(QImportKey(session_, "k", 0, 99, Q_ALG_DES, 0, kDesKey, 8, &key),
               Q_ERR_NOT_SUPPORTED);
-    EXPECT_EQ(Kcv(session_, "k"), "error " + std::to_string(Q_ERR_NOT_FOUND));
-    EXPECT_EQ(Kcv(session_, "k", 7), "error " + std::to_string(Q_ERR_INVALID_PARAMETER));
+    EXPECT_EQ(Kcv(session_, "k"), Error(Q_ERR_NOT_FOUND));
+    EXPECT_EQ(Kcv(session_, "k", 7), Error(Q_ERR_INVALID_PARAMETER));
 }
 
 TEST_F(KeysTest, OfflineCheckValues) {
@@ -68,12 +67,9 @@ TEST_F(KeysTest, OfflineCheckValues) {
     const uint8_t zeros[24] = {};
     EXPECT_EQ(OfflineKcv(Q_KCV_OFFLINE_KCV, Q_ALG_DES, zeros, 8), "8CA64D");
     EXPECT_EQ(OfflineKcv(Q_KCV_OFFLINE_KCV, Q_ALG_3DES_168, zeros, 24), "8CA64D");
-    EXPECT_EQ(OfflineKcv(Q_KCV_OFFLINE_KCV, Q_ALG_DES, kDesKey, 16),
-              "error " + std::to_string(Q_ERR_INVALID_LENGTH));
-    EXPECT_EQ(OfflineKcv(Q_KCV_FORMAT_KCV, Q_ALG_DES, kDesKey, 8),
-              "error " + std::to_string(Q_ERR_INVALID_PARAMETER));
-    EXPECT_EQ(OfflineKcv(Q_KCV_OFFLINE_KCV, Q_ALG_ARC4, zeros, 16),
-              "error " + std::to_string(Q_ERR_BAD_ALGORITHM));
+    EXPECT_EQ(OfflineKcv(Q_KCV_OFFLINE_KCV, Q_ALG_DES, kDesKey, 16), Error(Q_ERR_INVALID_LENGTH));
+    EXPECT_EQ(OfflineKcv(Q_KCV_FORMAT_KCV, Q_ALG_DES, kDesKey, 8), Error(Q_ERR_INVALID_PARAMETER));
+    EXPECT_EQ(OfflineKcv(Q_KCV_OFFLINE_KCV, Q_ALG_ARC4, zeros, 16), Error(Q_ERR_BAD_ALGORITHM));
 }
 
 // A DES-family record from components; the final check value is computed offline.

@@ -7,14 +7,7 @@
 
 namespace {
 
-class ObjectsTest : public KeysTest {
-  protected:
-    void Generate(const char *name, uint32_t algorithm = Q_ALG_AES_128) {
-        QKeyHandle key = 0;
-        ASSERT_EQ(QGenerateKey(session_, name, algorithm, 0, &key), Q_OK);
-        ASSERT_EQ(QDestroyKey(key, 0), Q_OK);
-    }
-};
+using ObjectsTest = KeysTest;
 
 // What a console listing does: collect the names, then open each from the final call.
 struct Listing {
@@ -124,9 +117,7 @@ TEST_F(ObjectsTest, MapsNeedKeysOfThePartition) {
 TEST_F(ObjectsTest, UsersSeeAndTouchOnlyTheirOwnPartition) {
     AddUser("alice", "Alice#12345");
     AddUser("bob", "Bob#123456");
-    QSessionHandle alice = 0, bob = 0;
-    ASSERT_EQ(Open(PasswordRecord(sim_.port(), "alice", "Alice#12345"), &alice), Q_OK);
-    ASSERT_EQ(Open(PasswordRecord(sim_.port(), "bob", "Bob#123456"), &bob), Q_OK);
+    QSessionHandle alice = Login("alice", "Alice#12345"), bob = Login("bob", "Bob#123456");
     QKeyHandle key = 0;
     ASSERT_EQ(QGenerateKey(alice, "secret", Q_ALG_AES_128, Q_KEY_EXPORTABLE, &key), Q_OK);
     EXPECT_EQ(QDestroyKey(key, 0), Q_OK);
@@ -134,7 +125,7 @@ TEST_F(ObjectsTest, UsersSeeAndTouchOnlyTheirOwnPartition) {
     EXPECT_TRUE(List(bob).empty());
     EXPECT_EQ(QGetUserKey(bob, "secret", 0, &key), Q_ERR_NOT_FOUND);
     EXPECT_EQ(QRemoveObj(bob, "secret"), Q_ERR_NOT_FOUND);
-    EXPECT_EQ(Kcv(bob, "secret"), "error " + std::to_string(Q_ERR_NOT_FOUND));
+    EXPECT_EQ(Kcv(bob, "secret"), Error(Q_ERR_NOT_FOUND));
     EXPECT_EQ(QGenerateMapObj(bob, "map", "secret", 0, "secret", 0), Q_ERR_NOT_FOUND);
     EXPECT_TRUE(List(session_).empty()) << "the operator has a partition of its own too";
 

@@ -8,12 +8,6 @@ namespace {
 
 class Pkcs11MapsTest : public KeysTest {
   protected:
-    void Generate(const std::string &name, uint32_t algorithm) {
-        QKeyHandle key = 0;
-        ASSERT_EQ(QGenerateKey(session_, name.c_str(), algorithm, 0, &key), Q_OK) << name;
-        QDestroyKey(key, 0);
-    }
-
     void ImportCertificate(const char *name) {
         QKeyHandle cert = 0;
         ASSERT_EQ(QImportKey(session_, name, 0, Q_BLOB_X509_CERT, Q_ALG_OBJ_X509_CERT, 0,

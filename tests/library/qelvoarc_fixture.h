@@ -54,6 +54,13 @@ class LibraryTest : public ::testing::Test {
         return session;
     }
 
+    // A session of `user`, or 0 with the failure recorded.
+    QSessionHandle Login(const std::string &user, const std::string &password = "Passw0rd!x") {
+        QSessionHandle session = 0;
+        EXPECT_EQ(Open(PasswordRecord(sim_.port(), user, password), &session), Q_OK) << user;
+        return session;
+    }
+
     void AddUser(const std::string &user, const std::string &password,
                  const std::string &acl = "0") {
         ASSERT_EQ(sim_.Simctl({"add-user", user, password, "--acl", acl}), 0);

@@ -36,13 +36,6 @@ class UsersTest : public LibraryTest {
         return QCreateUser(session, &record);
     }
 
-    // A session of `user`, or 0 with the failure recorded.
-    QSessionHandle Login(const std::string &user, const std::string &password = "Passw0rd!x") {
-        QSessionHandle session = 0;
-        EXPECT_EQ(Open(PasswordRecord(sim_.port(), user, password), &session), Q_OK) << user;
-        return session;
-    }
-
     // The status of a password login; a session it opens is closed again.
     uint32_t TryLogin(const std::string &user, const std::string &password = "Passw0rd!x") {
         QSessionHandle session = 0;
