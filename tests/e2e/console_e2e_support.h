@@ -2,15 +2,14 @@
 // Helpers shared by the console's end-to-end tests: command lines against a simulator,
 // scratch directories, one-time passwords and client certificates.
 
-#include <cstdint>
-#include <string>
-#include <vector>
-
 #include <gtest/gtest.h>
 #include <openssl/evp.h>
 #include <openssl/x509.h>
 
+#include <cstdint>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "pty_driver.h"
 #include "sim_process.h"
@@ -57,6 +56,7 @@ TestCertificate SelfSigned(const char *commonName, uint64_t serial, const char *
 // Writes an unencrypted P-256 key and a self-signed certificate for it, both PEM.
 void WriteClientKeyAndCertificate(const std::string &keyPath, const std::string &certPath);
 
+// Waits for `prompt` and types `reply`; the secret form types it only once echo is off.
 inline void Answer(PtyDriver &console, const std::string &prompt, const std::string &reply) {
     console.Expect(prompt);
     console.Send(reply);
