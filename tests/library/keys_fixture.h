@@ -34,16 +34,6 @@ class KeysTest : public LibraryTest {
     }
 
   public:
-    static std::string Hex(const uint8_t *data, size_t length) {
-        static const char digits[] = "0123456789ABCDEF";
-        std::string out;
-        for (size_t i = 0; i < length; ++i) {
-            out.push_back(digits[data[i] >> 4]);
-            out.push_back(digits[data[i] & 15]);
-        }
-        return out;
-    }
-
     static std::string Error(uint32_t status) { return "error " + std::to_string(status); }
 
   protected:

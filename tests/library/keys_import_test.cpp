@@ -12,7 +12,7 @@ std::string OfflineKcv(uint32_t format, uint32_t algorithm, const uint8_t *key, 
     uint8_t kcv[3] = {};
     uint32_t kcvLength = sizeof kcv;
     uint32_t status = QEFTGenKCVOffline(format, algorithm, key, length, 0, kcv, &kcvLength, 0);
-    return status == Q_OK ? KeysTest::Hex(kcv, kcvLength) : KeysTest::Error(status);
+    return status == Q_OK ? Hex(kcv, kcvLength) : KeysTest::Error(status);
 }
 
 TEST_F(KeysTest, ClearImportKeepsTheKeyItWasGiven) {

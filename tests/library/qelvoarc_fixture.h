@@ -25,6 +25,17 @@ inline QPasswordLoginRecord PasswordRecord(uint16_t port, const std::string &use
     return record;
 }
 
+// Bytes as upper-case hexadecimal text.
+inline std::string Hex(const uint8_t *data, size_t length) {
+    static const char digits[] = "0123456789ABCDEF";
+    std::string out;
+    for (size_t i = 0; i < length; ++i) {
+        out.push_back(digits[data[i] >> 4]);
+        out.push_back(digits[data[i] & 15]);
+    }
+    return out;
+}
+
 // A listing callback that appends each delivered name to the std::vector<std::string> at
 // `context`.
 inline uint32_t CollectNames(const char *name, void *context, int isFinal) {

@@ -7,16 +7,6 @@
 
 namespace {
 
-std::string Hex(const uint8_t *data, size_t length) {
-    static const char digits[] = "0123456789abcdef";
-    std::string out;
-    for (size_t i = 0; i < length; ++i) {
-        out.push_back(digits[data[i] >> 4]);
-        out.push_back(digits[data[i] & 15]);
-    }
-    return out;
-}
-
 class HashTest : public LibraryTest {
   protected:
     void SetUp() override {
@@ -51,15 +41,15 @@ class HashTest : public LibraryTest {
 };
 
 TEST_F(HashTest, DigestsMatchPublishedVectors) {
-    EXPECT_EQ(Digest(Q_HASH_MD5, {"abc"}), "900150983cd24fb0d6963f7d28e17f72");
-    EXPECT_EQ(Digest(Q_HASH_SHA1, {"abc"}), "a9993e364706816aba3e25717850c26c9cd0d89d");
+    EXPECT_EQ(Digest(Q_HASH_MD5, {"abc"}), "900150983CD24FB0D6963F7D28E17F72");
+    EXPECT_EQ(Digest(Q_HASH_SHA1, {"abc"}), "A9993E364706816ABA3E25717850C26C9CD0D89D");
     EXPECT_EQ(Digest(Q_HASH_SHA256, {"abc"}),
-              "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+              "BA7816BF8F01CFEA414140DE5DAE2223B00361A396177A9CB410FF61F20015AD");
     EXPECT_EQ(Digest(Q_HASH_SHA224, {"abc"}),
-              "23097d223405d8228642a477bda255b32aadbce4bda0b3f7e36c9da7");
+              "23097D223405D8228642A477BDA255B32AADBCE4BDA0B3F7E36C9DA7");
     EXPECT_EQ(Digest(Q_HASH_SHA3_256, {"abc"}),
-              "3a985da74fe225b2045c172d6bd390bd855f086e3e9d525b46bfe24511431532");
-    EXPECT_EQ(Digest(Q_HASH_SHA512, {"abc"}).substr(0, 32), "ddaf35a193617abacc417349ae204131");
+              "3A985DA74FE225B2045C172D6BD390BD855F086E3E9D525B46BFE24511431532");
+    EXPECT_EQ(Digest(Q_HASH_SHA512, {"abc"}).substr(0, 32), "DDAF35A193617ABACC417349AE204131");
     // Data given in several calls hashes as one message.
     EXPECT_EQ(Digest(Q_HASH_SHA256, {"a", "", "bc"}), Digest(Q_HASH_SHA256, {"abc"}));
 }
@@ -67,10 +57,10 @@ TEST_F(HashTest, DigestsMatchPublishedVectors) {
 TEST_F(HashTest, HmacMatchesRfc4231) {
     // Test case 1: key 20 x 0x0b, data "Hi There".
     EXPECT_EQ(Digest(Q_ALG_HMAC_SHA256, {"Hi There"}, std::string(20, '\x0b')),
-              "b0344c61d8db38535ca8afceaf0bf12b881dc200c9833da726e9376c2e32cff7");
+              "B0344C61D8DB38535CA8AFCEAF0BF12B881DC200C9833DA726E9376C2E32CFF7");
     // Test case 2: key "Jefe".
     EXPECT_EQ(Digest(Q_ALG_HMAC_SHA256, {"what do ya want ", "for nothing?"}, "Jefe"),
-              "5bdcc146bf60754e6a042426089575c75a003f089d2739839dec58b964ec3843");
+              "5BDCC146BF60754E6A042426089575C75A003F089D2739839DEC58B964EC3843");
 }
 
 TEST_F(HashTest, MisuseIsReportedNotIgnored) {
