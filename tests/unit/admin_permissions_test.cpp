@@ -4,8 +4,8 @@
 
 #include "admin/system_permissions.h"
 #include "apps/mofn_status.h"
-#include "console/scripted_terminal.h"
 #include "qelvoarc.h"
+#include "typed_terminal.h"
 
 namespace {
 
@@ -15,10 +15,9 @@ struct Asked {
 };
 
 Asked Ask(uint32_t allowed, uint32_t acl, const std::string &typed) {
-    ScriptedTerminal terminal(typed);
-    ScopedTerminal installed(&terminal);
+    TypedTerminal terminal(typed);
     AskPermissions(allowed, &acl);
-    return {acl, terminal.out};
+    return {acl, terminal->out};
 }
 
 TEST(AdminPermissions, AnOperatorIsAskedEveryPermissionWithTheCurrentBitAsDefault) {
@@ -40,10 +39,9 @@ TEST(AdminMofNStatus, NamesStatesAndPermissionsInTheirFixedOrder) {
     EXPECT_STREQ(MofNPermissionList(0x10 | 0x01, text), "Destroy, Partition Remove");
 
     // Without the M of N right nothing is read from the HSM: no session is needed.
-    ScriptedTerminal terminal;
-    ScopedTerminal installed(&terminal);
+    TypedTerminal terminal;
     EXPECT_EQ(ShowMofNStatus(0, "alice", Q_ACL_LIST_USERS), Q_OK);
-    EXPECT_EQ(terminal.out, "Partition M of N auth - no\n");
+    EXPECT_EQ(terminal->out, "Partition M of N auth - no\n");
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "app/new_password.h"
-#include "console/scripted_terminal.h"
+#include "typed_terminal.h"
 
 namespace {
 
@@ -15,12 +15,11 @@ struct Result {
 };
 
 Result TypeNewPassword(const std::string &typed, size_t minChars) {
-    ScriptedTerminal terminal(typed);
-    ScopedTerminal installed(&terminal);
+    TypedTerminal terminal(typed);
     char password[17] = {};
     const uint32_t status = ReadNewPassword("New Password: ", "Confirm new password: ", minChars,
                                             password, sizeof password);
-    return {status, password, terminal.out, terminal.err};
+    return {status, password, terminal->out, terminal->err};
 }
 
 TEST(AppNewPassword, ConfirmedPasswordIsReturnedAndNeverShown) {

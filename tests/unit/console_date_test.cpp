@@ -4,7 +4,7 @@
 #include <ctime>
 
 #include "console/prompts.h"
-#include "console/scripted_terminal.h"
+#include "typed_terminal.h"
 
 namespace {
 
@@ -42,28 +42,25 @@ TEST(ConsoleDateBound, FillsMissingPartsAndRejectsOtherShapes) {
 
 TEST(ConsoleDateRange, EmptyBoundsAreZeroAndABadStartSkipsTheEnd) {
     {
-        ScriptedTerminal terminal("\n2024\n");
-        ScopedTerminal scope(&terminal);
+        TypedTerminal terminal("\n2024\n");
         struct tm start = {}, end = {};
         start.tm_year = 99;
         EXPECT_EQ(ReadDateRange(&start, &end), 1);
         EXPECT_EQ(start.tm_year, 0);
         EXPECT_EQ(start.tm_mday, 0);
         EXPECT_EQ(end.tm_mday, 31);
-        EXPECT_EQ(terminal.out,
+        EXPECT_EQ(terminal->out,
                   "Start date (YYYY/MM/DD or ENTER to none) : "
                   "End date (YYYY/MM/DD or ENTER to none) : ");
     }
     {
-        ScriptedTerminal terminal("2024/1\n2024\n");
-        ScopedTerminal scope(&terminal);
+        TypedTerminal terminal("2024/1\n2024\n");
         struct tm start = {}, end = {};
         EXPECT_EQ(ReadDateRange(&start, &end), 0);
-        EXPECT_EQ(terminal.Remaining(), "2024\n");
+        EXPECT_EQ(terminal->Remaining(), "2024\n");
     }
     {
-        ScriptedTerminal terminal("2024\n24\n");
-        ScopedTerminal scope(&terminal);
+        TypedTerminal terminal("2024\n24\n");
         struct tm start = {}, end = {};
         EXPECT_EQ(ReadDateRange(&start, &end), 0);
     }

@@ -7,7 +7,7 @@
 #include "app/process_state.h"
 #include "console/menu.h"
 #include "console/menu_tree.h"
-#include "console/scripted_terminal.h"
+#include "typed_terminal.h"
 
 namespace {
 
@@ -110,8 +110,7 @@ TEST_F(ConsoleMenu, FeatureFlagsRevealTheirItems) {
 TEST_F(ConsoleMenu, PlainUserMainMenuLayoutAndNumbering) {
     Menu menu;
     EXPECT_EQ(BuildMainMenu(&menu, 0, "HEADER"), 13);
-    ScriptedTerminal terminal;
-    ScopedTerminal scope(&terminal);
+    TypedTerminal terminal;
     PrintMenu(menu, "Main Menu", "HEADER", true);
     std::string blankRow(78, ' ');
     std::string expected =
@@ -127,7 +126,7 @@ TEST_F(ConsoleMenu, PlainUserMainMenuLayoutAndNumbering) {
     for (int row = 8; row < 17; ++row)
         expected += blankRow + "\n";
     expected += "\n 0 - Exit\n\nOption : ";
-    EXPECT_EQ(terminal.out, expected);
+    EXPECT_EQ(terminal->out, expected);
 
     EXPECT_STREQ(MenuItemForChoice(menu, 19)->label, "My Password");
     EXPECT_STREQ(MenuItemForChoice(menu, 38)->label, "Tests...");
@@ -192,10 +191,9 @@ TEST_F(ConsoleMenu, SubtitlesNameTheScreenAnItemBelongsToOrOpens) {
     EXPECT_STREQ(MenuItemForChoice(nested, 4)->label, "AES");
     EXPECT_STREQ(MenuItemForChoice(nested, 4)->subtitle, "Keys/Objects - Generate");
 
-    ScriptedTerminal terminal;
-    ScopedTerminal scope(&terminal);
+    TypedTerminal terminal;
     EXPECT_EQ(NotAvailableAction(0, *password), 0);
-    EXPECT_EQ(terminal.out,
+    EXPECT_EQ(terminal->out,
               "<clear>HEADER\n\nUsers - My Password\n\n"
               "This function is not available in this version.\n");
 }
@@ -226,19 +224,17 @@ TEST_F(ConsoleMenu, LoopLeavesOnEmptyOrNonNumericReplyWithoutTouchingTheSession)
     BuildMainMenu(&menu, 0, "H");
     {
         // Non-digits are invalid in the main menu, then the pause, then ENTER exits.
-        ScriptedTerminal terminal("abc\n\n\n");
-        ScopedTerminal scope(&terminal);
+        TypedTerminal terminal("abc\n\n\n");
         RunMenu(0, menu, "Main Menu", "H", true);
-        EXPECT_NE(terminal.out.find("\n\nInvalid option.\n\nPress ENTER key to continue...\n\n"),
+        EXPECT_NE(terminal->out.find("\n\nInvalid option.\n\nPress ENTER key to continue...\n\n"),
                   std::string::npos);
-        EXPECT_EQ(terminal.Remaining(), "");
+        EXPECT_EQ(terminal->Remaining(), "");
     }
     {
-        ScriptedTerminal terminal("abc\n");
-        ScopedTerminal scope(&terminal);
+        TypedTerminal terminal("abc\n");
         RunMenu(0, menu, "HSM - EFT", "H", false);
-        EXPECT_EQ(terminal.out.find("Invalid option."), std::string::npos);
-        EXPECT_NE(terminal.out.find("\n 0 - Main Menu\n\nOption : "), std::string::npos);
+        EXPECT_EQ(terminal->out.find("Invalid option."), std::string::npos);
+        EXPECT_NE(terminal->out.find("\n 0 - Main Menu\n\nOption : "), std::string::npos);
     }
 }
 
@@ -248,9 +244,8 @@ TEST_F(ConsoleMenu, DeadSessionEndsTheProcessBeforeDispatch) {
     // No session was ever opened, so the liveness check fails before any item runs.
     EXPECT_EXIT(
         {
-            ScriptedTerminal terminal("19\n");
-            terminal.copyErrToProcess = true;
-            ScopedTerminal scope(&terminal);
+            TypedTerminal terminal("19\n");
+            terminal->copyErrToProcess = true;
             RunMenu(0, menu, "Main Menu", "H", true);
         },
         ::testing::ExitedWithCode(255), "\nError session expired\\. .* \\([0-9]+\\)\n");

@@ -7,7 +7,7 @@
 
 #include "app/process_state.h"
 #include "console/pickers.h"
-#include "console/scripted_terminal.h"
+#include "typed_terminal.h"
 
 namespace {
 
@@ -137,27 +137,24 @@ TEST_F(ConsolePickers, EveryListHasItsLabelsValuesAndOrder) {
     for (const PickerCase &picker : pickers) {
         ASSERT_EQ(picker.labels.size(), picker.values.size()) << picker.name;
         for (size_t k = 1; k <= picker.values.size(); ++k) {
-            ScriptedTerminal terminal(std::to_string(k) + "\n");
-            ScopedTerminal scope(&terminal);
+            TypedTerminal terminal(std::to_string(k) + "\n");
             int64_t value = -1;
             ASSERT_TRUE(picker.pick(&value)) << picker.name << " " << k;
             EXPECT_EQ(value, picker.values[k - 1]) << picker.name << " " << k;
-            EXPECT_EQ(terminal.out, ListingOf(picker) + "\n") << picker.name;
+            EXPECT_EQ(terminal->out, ListingOf(picker) + "\n") << picker.name;
         }
     }
 }
 
 TEST_F(ConsolePickers, CancellingRepliesLeaveTheOutputUntouched) {
     for (const char *reply : {"0\n", "\n", "2 \n", "+2\n", "7\n", ""}) {
-        ScriptedTerminal terminal(reply);
-        ScopedTerminal scope(&terminal);
+        TypedTerminal terminal(reply);
         int32_t value = -5;
         EXPECT_FALSE(PickAesSize(&value)) << reply;
         EXPECT_EQ(value, -5) << reply;
-        EXPECT_EQ(terminal.err, "\nOperation cancelled!\n") << reply;
+        EXPECT_EQ(terminal->err, "\nOperation cancelled!\n") << reply;
     }
-    ScriptedTerminal terminal("02\n");
-    ScopedTerminal scope(&terminal);
+    TypedTerminal terminal("02\n");
     int32_t value = 0;
     EXPECT_TRUE(PickAesSize(&value));
     EXPECT_EQ(value, 8);
@@ -165,11 +162,10 @@ TEST_F(ConsolePickers, CancellingRepliesLeaveTheOutputUntouched) {
 
 TEST_F(ConsolePickers, Sha3IsOfferedOnlyFromFirmwareFour) {
     gState.fwAtLeast_4_0_0_0 = false;
-    ScriptedTerminal terminal("7\n");
-    ScopedTerminal scope(&terminal);
+    TypedTerminal terminal("7\n");
     int32_t value = -5;
     EXPECT_FALSE(PickHmacType(&value));
-    EXPECT_EQ(terminal.out.find("SHA3"), std::string::npos);
+    EXPECT_EQ(terminal->out.find("SHA3"), std::string::npos);
 }
 
 TEST_F(ConsolePickers, SymmetricAndAsymmetricAlgorithmsByFamily) {
@@ -188,16 +184,14 @@ TEST_F(ConsolePickers, SymmetricAndAsymmetricAlgorithmsByFamily) {
         {"4\n\n", false, -1},
     };
     for (const Case &c : symmetric) {
-        ScriptedTerminal terminal(c.typed);
-        ScopedTerminal scope(&terminal);
+        TypedTerminal terminal(c.typed);
         int32_t algorithm = -1;
         EXPECT_EQ(GetSymKeyAlg(&algorithm), c.ok) << c.typed;
         EXPECT_EQ(algorithm, c.result) << c.typed;
     }
     const Case asymmetric[] = {{"1\n8\n", true, 6}, {"2\n2\n4\n", true, 29}, {"3\n2\n", true, 202}};
     for (const Case &c : asymmetric) {
-        ScriptedTerminal terminal(c.typed);
-        ScopedTerminal scope(&terminal);
+        TypedTerminal terminal(c.typed);
         int32_t algorithm = -1;
         EXPECT_EQ(PickAsymKeyAlg(&algorithm), c.ok) << c.typed;
         EXPECT_EQ(algorithm, c.result) << c.typed;
@@ -217,21 +211,19 @@ TEST_F(ConsolePickers, EcCurveByFamilySizeAndTwist) {
         {"6\n", false, -1},      {"3\n3\n", false, -1},  {"\n", false, -1},
     };
     for (const Case &c : cases) {
-        ScriptedTerminal terminal(c.typed);
-        ScopedTerminal scope(&terminal);
+        TypedTerminal terminal(c.typed);
         int32_t curve = -1;
         EXPECT_EQ(PickEcCurve(&curve), c.ok) << c.typed;
         EXPECT_EQ(curve, c.curve) << c.typed;
         if (!c.ok) {
-            EXPECT_EQ(terminal.err, "\nOperation cancelled!\n") << c.typed;
+            EXPECT_EQ(terminal->err, "\nOperation cancelled!\n") << c.typed;
         }
     }
 
-    ScriptedTerminal terminal("4\n1\n");
-    ScopedTerminal scope(&terminal);
+    TypedTerminal terminal("4\n1\n");
     int32_t curve = 0;
     PickEcCurve(&curve);
-    EXPECT_EQ(terminal.out,
+    EXPECT_EQ(terminal->out,
               "\nCurve : \n"
               " 1 - SecG Random           2 - SecG Koblitz             3 - NIST Random       \n"
               " 4 - ISO X9.62             5 - Brainpool               \n"
@@ -249,13 +241,12 @@ TEST_F(ConsolePickers, UsageProfilesAreNarrowedByAlgorithm) {
     EXPECT_EQ(UsageProfilesFor(353), rsa);
     EXPECT_EQ(UsageProfilesFor(30).size(), 25u);
 
-    ScriptedTerminal terminal("5\n");
-    ScopedTerminal scope(&terminal);
+    TypedTerminal terminal("5\n");
     uint32_t attributes = 0x1;
     EXPECT_TRUE(PickUsageProfile(7, &attributes));
     EXPECT_EQ(attributes, 0x1u | 23u << 24);
-    EXPECT_EQ(terminal.out.substr(0, 5), " 1 - ") << "no title line";
-    EXPECT_NE(terminal.out.find(" 5 - EFT_TR31_KBPK  - TR31 key-block protection key\n"),
+    EXPECT_EQ(terminal->out.substr(0, 5), " 1 - ") << "no title line";
+    EXPECT_NE(terminal->out.find(" 5 - EFT_TR31_KBPK  - TR31 key-block protection key\n"),
               std::string::npos);
 
     EXPECT_STREQ(UsageProfileDescription(0), "any usage");
@@ -279,39 +270,35 @@ TEST_F(ConsolePickers, Tr31ModesFollowTheUsage) {
     }
     EXPECT_EQ(Tr31Usage("B0"), 0x3042);
 
-    ScriptedTerminal terminal("3\n");
-    ScopedTerminal scope(&terminal);
+    TypedTerminal terminal("3\n");
     char mode = 0;
     EXPECT_TRUE(PickTr31Mode(Tr31Usage("S2"), &mode));
     EXPECT_EQ(mode, 'U');
-    EXPECT_NE(terminal.out.find(" 3 - [T] Both Sign & Decrypt \n"), std::string::npos);
+    EXPECT_NE(terminal->out.find(" 3 - [T] Both Sign & Decrypt \n"), std::string::npos);
 }
 
 TEST_F(ConsolePickers, Tr31OptionsDefaultToZerosOrAskAllThree) {
     uint16_t usage = 1;
     char mode = 1, exportability = 1;
     {
-        ScriptedTerminal terminal("\n");
-        ScopedTerminal scope(&terminal);
+        TypedTerminal terminal("\n");
         EXPECT_EQ(PickTr31Options(9, &usage, &mode, &exportability), 0);
         EXPECT_EQ(usage, 0);
         EXPECT_EQ(mode, 0);
         EXPECT_EQ(exportability, 0);
-        EXPECT_NE(terminal.out.find("[D0] Symmetric"), std::string::npos);
+        EXPECT_NE(terminal->out.find("[D0] Symmetric"), std::string::npos);
     }
     {
-        ScriptedTerminal terminal("n\n1\n3\n2\n");
-        ScopedTerminal scope(&terminal);
+        TypedTerminal terminal("n\n1\n3\n2\n");
         EXPECT_EQ(PickTr31Options(6, &usage, &mode, &exportability), 0);
         EXPECT_EQ(usage, Tr31Usage("D1"));
         EXPECT_EQ(mode, 'E');
         EXPECT_EQ(exportability, 'N');
     }
     {
-        ScriptedTerminal terminal("n\n5\n\n");
-        ScopedTerminal scope(&terminal);
+        TypedTerminal terminal("n\n5\n\n");
         EXPECT_EQ(PickTr31Options(9, &usage, &mode, &exportability), 1);
-        EXPECT_EQ(terminal.Remaining(), "") << "export is not asked after a failed mode";
+        EXPECT_EQ(terminal->Remaining(), "") << "export is not asked after a failed mode";
     }
 }
 

@@ -9,13 +9,12 @@
 #include <vector>
 
 #include "console/prompts.h"
-#include "console/scripted_terminal.h"
+#include "typed_terminal.h"
 
 namespace {
 
 TEST(ConsoleReadLine, CopiesAtMostCapacityAndCancelsOnEmptyLine) {
-    ScriptedTerminal terminal("abcd\nabcdefgh\n\n");
-    ScopedTerminal scope(&terminal);
+    TypedTerminal terminal("abcd\nabcdefgh\n\n");
 
     char exact[5];
     memset(exact, 'x', sizeof exact);
@@ -25,12 +24,12 @@ TEST(ConsoleReadLine, CopiesAtMostCapacityAndCancelsOnEmptyLine) {
     char longer[5] = {};
     EXPECT_EQ(ReadLine("Name : ", longer, 4), kPromptOk);
     EXPECT_EQ(std::string(longer, 4), "abcd");
-    EXPECT_EQ(terminal.Remaining(), "\n") << "the rest of a long line is discarded";
+    EXPECT_EQ(terminal->Remaining(), "\n") << "the rest of a long line is discarded";
 
     char untouched[4] = {'k', 0, 0, 0};
     EXPECT_EQ(ReadLine("Name : ", untouched, 3), kPromptCancelled);
     EXPECT_STREQ(untouched, "k");
-    EXPECT_EQ(terminal.out, "Name : Name : Name : ");
+    EXPECT_EQ(terminal->out, "Name : Name : Name : ");
 }
 
 TEST(ConsoleReadSecret, MasksEachCharacterAndHandlesBackspace) {
@@ -51,38 +50,35 @@ TEST(ConsoleReadSecret, MasksEachCharacterAndHandlesBackspace) {
         {"xy\x03zz\n", 17, "xy", "**", "zz\n"},
     };
     for (const Case &c : cases) {
-        ScriptedTerminal terminal(c.typed);
-        ScopedTerminal scope(&terminal);
+        TypedTerminal terminal(c.typed);
         char buffer[17];
         memset(buffer, 'z', sizeof buffer);
         uint32_t count = ReadSecret(buffer, c.capacity);
         EXPECT_EQ(count, strlen(c.kept)) << c.typed;
         EXPECT_STREQ(buffer, c.kept) << c.typed;
-        EXPECT_EQ(terminal.out, c.shown) << c.typed;
-        EXPECT_EQ(terminal.Remaining(), c.remaining) << c.typed;
-        EXPECT_EQ(terminal.secretEntries, 1) << "terminal restored";
-        EXPECT_FALSE(terminal.echoOff);
+        EXPECT_EQ(terminal->out, c.shown) << c.typed;
+        EXPECT_EQ(terminal->Remaining(), c.remaining) << c.typed;
+        EXPECT_EQ(terminal->secretEntries, 1) << "terminal restored";
+        EXPECT_FALSE(terminal->echoOff);
     }
 }
 
 TEST(ConsoleReadSecret, TerminalThatCannotSwitchReturnsOneUntouched) {
-    ScriptedTerminal terminal("secret\n");
-    terminal.failSecretEntry = true;
-    ScopedTerminal scope(&terminal);
+    TypedTerminal terminal("secret\n");
+    terminal->failSecretEntry = true;
     char buffer[8] = "keep";
     EXPECT_EQ(ReadSecret(buffer, sizeof buffer), kPromptCancelled);
     EXPECT_STREQ(buffer, "keep");
     EXPECT_EQ(ReadHexMasked(buffer, sizeof buffer), kPromptCancelled);
-    EXPECT_EQ(terminal.out, "") << "no newline when nothing was read";
+    EXPECT_EQ(terminal->out, "") << "no newline when nothing was read";
 }
 
 TEST(ConsoleReadHexMasked, AcceptsOnlyHexDigitsUpperCased) {
-    ScriptedTerminal terminal("0a-g Fz1\b23456\n");
-    ScopedTerminal scope(&terminal);
+    TypedTerminal terminal("0a-g Fz1\b23456\n");
     char buffer[7];
     EXPECT_EQ(ReadHexMasked(buffer, sizeof buffer), 6u);
     EXPECT_STREQ(buffer, "0AF234") << "digits beyond capacity - 1 are ignored";
-    EXPECT_EQ(terminal.out, "0AF1\b \b234\n");
+    EXPECT_EQ(terminal->out, "0AF1\b \b234\n");
 }
 
 TEST(ConsoleAskYesNo, AcceptsExactLettersAndAsksAgainOtherwise) {
@@ -97,26 +93,23 @@ TEST(ConsoleAskYesNo, AcceptsExactLettersAndAsksAgainOtherwise) {
         {"N\n", 1, 0, 1}, {"y\n", 0, 1, 1}, {"yes\nn\n", 1, 0, 2}, {"x\n\n", 1, 1, 2},
     };
     for (const Case &c : cases) {
-        ScriptedTerminal terminal(c.typed);
-        ScopedTerminal scope(&terminal);
+        TypedTerminal terminal(c.typed);
         EXPECT_EQ(AskYesNo("Q? ", c.defaultAnswer), c.expected) << c.typed;
         std::string expected;
         for (int i = 1; i < c.prompts; ++i) {
             expected += "Q? Please, answer 'y' for yes or 'n' for no: \n";
         }
-        EXPECT_EQ(terminal.out, expected + "Q? ") << c.typed;
+        EXPECT_EQ(terminal->out, expected + "Q? ") << c.typed;
     }
 
-    ScriptedTerminal terminal("\n\n");
-    ScopedTerminal scope(&terminal);
+    TypedTerminal terminal("\n\n");
     AskYesNoWithDefault("Exportable", 1);
     AskYesNoWithDefault("Exportable", 0);
-    EXPECT_EQ(terminal.out, "Exportable ([y]/n): Exportable (y/[n]): ");
+    EXPECT_EQ(terminal->out, "Exportable ([y]/n): Exportable (y/[n]): ");
 }
 
 TEST(ConsoleAskCustomYesNo, FallsBackToStandardLettersAfterInvalidAnswer) {
-    ScriptedTerminal terminal("A\nx\ns\n");
-    ScopedTerminal scope(&terminal);
+    TypedTerminal terminal("A\nx\ns\n");
     EXPECT_EQ(AskCustomYesNo("Q ", 'a', 'b', 0), 1);
     EXPECT_EQ(AskCustomYesNo("Q ", 'a', 'b', 0), 1) << "'s' is yes once fallen back";
 }
@@ -134,31 +127,28 @@ TEST(ConsoleNumbers, ReadIntInRangeParsesLeadingDigitsAndReportsBounds) {
         {"5\n", 1, 5, kPromptOk, 5},          {"99999999999\n", 1, 5, kPromptRejected, -7},
     };
     for (const Case &c : cases) {
-        ScriptedTerminal terminal(c.typed);
-        ScopedTerminal scope(&terminal);
+        TypedTerminal terminal(c.typed);
         int32_t value = -7;
         EXPECT_EQ(ReadIntInRange("N", &value, c.min, c.max, true), c.status) << c.typed;
         EXPECT_EQ(value, c.value) << c.typed;
-        EXPECT_EQ(terminal.out,
+        EXPECT_EQ(terminal->out,
                   "N [" + std::to_string(c.min) + "-" + std::to_string(c.max) + "] : ");
     }
-    ScriptedTerminal terminal("9\n");
-    ScopedTerminal scope(&terminal);
+    TypedTerminal terminal("9\n");
     int32_t value = 0;
     ReadIntInRange("N", &value, 1, 5, false);
-    EXPECT_EQ(terminal.err, "\nInvalid number value.Mininum length is 1. Maximum length is 5.\n");
+    EXPECT_EQ(terminal->err, "\nInvalid number value.Mininum length is 1. Maximum length is 5.\n");
 }
 
 TEST(ConsoleNumbers, ReadIntWithDefaultAlignsPromptAndChecksBounds) {
-    ScriptedTerminal terminal("\n7\n3\n");
-    ScopedTerminal scope(&terminal);
+    TypedTerminal terminal("\n7\n3\n");
     int32_t value = 0;
     EXPECT_EQ(ReadIntWithDefault("Length", 4, 30, 1, 6, &value), kPromptCancelled);
     EXPECT_EQ(ReadIntWithDefault("Length", 4, 30, 1, 6, &value), kPromptOutOfRange);
     EXPECT_EQ(ReadIntWithDefault("Length", 4, 30, 1, 6, &value), kPromptOk);
     EXPECT_EQ(value, 3);
-    EXPECT_EQ(terminal.out.substr(0, 30), std::string(8, ' ') + "Length (int 1-6) [4]: ");
-    EXPECT_EQ(terminal.err, "");
+    EXPECT_EQ(terminal->out.substr(0, 30), std::string(8, ' ') + "Length (int 1-6) [4]: ");
+    EXPECT_EQ(terminal->err, "");
 }
 
 TEST(ConsoleNumbers, ReadMenuNumberAcceptsOnlyDigitsWithinBounds) {
@@ -174,8 +164,7 @@ TEST(ConsoleNumbers, ReadMenuNumberAcceptsOnlyDigitsWithinBounds) {
         {"\n", kPromptOutOfRange, -1},   {"", kPromptOutOfRange, -1},
     };
     for (const Case &c : cases) {
-        ScriptedTerminal terminal(c.typed);
-        ScopedTerminal scope(&terminal);
+        TypedTerminal terminal(c.typed);
         int32_t value = -1;
         EXPECT_EQ(ReadMenuNumber(1, 3, &value), c.status) << c.typed;
         EXPECT_EQ(value, c.value) << c.typed;
@@ -200,13 +189,12 @@ TEST(ConsoleOutputOrDump, DumpsEachPrintTypeOnEnter) {
         {9, 3, kPromptCancelled, "\n"},
     };
     for (const Case &c : cases) {
-        ScriptedTerminal terminal("\n");
-        ScopedTerminal scope(&terminal);
+        TypedTerminal terminal("\n");
         EXPECT_EQ(OutputOrDump(nullptr, data.data(), c.length, c.type), c.status);
         std::string prompt = c.type == kDumpFileOnly
                                  ? "Output File (local): "
                                  : "Output File (local) (ENTER to dump on screen) : ";
-        EXPECT_EQ(terminal.out, prompt + c.shown) << c.type;
+        EXPECT_EQ(terminal->out, prompt + c.shown) << c.type;
     }
 }
 
@@ -215,8 +203,7 @@ TEST(ConsoleFiles, OutputOrDumpWritesTheFileThatReadWholeFileReadsBack) {
                        std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + "_" +
                        std::to_string(getpid());
     const uint8_t data[] = {0, 1, 2, 0xFF};
-    ScriptedTerminal terminal(path + "\n");
-    ScopedTerminal scope(&terminal);
+    TypedTerminal terminal(path + "\n");
     EXPECT_EQ(OutputOrDump("Out: ", data, sizeof data, kDumpHexRows), kPromptOk);
     std::vector<uint8_t> back;
     EXPECT_TRUE(ReadWholeFile(path.c_str(), &back));
@@ -227,8 +214,7 @@ TEST(ConsoleFiles, OutputOrDumpWritesTheFileThatReadWholeFileReadsBack) {
 }
 
 TEST(ConsoleBoxedBanner, CentresEachLineInSeventySevenColumns) {
-    ScriptedTerminal terminal;
-    ScopedTerminal scope(&terminal);
+    TypedTerminal terminal;
     const char *lines[] = {"Warning", "\n", "odd", ""};
     PrintBoxedBanner('*', lines);
     std::string border(79, '*');
@@ -236,7 +222,7 @@ TEST(ConsoleBoxedBanner, CentresEachLineInSeventySevenColumns) {
     std::string expected = border + "\n" + blank + "*" + std::string(35, ' ') + "Warning" +
                            std::string(35, ' ') + "*\n" + blank + "*" + std::string(37, ' ') +
                            "odd" + std::string(37, ' ') + "*\n" + blank + border + "\n";
-    EXPECT_EQ(terminal.out, expected);
+    EXPECT_EQ(terminal->out, expected);
 }
 
 TEST(ConsoleHex, ConvertsOnlyEvenLengthHexText) {
@@ -260,13 +246,12 @@ TEST(ConsoleConfirmByTyping, ReturnsCodeOnlyForTheExpectedWord) {
                           {"y\n\n", 0},
                           {"\n", 0}};
     for (const Case &c : cases) {
-        ScriptedTerminal terminal(c.typed);
-        ScopedTerminal scope(&terminal);
+        TypedTerminal terminal(c.typed);
         EXPECT_EQ(
             ConfirmByTyping("Enable local-crypto", "Type Local: ", "Local", "Not enabled.", 0x800),
             c.result)
             << c.typed;
-        EXPECT_EQ(terminal.err, c.result ? "" : "\nNot enabled.\n\n") << c.typed;
+        EXPECT_EQ(terminal->err, c.result ? "" : "\nNot enabled.\n\n") << c.typed;
     }
 }
 

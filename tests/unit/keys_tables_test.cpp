@@ -4,11 +4,11 @@
 #include <cstring>
 #include <string>
 
-#include "console/scripted_terminal.h"
 #include "keys/algorithm_tables.h"
 #include "keys/key_material_entry.h"
 #include "keys/life_cycle_text.h"
 #include "qelvoarc.h"
+#include "typed_terminal.h"
 
 namespace {
 
@@ -72,8 +72,7 @@ TEST(KeysHexField, AcceptsOnlyEvenHexadecimalLines) {
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.typed);
-        ScriptedTerminal terminal(c.typed);
-        ScopedTerminal scope(&terminal);
+        TypedTerminal terminal(c.typed);
         uint8_t out[8] = {};
         EXPECT_EQ(ReadHexField("", out, sizeof out), c.status);
         if (c.status == 0) {
