@@ -42,8 +42,9 @@ int Run(const sim::DaemonOptions &options) {
                            options.identity.model + " " + options.identity.serial);
     sim::TlsServerContext tls(data.tlsKeyPath(), data.tlsCertPath());
     sim::SessionTable sessions(options.maxSessions);
-    sim::HsmContext hsm{data.users(), data.masterKey(), sessions,
-                        clock,        options.identity, data.keys()};
+    sim::DiagnosticLog log(stderr);
+    sim::HsmContext hsm{data.users(),     data.masterKey(), sessions, clock,
+                        options.identity, data.keys(),      log};
 
     sim::Server server(hsm, tls, options.host, options.port, options.idleTimeoutSeconds);
     std::optional<sim::DiscoveryResponder> discovery;

@@ -1,5 +1,6 @@
 #include "framing.h"
 
+#include <openssl/crypto.h>
 #include <sys/socket.h>
 #include <unistd.h>
 #include <cerrno>
@@ -76,7 +77,10 @@ Status WriteFrame(Stream &stream, const std::string &payload) {
     frame.push_back(static_cast<char>(length >> 8));
     frame.push_back(static_cast<char>(length));
     frame.append(payload);
-    return stream.WriteAll(frame.data(), frame.size());
+    Status status = stream.WriteAll(frame.data(), frame.size());
+    // The copy may hold a secret (a password, a token) that the caller wipes in its own buffer.
+    OPENSSL_cleanse(frame.data(), frame.size());
+    return status;
 }
 
 }  // namespace wire

@@ -11,7 +11,7 @@ namespace qelvoarc {
 // Runs the body of an exported function. No exception may cross the C ABI, and a library
 // must never end the process, so every escaping exception becomes a status.
 template <class Body>
-uint32_t Guarded(Body &&body) noexcept {
+[[nodiscard]] uint32_t Guarded(Body &&body) noexcept {
     try {
         return body();
     } catch (const std::bad_alloc &) {

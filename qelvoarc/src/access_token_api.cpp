@@ -1,7 +1,6 @@
 // Access tokens: issuing, revoking, enumerating and looking up, and the HSM's token cache.
 
-#include <openssl/crypto.h>
-
+#include <algorithm>
 #include <cstring>
 #include <limits>
 #include <vector>
@@ -9,18 +8,10 @@
 #include "abi_guard.h"
 #include "library_state.h"
 #include "qelvoarc.h"
+#include "remote_call.h"
 
 namespace qelvoarc {
 namespace {
-
-void WipeToken(pb::Request &request) {
-    std::string *token = nullptr;
-    if (request.has_access_token_revoke())
-        token = request.mutable_access_token_revoke()->mutable_token();
-    else if (request.has_access_token_list())
-        token = request.mutable_access_token_list()->mutable_token();
-    if (token != nullptr) OPENSSL_cleanse(token->data(), token->size());
-}
 
 QAccessTokenInfo ToInfo(const pb::AccessTokenInfo &from) {
     QAccessTokenInfo info{};
@@ -30,41 +21,34 @@ QAccessTokenInfo ToInfo(const pb::AccessTokenInfo &from) {
     return info;
 }
 
-uint32_t Issue(Session &session, QAccessTokenRecord *record) {
-    return session.Call(
-        [&](pb::Request &request) {
-            request.mutable_access_token_issue()->set_expiration(record->expiration);
-        },
-        [&](const pb::Response &response) -> uint32_t {
-            if (response.data().size() != sizeof record->token) return wire::ERR_PROTOCOL;
-            std::memcpy(record->token, response.data().data(), sizeof record->token);
+[[nodiscard]] uint32_t Issue(Session &session, QAccessTokenRecord *record) {
+    pb::IssueAccessToken request;
+    request.set_expiration(record->expiration);
+    return Remote<pb::IssueAccessTokenReply>(
+        session, std::move(request), [&](const pb::IssueAccessTokenReply &reply) -> uint32_t {
+            if (reply.token().size() != sizeof record->token) return wire::ERR_PROTOCOL;
+            std::memcpy(record->token, reply.token().data(), sizeof record->token);
             return wire::OK;
         });
 }
 
-uint32_t Revoke(Session &session, const QAccessTokenRecord *record) {
-    return session.CallWithSecret(
-        [&](pb::Request &request) {
-            request.mutable_access_token_revoke()->set_token(record->token, sizeof record->token);
-        },
-        WipeToken);
+[[nodiscard]] uint32_t Revoke(Session &session, const QAccessTokenRecord *record) {
+    pb::RevokeAccessToken request;
+    request.set_token(record->token, sizeof record->token);
+    return Remote<pb::RevokeAccessTokenReply>(session, std::move(request));
 }
 
 // Enumerates every visible token, or looks one up when `record` is given; the callback
 // runs after the exchange, so it may call the library.
-uint32_t Enumerate(Session &session, const QAccessTokenRecord *record,
-                   QAccessTokenCallback callback, void *context) {
+[[nodiscard]] uint32_t Enumerate(Session &session, const QAccessTokenRecord *record,
+                                 QAccessTokenCallback callback, void *context) {
+    pb::ListAccessTokens request;
+    if (record != nullptr) request.set_token(record->token, sizeof record->token);
     std::vector<QAccessTokenInfo> tokens;
-    uint32_t status = session.CallWithSecret(
-        [&](pb::Request &request) {
-            pb::AccessTokenList *list = request.mutable_access_token_list();
-            if (record != nullptr) list->set_token(record->token, sizeof record->token);
-        },
-        WipeToken,
-        [&](const pb::Response &response) {
-            for (const pb::AccessTokenInfo &info : response.access_tokens())
+    uint32_t status = Remote<pb::ListAccessTokensReply>(
+        session, std::move(request), [&](const pb::ListAccessTokensReply &reply) {
+            for (const pb::AccessTokenInfo &info : reply.tokens())
                 tokens.push_back(ToInfo(info));
-            return static_cast<uint32_t>(wire::OK);
         });
     if (status != wire::OK) return status;
     if (record != nullptr && tokens.empty()) return wire::ERR_NOT_FOUND;
@@ -73,8 +57,9 @@ uint32_t Enumerate(Session &session, const QAccessTokenRecord *record,
     return callback(nullptr, context, 1);
 }
 
-uint32_t ManageToken(QSessionHandle handle, uint32_t operation, QAccessTokenRecord *record,
-                     QAccessTokenCallback callback, void *context) {
+[[nodiscard]] uint32_t ManageToken(QSessionHandle handle, uint32_t operation,
+                                   QAccessTokenRecord *record, QAccessTokenCallback callback,
+                                   void *context) {
     uint32_t status;
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
@@ -97,20 +82,26 @@ uint32_t ManageToken(QSessionHandle handle, uint32_t operation, QAccessTokenReco
     }
 }
 
-uint32_t ManageCache(QSessionHandle handle, uint32_t operation, uint32_t *value) {
-    uint32_t status;
-    std::shared_ptr<Session> session = FindSession(handle, &status);
-    if (session == nullptr) return status;
-    if (value == nullptr) return wire::ERR_INVALID_PARAMETER;
-    return session->Call(
-        [&](pb::Request &request) {
-            request.mutable_access_token_cache()->set_operation(operation);
-        },
-        [&](const pb::Response &response) {
-            *value = static_cast<uint32_t>(
-                std::min<uint64_t>(response.value(), std::numeric_limits<uint32_t>::max()));
-            return static_cast<uint32_t>(wire::OK);
-        });
+// The caller's word holds at most its largest value.
+uint32_t Clamped(uint64_t count) {
+    return static_cast<uint32_t>(std::min<uint64_t>(count, std::numeric_limits<uint32_t>::max()));
+}
+
+[[nodiscard]] uint32_t ManageCache(QSessionHandle handle, uint32_t operation, uint32_t *value) {
+    if (value == nullptr) return Refuse(handle, wire::ERR_INVALID_PARAMETER);
+    switch (operation) {
+        case Q_ATOKEN_CACHE_COUNT:
+            return Remote<pb::CountAccessTokensReply>(
+                handle, pb::CountAccessTokens(),
+                [&](const pb::CountAccessTokensReply &reply) { *value = Clamped(reply.count()); });
+        case Q_ATOKEN_CACHE_GC:
+            return Remote<pb::CollectAccessTokensReply>(
+                handle, pb::CollectAccessTokens(), [&](const pb::CollectAccessTokensReply &reply) {
+                    *value = Clamped(reply.collected());
+                });
+        default:
+            return Refuse(handle, wire::ERR_INVALID_PARAMETER);
+    }
 }
 
 }  // namespace

@@ -13,7 +13,8 @@ namespace qelvoarc {
 
 // Each name, then the final call. A non-zero return of the callback stops the delivery and
 // becomes the result.
-uint32_t DeliverNames(const std::vector<std::string> &names, QNameCallback callback, void *context);
+[[nodiscard]] uint32_t DeliverNames(const std::vector<std::string> &names, QNameCallback callback,
+                                    void *context);
 
 // A text field of a caller's record: at most `capacity` bytes, up to the first NUL.
 inline std::string BoundedText(const char *field, size_t capacity) {

@@ -48,7 +48,7 @@ uint64_t Seconds(const ASN1_TIME *time) {
     return seconds < 0 ? 0 : static_cast<uint64_t>(seconds);
 }
 
-uint32_t PutText(const std::string &text, void *out, uint32_t *outLength) {
+[[nodiscard]] uint32_t PutText(const std::string &text, void *out, uint32_t *outLength) {
     auto needed = static_cast<uint32_t>(text.size() + 1);
     if (*outLength < needed) {
         *outLength = needed;
@@ -59,7 +59,7 @@ uint32_t PutText(const std::string &text, void *out, uint32_t *outLength) {
     return wire::OK;
 }
 
-uint32_t PutSeconds(uint64_t seconds, void *out, uint32_t *outLength) {
+[[nodiscard]] uint32_t PutSeconds(uint64_t seconds, void *out, uint32_t *outLength) {
     if (*outLength < sizeof seconds) {
         *outLength = sizeof seconds;
         return wire::ERR_BUFFER_TOO_SMALL;
@@ -69,8 +69,8 @@ uint32_t PutSeconds(uint64_t seconds, void *out, uint32_t *outLength) {
     return wire::OK;
 }
 
-uint32_t CertInfo(const uint8_t *bytes, uint32_t length, uint32_t info, void *out,
-                  uint32_t *outLength) {
+[[nodiscard]] uint32_t CertInfo(const uint8_t *bytes, uint32_t length, uint32_t info, void *out,
+                                uint32_t *outLength) {
     if (bytes == nullptr || outLength == nullptr || (out == nullptr && *outLength != 0))
         return wire::ERR_INVALID_PARAMETER;
     X509Ptr cert =

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "qelvoarc.h"
+#include "secret_fields.h"
 #include "sigpipe_guard.h"
 
 namespace qelvoarc {
@@ -52,17 +53,22 @@ Connection::~Connection() {
     ::close(fd_);
 }
 
-uint32_t Connection::RoundTrip(const pb::Request &request, pb::Response *response,
-                               bool wipeRequest) {
-    if (broken_) return wire::ERR_CONNECTION_LOST;
-    if (!request.SerializeToString(&outgoing_)) return wire::ERR_PROTOCOL;
+uint32_t Connection::RoundTrip(pb::Request &request, pb::Response *response) {
+    const bool serialised = !broken_ && request.SerializeToString(&outgoing_);
+    // The message's secrets are of no use once serialised (or never sent); the frame's go
+    // once it is written.
+    const bool secret = wire::WipeSecretFields(request);
+    if (!serialised) {
+        if (secret) OPENSSL_cleanse(outgoing_.data(), outgoing_.size());
+        return broken_ ? wire::ERR_CONNECTION_LOST : wire::ERR_PROTOCOL;
+    }
     uint32_t status;
     {
         // OpenSSL also writes while reading (alerts), so the whole exchange is guarded.
         std::optional<SigpipeGuard> guard;
         if (ssl_ != nullptr) guard.emplace();
         status = wire::WriteFrame(stream_, outgoing_);
-        if (wipeRequest) OPENSSL_cleanse(outgoing_.data(), outgoing_.size());
+        if (secret) OPENSSL_cleanse(outgoing_.data(), outgoing_.size());
         if (status == wire::OK) status = wire::ReadFrame(stream_, incoming_);
     }
     if (status == wire::OK && !response->ParseFromString(incoming_)) status = wire::ERR_PROTOCOL;

@@ -5,12 +5,14 @@
 #include <memory>
 #include <string>
 
+#include "envelope.pb.h"
 #include "framing.h"
-#include "qelvoarc_wire.pb.h"
 #include "tcp_connect.h"
 #include "tls_client.h"
 
 namespace qelvoarc {
+
+namespace pb = ::wire::pb;
 
 struct ConnectionOptions {
     const char *address = nullptr;
@@ -33,9 +35,10 @@ class Connection {
     // Sends one request and reads its response. Returns the transport status only; the
     // response's own status is the caller's to look at. After a transport failure the
     // connection stays broken and every later call fails with ERR_CONNECTION_LOST at once.
-    // With `wipeRequest`, the serialised request is wiped once sent (it carried secrets).
-    [[nodiscard]] uint32_t RoundTrip(const pb::Request &request, pb::Response *response,
-                                     bool wipeRequest = false);
+    // The request's secret fields are wiped once it is serialised, and so are the frames: the
+    // one sent when it held a secret, the one read always. The parsed response is the
+    // caller's to wipe.
+    [[nodiscard]] uint32_t RoundTrip(pb::Request &request, pb::Response *response);
 
     // "TLSv1.2"/"TLSv1.3" and the cipher suite, or "none" and "" on a clear connection.
     uint32_t protocol() const;  // a Q_PROTOCOL_* code

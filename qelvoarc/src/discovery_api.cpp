@@ -15,9 +15,9 @@
 #include <vector>
 
 #include "abi_guard.h"
+#include "discovery.pb.h"
 #include "library_memory.h"
 #include "qelvoarc.h"
-#include "qelvoarc_wire.pb.h"
 
 namespace qelvoarc {
 namespace {
@@ -53,7 +53,7 @@ std::vector<in_addr> ProbeTargets() {
     return targets;
 }
 
-void AddEntry(const pb::DiscoveryReply &reply, std::vector<QHsmDiscoveryEntry> *found) {
+void AddEntry(const wire::pb::DiscoveryReply &reply, std::vector<QHsmDiscoveryEntry> *found) {
     QHsmDiscoveryEntry entry{};
     entry.port = reply.port();
     std::strncpy(entry.address, reply.address().c_str(), sizeof entry.address - 1);
@@ -66,7 +66,8 @@ void AddEntry(const pb::DiscoveryReply &reply, std::vector<QHsmDiscoveryEntry> *
     found->push_back(entry);
 }
 
-uint32_t FindHsm(uint32_t searchType, uint32_t waitMs, QHsmDiscoveryEntry **list, uint32_t *count) {
+[[nodiscard]] uint32_t FindHsm(uint32_t searchType, uint32_t waitMs, QHsmDiscoveryEntry **list,
+                               uint32_t *count) {
     if (searchType != Q_FIND_HSM_UDP || list == nullptr || count == nullptr)
         return wire::ERR_INVALID_PARAMETER;
     int wait = waitMs == Q_FIND_HSM_DEFAULT_WAIT
@@ -76,7 +77,7 @@ uint32_t FindHsm(uint32_t searchType, uint32_t waitMs, QHsmDiscoveryEntry **list
     if (fd < 0) return wire::ERR_CONNECT;
     int one = 1;
     ::setsockopt(fd, SOL_SOCKET, SO_BROADCAST, &one, sizeof one);
-    pb::DiscoveryProbe probe;
+    wire::pb::DiscoveryProbe probe;
     probe.set_magic(kDiscoveryMagic);
     std::string datagram = probe.SerializeAsString();
     sockaddr_in target{};
@@ -99,7 +100,7 @@ uint32_t FindHsm(uint32_t searchType, uint32_t waitMs, QHsmDiscoveryEntry **list
         pollfd entry{fd, POLLIN, 0};
         if (::poll(&entry, 1, static_cast<int>(left)) <= 0) continue;
         ssize_t got = ::recv(fd, buffer, sizeof buffer, 0);
-        pb::DiscoveryReply reply;
+        wire::pb::DiscoveryReply reply;
         if (got > 0 && reply.ParseFromArray(buffer, static_cast<int>(got)) &&
             reply.magic() == kDiscoveryMagic)
             AddEntry(reply, &found);

@@ -3,6 +3,7 @@
 #include <openssl/crypto.h>
 
 #include <cstring>
+#include <utility>
 
 #include "abi_guard.h"
 #include "check_value.h"
@@ -10,6 +11,7 @@
 #include "library_state.h"
 #include "listing_snapshot.h"
 #include "qelvoarc.h"
+#include "remote_call.h"
 
 namespace qelvoarc {
 namespace {
@@ -22,7 +24,8 @@ bool IsAes(uint32_t algorithm) {
     return algorithm == Q_ALG_AES_128 || algorithm == Q_ALG_AES_192 || algorithm == Q_ALG_AES_256;
 }
 
-uint32_t PutCheckValue(const wire::CheckValue &value, uint8_t *kcv, uint32_t *kcvLength) {
+[[nodiscard]] uint32_t PutCheckValue(const wire::CheckValue &value, uint8_t *kcv,
+                                     uint32_t *kcvLength) {
     if (*kcvLength < value.size()) {
         *kcvLength = static_cast<uint32_t>(value.size());
         return wire::ERR_BUFFER_TOO_SMALL;
@@ -32,43 +35,64 @@ uint32_t PutCheckValue(const wire::CheckValue &value, uint8_t *kcv, uint32_t *kc
     return wire::OK;
 }
 
-void WipeEftImport(pb::Request &request) {
-    std::string *record = request.mutable_eft_import_key()->mutable_record();
-    OPENSSL_cleanse(record->data(), record->size());
+// The components of the DES-family record: each with its check value, then the key's.
+void AddDesComponents(const QEftComponentRecord &record, size_t keyLength,
+                      pb::ImportKeyComponents *request) {
+    for (const auto &[component, kcv] :
+         {std::pair{&record.component1, &record.kcv1}, std::pair{&record.component2, &record.kcv2},
+          std::pair{&record.component3, &record.kcv3}}) {
+        request->add_components(*component, keyLength);
+        request->add_component_check_values(*kcv, sizeof *kcv);
+    }
+    request->set_key_check_value(record.keyKcv, sizeof record.keyKcv);
+    request->set_format(pb::KCV_CLASSIC);
 }
 
-uint32_t EftImportKey(QSessionHandle handle, const char *keyName, uint32_t algorithm,
-                      const void *record, uint32_t format) {
+// The components of the AES record, the key's check value and its attribute word.
+void AddAesComponents(const QEftAesComponentRecord &record, size_t keyLength,
+                      pb::CheckValueFormat format, pb::ImportKeyComponents *request) {
+    for (const auto *component : {&record.component1, &record.component2, &record.component3})
+        request->add_components(*component, keyLength);
+    request->set_key_check_value(record.keyKcv, sizeof record.keyKcv);
+    request->set_format(format);
+    request->set_attributes(record.attributes);
+}
+
+// Each component travels with the algorithm's key length: the rest of its slot is padding.
+[[nodiscard]] uint32_t EftImportKey(QSessionHandle handle, const char *keyName, uint32_t algorithm,
+                                    const void *record, uint32_t format) {
     uint32_t status;
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
     std::string name;
     if (record == nullptr) return wire::ERR_INVALID_PARAMETER;
     if ((status = ObjectName(keyName, &name)) != wire::OK) return status;
-    size_t size = 0;
-    if (IsDesFamily(algorithm))
-        size = sizeof(QEftComponentRecord);
-    else if (IsAes(algorithm))
-        size = sizeof(QEftAesComponentRecord);
-    else
-        return wire::ERR_BAD_ALGORITHM;
+    if (!IsDesFamily(algorithm) && !IsAes(algorithm)) return wire::ERR_BAD_ALGORITHM;
     if (format != Q_KCV_FORMAT_KCV && format != Q_KCV_FORMAT_CMAC)
         return wire::ERR_INVALID_PARAMETER;
-    status = session->CallWithSecret(
-        [&](pb::Request &request) {
-            pb::EftImportKey *import = request.mutable_eft_import_key();
-            import->set_name(name);
-            import->set_algorithm(algorithm);
-            import->set_record(record, size);
-            import->set_format(format);
-        },
-        &WipeEftImport);
+    const size_t keyLength = wire::SymmetricKeyLength(algorithm);
+    pb::ImportKeyComponents request;
+    request.set_name(name);
+    request.set_algorithm(static_cast<pb::Algorithm>(algorithm));
+    if (IsDesFamily(algorithm)) {
+        QEftComponentRecord des;
+        std::memcpy(&des, record, sizeof des);
+        AddDesComponents(des, keyLength, &request);
+        OPENSSL_cleanse(&des, sizeof des);
+    } else {
+        QEftAesComponentRecord aes;
+        std::memcpy(&aes, record, sizeof aes);
+        AddAesComponents(aes, keyLength, static_cast<pb::CheckValueFormat>(format), &request);
+        OPENSSL_cleanse(&aes, sizeof aes);
+    }
+    status = Remote<pb::ImportKeyComponentsReply>(*session, std::move(request));
     if (status == wire::OK) ForgetListed(session.get(), name);
     return status;
 }
 
-uint32_t GenKcvOffline(uint32_t format, uint32_t algorithm, const uint8_t *key, uint32_t keyLength,
-                       uint32_t reserved, uint8_t *kcv, uint32_t *kcvLength) {
+[[nodiscard]] uint32_t GenKcvOffline(uint32_t format, uint32_t algorithm, const uint8_t *key,
+                                     uint32_t keyLength, uint32_t reserved, uint8_t *kcv,
+                                     uint32_t *kcvLength) {
     if (key == nullptr || kcv == nullptr || kcvLength == nullptr || reserved != 0)
         return wire::ERR_INVALID_PARAMETER;
     if (format != Q_KCV_OFFLINE_KCV && format != Q_KCV_OFFLINE_CMAC)
@@ -84,24 +108,22 @@ uint32_t GenKcvOffline(uint32_t format, uint32_t algorithm, const uint8_t *key, 
     return PutCheckValue(value, kcv, kcvLength);
 }
 
-uint32_t GetKcv(QSessionHandle handle, const char *keyName, uint32_t format, uint8_t *kcv,
-                uint32_t *kcvLength) {
+[[nodiscard]] uint32_t GetKcv(QSessionHandle handle, const char *keyName, uint32_t format,
+                              uint8_t *kcv, uint32_t *kcvLength) {
     uint32_t status;
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
     std::string name;
     if (kcv == nullptr || kcvLength == nullptr) return wire::ERR_INVALID_PARAMETER;
     if ((status = ObjectName(keyName, &name)) != wire::OK) return status;
-    return session->Call(
-        [&](pb::Request &request) {
-            pb::KeyCheckValue *check = request.mutable_key_check_value();
-            check->set_name(name);
-            check->set_format(format);
-        },
-        [&](const pb::Response &response) -> uint32_t {
+    pb::GetKeyCheckValue request;
+    request.set_name(name);
+    request.set_format(static_cast<pb::CheckValueFormat>(format));
+    return Remote<pb::GetKeyCheckValueReply>(
+        *session, std::move(request), [&](const pb::GetKeyCheckValueReply &reply) -> uint32_t {
             wire::CheckValue value{};
-            if (response.data().size() != value.size()) return wire::ERR_PROTOCOL;
-            std::memcpy(value.data(), response.data().data(), value.size());
+            if (reply.check_value().size() != value.size()) return wire::ERR_PROTOCOL;
+            std::memcpy(value.data(), reply.check_value().data(), value.size());
             return PutCheckValue(value, kcv, kcvLength);
         });
 }

@@ -1,13 +1,12 @@
 // Hashes computed on the HSM: the handle names a context that lives in the HSM's session.
 
-#include <openssl/crypto.h>
-
 #include <cstring>
 
 #include "abi_guard.h"
 #include "key_objects.h"
 #include "library_state.h"
 #include "qelvoarc.h"
+#include "remote_call.h"
 
 namespace qelvoarc {
 namespace {
@@ -46,36 +45,28 @@ uint32_t DigestSize(uint32_t algorithm) {
     }
 }
 
-uint32_t CreateHash(QSessionHandle handle, uint32_t algorithm, QKeyHandle key, uint32_t flags,
-                    QHashHandle *out) {
+[[nodiscard]] uint32_t CreateHash(QSessionHandle handle, uint32_t algorithm, QKeyHandle key,
+                                  QHashHandle *out) {
     uint32_t status;
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
     if (out == nullptr) return wire::ERR_INVALID_PARAMETER;
     const uint32_t digestSize = DigestSize(algorithm);
     if (digestSize == 0) return wire::ERR_BAD_ALGORITHM;
-    std::shared_ptr<KeyObject> keyObject;
+    pb::CreateHash request;
+    request.set_algorithm(algorithm);
     if (key != 0) {
-        keyObject = FindKey(key, &status);
+        std::shared_ptr<KeyObject> keyObject = FindKey(key, &status);
         if (keyObject == nullptr) return status;
         // The HSM keeps the key in the session that opened it.
         if (keyObject->session != session) return wire::ERR_INVALID_HANDLE;
+        request.set_key_name(keyObject->info.name());
+        request.set_key_object_id(keyObject->info.object_id());
     }
     uint64_t remoteId = 0;
-    status = session->Call(
-        [&](pb::Request &request) {
-            pb::HashCreate *create = request.mutable_hash_create();
-            create->set_algorithm(algorithm);
-            create->set_flags(flags);
-            if (keyObject != nullptr) {
-                create->set_key_name(keyObject->info.name());
-                create->set_key_object_id(keyObject->info.object_id());
-            }
-        },
-        [&](const pb::Response &response) {
-            remoteId = response.value();
-            return static_cast<uint32_t>(wire::OK);
-        });
+    status = Remote<pb::CreateHashReply>(
+        *session, std::move(request),
+        [&](const pb::CreateHashReply &reply) { remoteId = reply.hash_id(); });
     if (status != wire::OK) return status;
     *out = LibraryState::Get().hashes.Add(
         std::make_shared<HashContext>(HashContext{std::move(session), remoteId, digestSize}));
@@ -93,77 +84,67 @@ std::shared_ptr<HashContext> FindHash(QHashHandle handle, uint32_t *status) {
     return hash;
 }
 
-uint32_t HashData(QHashHandle handle, const uint8_t *data, uint32_t length) {
+[[nodiscard]] uint32_t HashData(QHashHandle handle, const uint8_t *data, uint32_t length) {
     uint32_t status;
     std::shared_ptr<HashContext> hash = FindHash(handle, &status);
     if (hash == nullptr) return status;
     if (data == nullptr && length != 0) return wire::ERR_INVALID_PARAMETER;
-    return hash->session->Call([&](pb::Request &request) {
-        pb::HashData *message = request.mutable_hash_data();
-        message->set_hash_id(hash->remoteId);
-        message->set_data(data, length);
-    });
+    pb::UpdateHash request;
+    request.set_hash_id(hash->remoteId);
+    request.set_data(data, length);
+    return Remote<pb::UpdateHashReply>(*hash->session, std::move(request));
 }
 
-uint32_t GetHashParam(QHashHandle handle, uint32_t param, uint8_t *buffer, uint32_t *length) {
+[[nodiscard]] uint32_t PutBytes(const void *bytes, size_t size, uint8_t *buffer, uint32_t *length) {
+    if (*length < size) {
+        *length = static_cast<uint32_t>(size);
+        return wire::ERR_BUFFER_TOO_SMALL;
+    }
+    std::memcpy(buffer, bytes, size);
+    *length = static_cast<uint32_t>(size);
+    return wire::OK;
+}
+
+// The size is fixed by the algorithm and answered here; the value finishes the hash on the
+// HSM.
+[[nodiscard]] uint32_t GetHashParam(QHashHandle handle, uint32_t param, uint8_t *buffer,
+                                    uint32_t *length) {
     uint32_t status;
     std::shared_ptr<HashContext> hash = FindHash(handle, &status);
     if (hash == nullptr) return status;
     if (length == nullptr || (buffer == nullptr && *length != 0))
         return wire::ERR_INVALID_PARAMETER;
-    if (param != Q_HASH_PARAM_SIZE && param != Q_HASH_PARAM_VALUE) return wire::ERR_NOT_SUPPORTED;
-    if (param == Q_HASH_PARAM_SIZE) {
-        if (*length < sizeof(uint32_t)) {
-            *length = sizeof(uint32_t);
-            return wire::ERR_BUFFER_TOO_SMALL;
-        }
-        std::memcpy(buffer, &hash->digestSize, sizeof hash->digestSize);
-        *length = sizeof hash->digestSize;
-        return wire::OK;
-    }
-    return hash->session->Call(
-        [&](pb::Request &request) {
-            pb::HashGetParam *message = request.mutable_hash_get_param();
-            message->set_hash_id(hash->remoteId);
-            message->set_param(param);
-        },
-        [&](const pb::Response &response) -> uint32_t {
-            const std::string &value = response.data();
-            if (*length < value.size()) {
-                *length = static_cast<uint32_t>(value.size());
-                return wire::ERR_BUFFER_TOO_SMALL;
-            }
-            std::memcpy(buffer, value.data(), value.size());
-            *length = static_cast<uint32_t>(value.size());
-            return wire::OK;
+    if (param == Q_HASH_PARAM_SIZE)
+        return PutBytes(&hash->digestSize, sizeof hash->digestSize, buffer, length);
+    if (param != Q_HASH_PARAM_VALUE) return wire::ERR_NOT_SUPPORTED;
+    pb::FinishHash request;
+    request.set_hash_id(hash->remoteId);
+    return Remote<pb::FinishHashReply>(
+        *hash->session, std::move(request), [&](const pb::FinishHashReply &reply) {
+            return PutBytes(reply.digest().data(), reply.digest().size(), buffer, length);
         });
 }
 
-uint32_t SetHashParam(QHashHandle handle, uint32_t param, const uint8_t *value, uint32_t length) {
+[[nodiscard]] uint32_t SetHashParam(QHashHandle handle, uint32_t param, const uint8_t *value,
+                                    uint32_t length) {
     uint32_t status;
     std::shared_ptr<HashContext> hash = FindHash(handle, &status);
     if (hash == nullptr) return status;
     if (param != Q_HASH_PARAM_KEY) return wire::ERR_NOT_SUPPORTED;
     if (value == nullptr || length == 0) return wire::ERR_INVALID_PARAMETER;
-    return hash->session->CallWithSecret(
-        [&](pb::Request &request) {
-            pb::HashSetParam *message = request.mutable_hash_set_param();
-            message->set_hash_id(hash->remoteId);
-            message->set_param(param);
-            message->set_value(value, length);
-        },
-        [](pb::Request &request) {
-            std::string *key = request.mutable_hash_set_param()->mutable_value();
-            OPENSSL_cleanse(key->data(), key->size());
-        });
+    pb::SetHashKey request;
+    request.set_hash_id(hash->remoteId);
+    request.set_key(value, length);
+    return Remote<pb::SetHashKeyReply>(*hash->session, std::move(request));
 }
 
-uint32_t DestroyHash(QHashHandle handle) {
+[[nodiscard]] uint32_t DestroyHash(QHashHandle handle) {
     if (!LibraryState::Get().initialized()) return wire::ERR_NOT_INITIALIZED;
     std::shared_ptr<HashContext> hash = LibraryState::Get().hashes.Remove(handle);
     if (hash == nullptr) return wire::ERR_INVALID_HANDLE;
-    uint32_t status = hash->session->Call(
-        [&](pb::Request &request) { request.mutable_hash_destroy()->set_hash_id(hash->remoteId); });
+    pb::DestroyHash request;
+    request.set_hash_id(hash->remoteId);
+    uint32_t status = Remote<pb::DestroyHashReply>(*hash->session, std::move(request));
     // The handle is released either way; a session closed or lost meanwhile took the
     // context on the HSM with it.
     if (status == wire::ERR_INVALID_HANDLE || status == wire::ERR_CONNECTION_LOST) return wire::OK;
@@ -177,9 +158,9 @@ using qelvoarc::Guarded;
 
 extern "C" {
 
-uint32_t QCreateHash(QSessionHandle session, uint32_t algorithm, QKeyHandle key, uint32_t flags,
+uint32_t QCreateHash(QSessionHandle session, uint32_t algorithm, QKeyHandle key, uint32_t,
                      QHashHandle *hash) {
-    return Guarded([&] { return qelvoarc::CreateHash(session, algorithm, key, flags, hash); });
+    return Guarded([&] { return qelvoarc::CreateHash(session, algorithm, key, hash); });
 }
 
 uint32_t QHashData(QHashHandle hash, const uint8_t *data, uint32_t length, uint32_t) {

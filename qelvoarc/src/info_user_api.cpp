@@ -3,41 +3,47 @@
 #include <cstring>
 
 #include "abi_guard.h"
-#include "library_state.h"
 #include "qelvoarc.h"
+#include "remote_call.h"
 
 namespace qelvoarc {
 namespace {
 
-uint32_t GetHsmInfo(QSessionHandle handle, uint32_t *flagWord, uint32_t kind, void *buffer,
-                    uint32_t *length) {
-    uint32_t status;
-    std::shared_ptr<Session> session = FindSession(handle, &status);
-    if (session == nullptr) return status;
+// Copies an answer of `size` bytes, with a terminator for text that *length does not count.
+[[nodiscard]] uint32_t PutInfo(const void *answer, size_t size, bool text, void *buffer,
+                               uint32_t *length) {
+    const size_t needed = size + (text ? 1 : 0);
+    if (*length < needed) {
+        *length = static_cast<uint32_t>(needed);
+        return wire::ERR_BUFFER_TOO_SMALL;
+    }
+    std::memcpy(buffer, answer, size);
+    if (text) static_cast<char *>(buffer)[size] = '\0';
+    *length = static_cast<uint32_t>(size);
+    return wire::OK;
+}
+
+// The flag word goes back as it came: the HSM answers no flags of its own for the kinds
+// served.
+[[nodiscard]] uint32_t GetHsmInfo(QSessionHandle handle, const uint32_t *flagWord, uint32_t kind,
+                                  void *buffer, uint32_t *length) {
     if (flagWord == nullptr || buffer == nullptr || length == nullptr)
-        return wire::ERR_INVALID_PARAMETER;
-    if (kind != Q_INFO_VERSION && kind != Q_INFO_MODE) return wire::ERR_NOT_SUPPORTED;
-    // The version is text: the caller gets it terminated.
-    const size_t terminator = kind == Q_INFO_VERSION ? 1 : 0;
-    return session->Call(
-        [&](pb::Request &request) {
-            pb::GetHsmInfo *info = request.mutable_get_hsm_info();
-            info->set_kind(kind);
-            info->set_flags(*flagWord);
-        },
-        [&](const pb::Response &response) -> uint32_t {
-            const std::string &data = response.data();
-            size_t needed = data.size() + terminator;
-            if (*length < needed) {
-                *length = static_cast<uint32_t>(needed);
-                return wire::ERR_BUFFER_TOO_SMALL;
-            }
-            std::memcpy(buffer, data.data(), data.size());
-            if (terminator) static_cast<char *>(buffer)[data.size()] = '\0';
-            *length = static_cast<uint32_t>(data.size());
-            *flagWord = response.flags();
-            return wire::OK;
-        });
+        return Refuse(handle, wire::ERR_INVALID_PARAMETER);
+    switch (kind) {
+        case Q_INFO_VERSION:
+            return Remote<pb::GetVersionTextReply>(
+                handle, pb::GetVersionText(), [&](const pb::GetVersionTextReply &reply) {
+                    return PutInfo(reply.text().data(), reply.text().size(), true, buffer, length);
+                });
+        case Q_INFO_MODE:
+            return Remote<pb::GetHsmModeReply>(
+                handle, pb::GetHsmMode(), [&](const pb::GetHsmModeReply &reply) {
+                    const uint32_t mode = reply.mode();
+                    return PutInfo(&mode, sizeof mode, false, buffer, length);
+                });
+        default:
+            return Refuse(handle, wire::ERR_NOT_SUPPORTED);
+    }
 }
 
 }  // namespace

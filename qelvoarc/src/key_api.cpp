@@ -2,8 +2,6 @@
 // reads and blocking. A key handle carries the key's attributes, so parameter reads need no
 // round trip.
 
-#include <openssl/crypto.h>
-
 #include <cstring>
 
 #include "abi_guard.h"
@@ -12,6 +10,7 @@
 #include "library_state.h"
 #include "listing_snapshot.h"
 #include "qelvoarc.h"
+#include "remote_call.h"
 
 namespace qelvoarc {
 namespace {
@@ -29,7 +28,7 @@ bool IsRsa(uint32_t algorithm) {
 
 // What a key of this algorithm may be used for.
 uint64_t UsageMask(const pb::ObjectInfo &info) {
-    if (info.kind() != kObjectKindKey) return 0;
+    if (info.kind() != pb::OBJECT_KEY) return 0;
     uint32_t algorithm = info.algorithm();
     uint64_t mask = 0;
     if (algorithm >= Q_ALG_HMAC_MD5 && algorithm <= Q_ALG_HMAC_SHA3_512)
@@ -48,7 +47,7 @@ uint64_t UsageMask(const pb::ObjectInfo &info) {
     return mask;
 }
 
-uint32_t Put(const void *value, uint32_t size, void *buffer, uint32_t *length) {
+[[nodiscard]] uint32_t Put(const void *value, uint32_t size, void *buffer, uint32_t *length) {
     if (*length < size) {
         *length = size;
         return wire::ERR_BUFFER_TOO_SMALL;
@@ -58,12 +57,12 @@ uint32_t Put(const void *value, uint32_t size, void *buffer, uint32_t *length) {
     return wire::OK;
 }
 
-uint32_t PutWord(uint32_t value, void *buffer, uint32_t *length) {
+[[nodiscard]] uint32_t PutWord(uint32_t value, void *buffer, uint32_t *length) {
     return Put(&value, sizeof value, buffer, length);
 }
 
-uint32_t ReadMapSlots(const pb::ObjectInfo &info, void *buffer, uint32_t *length) {
-    if (info.kind() != kObjectKindMap) return wire::ERR_WRONG_OBJECT_TYPE;
+[[nodiscard]] uint32_t ReadMapSlots(const pb::ObjectInfo &info, void *buffer, uint32_t *length) {
+    if (info.kind() != pb::OBJECT_MAP) return wire::ERR_WRONG_OBJECT_TYPE;
     QMapSlots slots{};
     CopyField(slots.slot1Name, info.target());
     slots.slot1Type = info.target_type();
@@ -72,17 +71,19 @@ uint32_t ReadMapSlots(const pb::ObjectInfo &info, void *buffer, uint32_t *length
     return Put(&slots, sizeof slots, buffer, length);
 }
 
-uint32_t ReadPkcs11MapName(const pb::ObjectInfo &info, void *buffer, uint32_t *length) {
-    if (info.kind() != kObjectKindKey && info.kind() != kObjectKindCertificate)
+[[nodiscard]] uint32_t ReadPkcs11MapName(const pb::ObjectInfo &info, void *buffer,
+                                         uint32_t *length) {
+    if (info.kind() != pb::OBJECT_KEY && info.kind() != pb::OBJECT_CERTIFICATE)
         return wire::ERR_WRONG_OBJECT_TYPE;
     char name[Q_MAX_OBJ_NAME + 1] = {};
     CopyField(name, info.pkcs11_map());
     return Put(name, sizeof name, buffer, length);
 }
 
-uint32_t ReadKeyParam(const KeyObject &key, uint32_t param, void *buffer, uint32_t *length) {
+[[nodiscard]] uint32_t ReadKeyParam(const KeyObject &key, uint32_t param, void *buffer,
+                                    uint32_t *length) {
     const pb::ObjectInfo &info = key.info;
-    const bool isKey = info.kind() == kObjectKindKey;
+    const bool isKey = info.kind() == pb::OBJECT_KEY;
     switch (param) {
         case Q_KEY_PARAM_ALGORITHM:
             return PutWord(info.algorithm(), buffer, length);
@@ -137,39 +138,28 @@ uint32_t ReadKeyParam(const KeyObject &key, uint32_t param, void *buffer, uint32
     }
 }
 
-uint32_t GenerateKey(QSessionHandle handle, const char *name, uint32_t algorithm, uint32_t flags,
-                     QKeyHandle *key) {
+[[nodiscard]] uint32_t GenerateKey(QSessionHandle handle, const char *name, uint32_t algorithm,
+                                   uint32_t flags, QKeyHandle *key) {
     uint32_t status;
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
     std::string keyName;
     if (key == nullptr) return wire::ERR_INVALID_PARAMETER;
     if ((status = ObjectName(name, &keyName)) != wire::OK) return status;
+    pb::GenerateKey request;
+    request.set_name(keyName);
+    request.set_algorithm(static_cast<pb::Algorithm>(algorithm));
+    request.set_attributes(flags);
     pb::ObjectInfo info;
-    status = session->Call(
-        [&](pb::Request &request) {
-            pb::KeyGenerate *generate = request.mutable_key_generate();
-            generate->set_name(keyName);
-            generate->set_algorithm(algorithm);
-            generate->set_attributes(flags);
-        },
-        [&](const pb::Response &response) {
-            info = response.object();
-            return static_cast<uint32_t>(wire::OK);
-        });
+    status = Remote<pb::GenerateKeyReply>(*session, std::move(request), KeepObject(&info));
     if (status != wire::OK) return status;
     *key = AddKeyHandle(std::move(session), info);
     return wire::OK;
 }
 
-void WipeKeyImport(pb::Request &request) {
-    std::string *material = request.mutable_key_import()->mutable_material();
-    OPENSSL_cleanse(material->data(), material->size());
-}
-
-uint32_t ImportKey(QSessionHandle handle, const char *name, QKeyHandle kek, uint32_t blobType,
-                   uint32_t algorithm, uint32_t attributes, const uint8_t *blob,
-                   uint32_t blobLength, QKeyHandle *key) {
+[[nodiscard]] uint32_t ImportKey(QSessionHandle handle, const char *name, QKeyHandle kek,
+                                 uint32_t blobType, uint32_t algorithm, uint32_t attributes,
+                                 const uint8_t *blob, uint32_t blobLength, QKeyHandle *key) {
     uint32_t status;
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
@@ -179,28 +169,22 @@ uint32_t ImportKey(QSessionHandle handle, const char *name, QKeyHandle kek, uint
     // Only clear blobs are served; wrapped imports need key-encryption keys on the HSM.
     if (kek != 0 || (blobType != Q_BLOB_CLEAR_SYMMETRIC && blobType != Q_BLOB_X509_CERT))
         return wire::ERR_NOT_SUPPORTED;
+    pb::ImportKey request;
+    request.set_name(keyName);
+    request.set_blob_type(static_cast<pb::BlobType>(blobType));
+    request.set_algorithm(static_cast<pb::Algorithm>(algorithm));
+    request.set_attributes(attributes);
+    request.set_material(blob, blobLength);
     pb::ObjectInfo info;
-    status = session->CallWithSecret(
-        [&](pb::Request &request) {
-            pb::KeyImport *import = request.mutable_key_import();
-            import->set_name(keyName);
-            import->set_blob_type(blobType);
-            import->set_algorithm(algorithm);
-            import->set_attributes(attributes);
-            import->set_material(blob, blobLength);
-        },
-        [&](const pb::Response &response) {
-            info = response.object();
-            return static_cast<uint32_t>(wire::OK);
-        },
-        &WipeKeyImport);
+    status = Remote<pb::ImportKeyReply>(*session, std::move(request), KeepObject(&info));
     if (status != wire::OK) return status;
     ForgetListed(session.get(), keyName);
     *key = AddKeyHandle(std::move(session), info);
     return wire::OK;
 }
 
-uint32_t GetUserKey(QSessionHandle handle, const char *name, uint32_t options, QKeyHandle *key) {
+[[nodiscard]] uint32_t GetUserKey(QSessionHandle handle, const char *name, uint32_t options,
+                                  QKeyHandle *key) {
     uint32_t status;
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
@@ -215,12 +199,13 @@ uint32_t GetUserKey(QSessionHandle handle, const char *name, uint32_t options, Q
     return wire::OK;
 }
 
-uint32_t DestroyKey(QKeyHandle handle) {
+[[nodiscard]] uint32_t DestroyKey(QKeyHandle handle) {
     if (!LibraryState::Get().initialized()) return wire::ERR_NOT_INITIALIZED;
     return LibraryState::Get().keys.Remove(handle) ? wire::OK : wire::ERR_INVALID_HANDLE;
 }
 
-uint32_t GetKeyParam(QKeyHandle handle, uint32_t param, void *buffer, uint32_t *length) {
+[[nodiscard]] uint32_t GetKeyParam(QKeyHandle handle, uint32_t param, void *buffer,
+                                   uint32_t *length) {
     uint32_t status;
     std::shared_ptr<KeyObject> key = FindKey(handle, &status);
     if (key == nullptr) return status;
@@ -229,7 +214,8 @@ uint32_t GetKeyParam(QKeyHandle handle, uint32_t param, void *buffer, uint32_t *
     return ReadKeyParam(*key, param, buffer, length);
 }
 
-uint32_t SetKeyParam(QKeyHandle handle, uint32_t param, const void *data, uint32_t length) {
+[[nodiscard]] uint32_t SetKeyParam(QKeyHandle handle, uint32_t param, const void *data,
+                                   uint32_t length) {
     uint32_t status;
     std::shared_ptr<KeyObject> key = FindKey(handle, &status);
     if (key == nullptr) return status;
@@ -238,19 +224,13 @@ uint32_t SetKeyParam(QKeyHandle handle, uint32_t param, const void *data, uint32
     uint32_t value = 0;
     if (length != sizeof value) return wire::ERR_INVALID_LENGTH;
     std::memcpy(&value, data, sizeof value);
+    if (value > 1) return wire::ERR_INVALID_PARAMETER;
+    pb::SetKeyBlocked request;
+    request.set_name(key->info.name());
+    request.set_object_id(key->info.object_id());
+    request.set_blocked(value == 1);
     pb::ObjectInfo info;
-    status = key->session->Call(
-        [&](pb::Request &request) {
-            pb::KeySetParam *set = request.mutable_key_set_param();
-            set->set_name(key->info.name());
-            set->set_object_id(key->info.object_id());
-            set->set_param(param);
-            set->set_value(value);
-        },
-        [&](const pb::Response &response) {
-            info = response.object();
-            return static_cast<uint32_t>(wire::OK);
-        });
+    status = Remote<pb::SetKeyBlockedReply>(*key->session, std::move(request), KeepObject(&info));
     if (status != wire::OK) return status;
     key->blocked = info.blocked();
     ForgetListed(key->session.get(), key->info.name());

@@ -8,33 +8,31 @@
 #include "key_objects.h"
 #include "library_memory.h"
 #include "qelvoarc.h"
+#include "remote_call.h"
 
 namespace qelvoarc {
 namespace {
 
-uint32_t ExportKey(QKeyHandle handle, QKeyHandle kek, uint32_t blobType, uint8_t **blob,
-                   uint32_t *blobLength) {
+[[nodiscard]] uint32_t ExportKey(QKeyHandle handle, QKeyHandle kek, uint32_t blobType,
+                                 uint8_t **blob, uint32_t *blobLength) {
     uint32_t status;
     std::shared_ptr<KeyObject> key = FindKey(handle, &status);
     if (key == nullptr) return status;
     if (blob == nullptr || blobLength == nullptr) return wire::ERR_INVALID_PARAMETER;
     // Wrapped exports need key-encryption keys on the HSM, which it does not serve yet.
     if (kek != 0) return wire::ERR_NOT_SUPPORTED;
+    pb::ExportKey request;
+    request.set_name(key->info.name());
+    request.set_object_id(key->info.object_id());
+    request.set_blob_type(static_cast<pb::BlobType>(blobType));
     void *copy = nullptr;
     uint32_t size = 0;
-    status = key->session->Call(
-        [&](pb::Request &request) {
-            pb::KeyExport *exported = request.mutable_key_export();
-            exported->set_name(key->info.name());
-            exported->set_object_id(key->info.object_id());
-            exported->set_blob_type(blobType);
-        },
-        [&](const pb::Response &response) {
-            const std::string &data = response.data();
-            copy = CopyToLibraryMemory(data.data(), data.size());
-            if (copy == nullptr) return static_cast<uint32_t>(wire::ERR_NO_MEMORY);
-            size = static_cast<uint32_t>(data.size());
-            return static_cast<uint32_t>(wire::OK);
+    status = Remote<pb::ExportKeyReply>(
+        *key->session, std::move(request), [&](const pb::ExportKeyReply &reply) -> uint32_t {
+            copy = CopyToLibraryMemory(reply.material().data(), reply.material().size());
+            if (copy == nullptr) return wire::ERR_NO_MEMORY;
+            size = static_cast<uint32_t>(reply.material().size());
+            return wire::OK;
         });
     if (status != wire::OK) return status;
     *blob = static_cast<uint8_t *>(copy);

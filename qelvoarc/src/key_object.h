@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "qelvoarc_wire.pb.h"
+#include "envelope.pb.h"
 #include "session.h"
 
 namespace qelvoarc {

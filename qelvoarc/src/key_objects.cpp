@@ -4,6 +4,7 @@
 
 #include "library_state.h"
 #include "listing_snapshot.h"
+#include "remote_call.h"
 
 namespace qelvoarc {
 
@@ -25,16 +26,10 @@ uint32_t OpenObject(Session &session, const std::string &name, uint32_t options,
         *info = std::move(*listed);
         return wire::OK;
     }
-    return session.Call(
-        [&](pb::Request &request) {
-            pb::ObjectOpen *open = request.mutable_object_open();
-            open->set_name(name);
-            open->set_options(options);
-        },
-        [&](const pb::Response &response) {
-            *info = response.object();
-            return static_cast<uint32_t>(wire::OK);
-        });
+    pb::OpenObject request;
+    request.set_name(name);
+    request.set_options(options);
+    return Remote<pb::OpenObjectReply>(session, std::move(request), KeepObject(info));
 }
 
 std::shared_ptr<KeyObject> FindKey(QKeyHandle handle, uint32_t *status) {

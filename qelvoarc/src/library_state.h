@@ -24,9 +24,9 @@ class LibraryState {
     static LibraryState &Get();
 
     // Counted: each successful Initialize needs one Finalize.
-    uint32_t Initialize();
+    [[nodiscard]] uint32_t Initialize();
     // The last Finalize closes every session and releases every handle.
-    uint32_t Finalize();
+    [[nodiscard]] uint32_t Finalize();
     bool initialized() const { return initialized_.load(std::memory_order_acquire); }
 
     HandleTable<Session> sessions;

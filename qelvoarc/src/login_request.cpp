@@ -16,11 +16,11 @@ std::string FieldText(const char *field, size_t width) {
     return std::string(field, strnlen(field, width));
 }
 
-uint32_t PlanPassword(const QPasswordLoginRecord &record, LoginPlan *plan) {
+[[nodiscard]] uint32_t PlanPassword(const QPasswordLoginRecord &record, LoginPlan *plan) {
     pb::Login &login = plan->login;
     login.set_user(FieldText(record.userId, sizeof record.userId));
     login.set_password(record.password, strnlen(record.password, sizeof record.password));
-    login.set_auth_mode(record.authMode);
+    login.set_auth_mode(static_cast<pb::AuthMode>(record.authMode));
     switch (record.authMode) {
         case Q_AUTH_PASSWORD:
             return wire::OK;
@@ -58,7 +58,7 @@ uint32_t PlanPassword(const QPasswordLoginRecord &record, LoginPlan *plan) {
 uint32_t PlanLogin(uint32_t method, const void *record, uint32_t recordSize, uint32_t sessionFlags,
                    LoginPlan *plan) {
     if (record == nullptr) return wire::ERR_INVALID_PARAMETER;
-    plan->login.set_method(method);
+    plan->login.set_method(static_cast<pb::LoginMethod>(method));
     plan->login.set_session_flags(sessionFlags);
     switch (method) {
         case Q_LOGIN_PASSWORD: {
@@ -97,12 +97,6 @@ uint32_t PlanLogin(uint32_t method, const void *record, uint32_t recordSize, uin
         default:
             return wire::ERR_NOT_SUPPORTED;
     }
-}
-
-void WipeLoginSecrets(pb::Login *login) {
-    OPENSSL_cleanse(login->mutable_password()->data(), login->password().size());
-    OPENSSL_cleanse(login->mutable_otp()->data(), login->otp().size());
-    OPENSSL_cleanse(login->mutable_access_token()->data(), login->access_token().size());
 }
 
 }  // namespace qelvoarc

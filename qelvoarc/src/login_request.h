@@ -5,11 +5,18 @@
 #include <string>
 
 #include "connection.h"
-#include "qelvoarc_wire.pb.h"
+#include "envelope.pb.h"
+#include "secret_fields.h"
 
 namespace qelvoarc {
 
 struct LoginPlan {
+    LoginPlan() = default;
+    LoginPlan(const LoginPlan &) = delete;
+    LoginPlan &operator=(const LoginPlan &) = delete;
+    // Whatever secrets the login message still holds (it is handed over when sent).
+    ~LoginPlan() { (void)wire::WipeSecretFields(login); }
+
     std::string address;
     uint32_t port = 0;
     MutualTlsMaterial mutualTls;  // filled only when usesMutualTls
@@ -23,8 +30,5 @@ struct LoginPlan {
 // unknown method.
 [[nodiscard]] uint32_t PlanLogin(uint32_t method, const void *record, uint32_t recordSize,
                                  uint32_t sessionFlags, LoginPlan *plan);
-
-// Overwrites the secrets a login message carries.
-void WipeLoginSecrets(pb::Login *login);
 
 }  // namespace qelvoarc

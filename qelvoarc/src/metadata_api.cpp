@@ -8,6 +8,7 @@
 #include "library_state.h"
 #include "listing_snapshot.h"
 #include "qelvoarc.h"
+#include "remote_call.h"
 
 namespace qelvoarc {
 namespace {
@@ -24,7 +25,7 @@ std::shared_ptr<ObjMetadata> FindMetadata(QObjMetadataHandle handle, uint32_t *s
     return metadata;
 }
 
-uint32_t CreateObjMetadata(QObjMetadataHandle *out) {
+[[nodiscard]] uint32_t CreateObjMetadata(QObjMetadataHandle *out) {
     if (!LibraryState::Get().initialized()) return wire::ERR_NOT_INITIALIZED;
     if (out == nullptr) return wire::ERR_INVALID_PARAMETER;
     *out = LibraryState::Get().metadata.Add(std::make_shared<ObjMetadata>());
@@ -32,7 +33,8 @@ uint32_t CreateObjMetadata(QObjMetadataHandle *out) {
 }
 
 // The label as a NUL-terminated text; *length out counts the terminator.
-uint32_t GetObjMetadata(QObjMetadataHandle handle, uint32_t item, void *buffer, uint32_t *length) {
+[[nodiscard]] uint32_t GetObjMetadata(QObjMetadataHandle handle, uint32_t item, void *buffer,
+                                      uint32_t *length) {
     uint32_t status;
     std::shared_ptr<ObjMetadata> metadata = FindMetadata(handle, &status);
     if (metadata == nullptr) return status;
@@ -49,8 +51,8 @@ uint32_t GetObjMetadata(QObjMetadataHandle handle, uint32_t item, void *buffer, 
     return wire::OK;
 }
 
-uint32_t SetObjMetadata(QObjMetadataHandle handle, uint32_t item, const void *value,
-                        uint32_t length) {
+[[nodiscard]] uint32_t SetObjMetadata(QObjMetadataHandle handle, uint32_t item, const void *value,
+                                      uint32_t length) {
     uint32_t status;
     std::shared_ptr<ObjMetadata> metadata = FindMetadata(handle, &status);
     if (metadata == nullptr) return status;
@@ -64,7 +66,8 @@ uint32_t SetObjMetadata(QObjMetadataHandle handle, uint32_t item, const void *va
     return wire::OK;
 }
 
-uint32_t OpenMetadata(Session &session, const std::string &name, QObjMetadataHandle *out) {
+[[nodiscard]] uint32_t OpenMetadata(Session &session, const std::string &name,
+                                    QObjMetadataHandle *out) {
     if (out == nullptr) return wire::ERR_INVALID_PARAMETER;
     pb::ObjectInfo info;
     if (uint32_t status = OpenObject(session, name, Q_KEY_OPEN_DEFAULT, &info); status != wire::OK)
@@ -76,23 +79,23 @@ uint32_t OpenMetadata(Session &session, const std::string &name, QObjMetadataHan
     return wire::OK;
 }
 
-uint32_t WriteMetadata(Session &session, const std::string &name, QObjMetadataHandle *handle) {
+[[nodiscard]] uint32_t WriteMetadata(Session &session, const std::string &name,
+                                     QObjMetadataHandle *handle) {
     if (handle == nullptr) return wire::ERR_INVALID_PARAMETER;
     uint32_t status;
     std::shared_ptr<ObjMetadata> metadata = FindMetadata(*handle, &status);
     if (metadata == nullptr) return status;
     if (!metadata->hasLabel) return wire::ERR_INVALID_PARAMETER;
-    status = session.Call([&](pb::Request &request) {
-        pb::MetadataWrite *write = request.mutable_metadata_write();
-        write->set_name(name);
-        write->set_label(metadata->label);
-    });
+    pb::SetObjectLabel request;
+    request.set_name(name);
+    request.set_label(metadata->label);
+    status = Remote<pb::SetObjectLabelReply>(session, std::move(request));
     if (status == wire::OK) ForgetListed(&session, name);
     return status;
 }
 
-uint32_t ManageObjMetadata(QSessionHandle handle, uint32_t operation, const char *objectName,
-                           QObjMetadataHandle *metadata) {
+[[nodiscard]] uint32_t ManageObjMetadata(QSessionHandle handle, uint32_t operation,
+                                         const char *objectName, QObjMetadataHandle *metadata) {
     uint32_t status;
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
@@ -108,7 +111,7 @@ uint32_t ManageObjMetadata(QSessionHandle handle, uint32_t operation, const char
     }
 }
 
-uint32_t DestroyObjMetadata(QObjMetadataHandle handle) {
+[[nodiscard]] uint32_t DestroyObjMetadata(QObjMetadataHandle handle) {
     if (!LibraryState::Get().initialized()) return wire::ERR_NOT_INITIALIZED;
     return LibraryState::Get().metadata.Remove(handle) ? wire::OK : wire::ERR_INVALID_HANDLE;
 }

@@ -12,25 +12,24 @@
 #include "library_state.h"
 #include "listing_snapshot.h"
 #include "qelvoarc.h"
+#include "remote_call.h"
 
 namespace qelvoarc {
 namespace {
 
-constexpr uint32_t kListEverything = 0;
-constexpr uint32_t kListPkcs11Maps = 3;
-
-uint32_t ListObjects(QSessionHandle handle, uint32_t kind, QNameCallback callback, void *context) {
+[[nodiscard]] uint32_t ListObjects(QSessionHandle handle, pb::ObjectKind kind,
+                                   QNameCallback callback, void *context) {
     uint32_t status;
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
     if (callback == nullptr) return wire::ERR_INVALID_PARAMETER;
+    pb::ListObjects request;
+    request.set_kind(kind);
     std::vector<pb::ObjectInfo> objects;
-    status =
-        session->Call([&](pb::Request &request) { request.mutable_object_list()->set_kind(kind); },
-                      [&](const pb::Response &response) {
-                          objects.assign(response.objects().begin(), response.objects().end());
-                          return static_cast<uint32_t>(wire::OK);
-                      });
+    status = Remote<pb::ListObjectsReply>(
+        *session, std::move(request), [&](const pb::ListObjectsReply &reply) {
+            objects.assign(reply.objects().begin(), reply.objects().end());
+        });
     if (status != wire::OK) return status;
     std::vector<std::string> names;
     names.reserve(objects.size());
@@ -40,7 +39,7 @@ uint32_t ListObjects(QSessionHandle handle, uint32_t kind, QNameCallback callbac
     return DeliverNames(names, callback, context);
 }
 
-uint32_t RemoveObject(QSessionHandle handle, const char *name) {
+[[nodiscard]] uint32_t RemoveObject(QSessionHandle handle, const char *name) {
     uint32_t status;
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
@@ -48,18 +47,19 @@ uint32_t RemoveObject(QSessionHandle handle, const char *name) {
     if ((status = ObjectName(name, &objectName)) != wire::OK) return status;
     // A listed PKCS#11 map's targets name it (key parameter 20) until it goes.
     std::optional<pb::ObjectInfo> listed = FindListed(session.get(), objectName);
-    status = session->Call(
-        [&](pb::Request &request) { request.mutable_object_remove()->set_name(objectName); });
+    pb::RemoveObject request;
+    request.set_name(objectName);
+    status = Remote<pb::RemoveObjectReply>(*session, std::move(request));
     if (status != wire::OK) return status;
     ForgetListed(session.get(), objectName);
-    if (listed && listed->kind() == kObjectKindPkcs11Map) {
+    if (listed && listed->kind() == pb::OBJECT_PKCS11_MAP) {
         ForgetListed(session.get(), listed->target());
         ForgetListed(session.get(), listed->second());
     }
     return wire::OK;
 }
 
-uint32_t GetObjInfo(QSessionHandle handle, const char *name, QObjInfo *out) {
+[[nodiscard]] uint32_t GetObjInfo(QSessionHandle handle, const char *name, QObjInfo *out) {
     uint32_t status;
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
@@ -79,8 +79,9 @@ uint32_t GetObjInfo(QSessionHandle handle, const char *name, QObjInfo *out) {
     return wire::OK;
 }
 
-uint32_t GenerateMapObj(QSessionHandle handle, const char *mapName, const char *slot1Name,
-                        uint32_t slot1Type, const char *slot2Name, uint32_t slot2Type) {
+[[nodiscard]] uint32_t GenerateMapObj(QSessionHandle handle, const char *mapName,
+                                      const char *slot1Name, uint32_t slot1Type,
+                                      const char *slot2Name, uint32_t slot2Type) {
     uint32_t status;
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
@@ -89,18 +90,18 @@ uint32_t GenerateMapObj(QSessionHandle handle, const char *mapName, const char *
         (status = ObjectName(slot1Name, &slot1)) != wire::OK ||
         (status = ObjectName(slot2Name, &slot2)) != wire::OK)
         return status;
-    return session->Call([&](pb::Request &request) {
-        pb::MapCreate *map = request.mutable_map_create();
-        map->set_name(name);
-        map->set_slot1(slot1);
-        map->set_slot1_type(slot1Type);
-        map->set_slot2(slot2);
-        map->set_slot2_type(slot2Type);
-    });
+    pb::CreateMap request;
+    request.set_name(name);
+    request.set_slot1(slot1);
+    request.set_slot1_type(slot1Type);
+    request.set_slot2(slot2);
+    request.set_slot2_type(slot2Type);
+    return Remote<pb::CreateMapReply>(*session, std::move(request));
 }
 
-uint32_t GeneratePkcs11Map(QSessionHandle handle, const char *mapName, const char *keyName,
-                           const char *certName, const char *label) {
+[[nodiscard]] uint32_t GeneratePkcs11Map(QSessionHandle handle, const char *mapName,
+                                         const char *keyName, const char *certName,
+                                         const char *label) {
     uint32_t status;
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
@@ -114,13 +115,12 @@ uint32_t GeneratePkcs11Map(QSessionHandle handle, const char *mapName, const cha
     constexpr size_t kLabelField = sizeof(QPkcs11MapInfo::label) - 1;
     std::string p11Label = label == nullptr ? std::string() : BoundedText(label, kLabelField + 1);
     if (p11Label.size() > kLabelField) return wire::ERR_INVALID_LENGTH;
-    status = session->Call([&](pb::Request &request) {
-        pb::Pkcs11MapCreate *map = request.mutable_pkcs11_map_create();
-        map->set_name(name);
-        map->set_key_name(key);
-        map->set_cert_name(cert);
-        map->set_label(p11Label);
-    });
+    pb::CreatePkcs11Map request;
+    request.set_name(name);
+    request.set_key_name(key);
+    request.set_cert_name(cert);
+    request.set_label(p11Label);
+    status = Remote<pb::CreatePkcs11MapReply>(*session, std::move(request));
     if (status != wire::OK) return status;
     // What a listing fetched of the target and certificate no longer names their map.
     ForgetListed(session.get(), key);
@@ -128,15 +128,7 @@ uint32_t GeneratePkcs11Map(QSessionHandle handle, const char *mapName, const cha
     return wire::OK;
 }
 
-uint32_t ReadPkcs11MapDetails(Session &session, const std::string &name, QPkcs11MapDetails *out) {
-    pb::Pkcs11MapDetails details;
-    uint32_t status = session.Call(
-        [&](pb::Request &request) { request.mutable_pkcs11_map_details_read()->set_name(name); },
-        [&](const pb::Response &response) {
-            details = response.pkcs11_map_details();
-            return static_cast<uint32_t>(wire::OK);
-        });
-    if (status != wire::OK) return status;
+QPkcs11MapDetails ToDetails(const pb::GetPkcs11MapDetailsReply &details) {
     QPkcs11MapDetails result{};
     CopyField(result.info.target, details.target());
     CopyField(result.info.label, details.label());
@@ -152,12 +144,20 @@ uint32_t ReadPkcs11MapDetails(Session &session, const std::string &name, QPkcs11
     result.certificateCategory = details.certificate_category();
     result.javaMidpSecurityDomain = details.java_midp_security_domain();
     result.keyGenMechanism = details.key_gen_mechanism();
-    *out = result;
-    return wire::OK;
+    return result;
 }
 
-uint32_t GetPkcs11Map(QSessionHandle handle, const char *mapName, uint32_t level, uint32_t reserved,
-                      QPkcs11MapInfo *out) {
+[[nodiscard]] uint32_t ReadPkcs11MapDetails(Session &session, const std::string &name,
+                                            QPkcs11MapDetails *out) {
+    pb::GetPkcs11MapDetails request;
+    request.set_name(name);
+    return Remote<pb::GetPkcs11MapDetailsReply>(
+        session, std::move(request),
+        [&](const pb::GetPkcs11MapDetailsReply &reply) { *out = ToDetails(reply); });
+}
+
+[[nodiscard]] uint32_t GetPkcs11Map(QSessionHandle handle, const char *mapName, uint32_t level,
+                                    uint32_t reserved, QPkcs11MapInfo *out) {
     uint32_t status;
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
@@ -171,7 +171,7 @@ uint32_t GetPkcs11Map(QSessionHandle handle, const char *mapName, uint32_t level
         return ReadPkcs11MapDetails(*session, name, reinterpret_cast<QPkcs11MapDetails *>(out));
     pb::ObjectInfo info;
     if ((status = OpenObject(*session, name, Q_KEY_OPEN_DEFAULT, &info)) != wire::OK) return status;
-    if (info.kind() != kObjectKindPkcs11Map) return wire::ERR_WRONG_OBJECT_TYPE;
+    if (info.kind() != pb::OBJECT_PKCS11_MAP) return wire::ERR_WRONG_OBJECT_TYPE;
     QPkcs11MapInfo result{};
     CopyField(result.target, info.target());
     CopyField(result.label, info.p11_label());
@@ -187,14 +187,13 @@ using qelvoarc::Guarded;
 extern "C" {
 
 uint32_t QListObjs(QSessionHandle session, QNameCallback callback, void *context) {
-    return Guarded([&] {
-        return qelvoarc::ListObjects(session, qelvoarc::kListEverything, callback, context);
-    });
+    return Guarded(
+        [&] { return qelvoarc::ListObjects(session, wire::pb::OBJECT_ANY, callback, context); });
 }
 
 uint32_t QListPkcs11Maps(QSessionHandle session, QNameCallback callback, void *context) {
     return Guarded([&] {
-        return qelvoarc::ListObjects(session, qelvoarc::kListPkcs11Maps, callback, context);
+        return qelvoarc::ListObjects(session, wire::pb::OBJECT_PKCS11_MAP, callback, context);
     });
 }
 

@@ -6,6 +6,7 @@
 #include "library_state.h"
 #include "login_request.h"
 #include "qelvoarc.h"
+#include "remote_call.h"
 
 namespace qelvoarc {
 namespace {
@@ -33,22 +34,23 @@ ConnectionOptions OptionsFor(const LoginPlan &plan, uint32_t flags) {
     return options;
 }
 
-// Sends the login and wipes every copy of its secrets. Returns the transport status or the
-// HSM's answer; *passwordChangeOnly tells a 5178 that still opened a restricted session.
-uint32_t Authenticate(Connection &connection, pb::Login &login, bool *passwordChangeOnly) {
+// Sends the login, which the connection wipes once serialised. Returns the transport status
+// or the HSM's answer; *passwordChangeOnly tells a 5178 that still opened a restricted
+// session.
+[[nodiscard]] uint32_t Authenticate(Connection &connection, pb::Login &login,
+                                    bool *passwordChangeOnly) {
     pb::Request request;
     *request.mutable_login() = std::move(login);
     pb::Response response;
-    uint32_t status = connection.RoundTrip(request, &response, true);
-    WipeLoginSecrets(request.mutable_login());
+    uint32_t status = connection.RoundTrip(request, &response);
     if (status == wire::OK) status = response.status();
     *passwordChangeOnly =
         status == wire::ERR_PASSWORD_EXPIRED && response.login().password_expired();
     return status;
 }
 
-uint32_t OpenSession(QSessionHandle *out, uint32_t method, const void *record, uint32_t recordSize,
-                     uint32_t flags) {
+[[nodiscard]] uint32_t OpenSession(QSessionHandle *out, uint32_t method, const void *record,
+                                   uint32_t recordSize, uint32_t flags) {
     if (!LibraryState::Get().initialized()) return wire::ERR_NOT_INITIALIZED;
     if (out == nullptr || !ValidSessionFlags(flags)) return wire::ERR_INVALID_PARAMETER;
     LoginPlan plan;
@@ -59,13 +61,12 @@ uint32_t OpenSession(QSessionHandle *out, uint32_t method, const void *record, u
     if (status == wire::OK) status = Connection::Open(OptionsFor(plan, flags), &connection);
     bool passwordChangeOnly = false;
     if (status == wire::OK) status = Authenticate(*connection, plan.login, &passwordChangeOnly);
-    WipeLoginSecrets(&plan.login);
     if (status != wire::OK && !passwordChangeOnly) return status;
     *out = LibraryState::Get().sessions.Add(std::make_shared<Session>(std::move(connection)));
     return status;
 }
 
-uint32_t CloseSession(QSessionHandle *handle) {
+[[nodiscard]] uint32_t CloseSession(QSessionHandle *handle) {
     if (!LibraryState::Get().initialized()) return wire::ERR_NOT_INITIALIZED;
     if (handle == nullptr) return wire::ERR_INVALID_PARAMETER;
     std::shared_ptr<Session> session = LibraryState::Get().sessions.Remove(*handle);
@@ -76,7 +77,7 @@ uint32_t CloseSession(QSessionHandle *handle) {
 }
 
 // Copies a text with its terminator into a caller buffer of *length bytes.
-uint32_t CopyText(const char *text, void *buffer, uint32_t *length) {
+[[nodiscard]] uint32_t CopyText(const char *text, void *buffer, uint32_t *length) {
     if (buffer == nullptr || length == nullptr) return wire::ERR_INVALID_PARAMETER;
     size_t needed = std::strlen(text) + 1;
     if (*length < needed) {
@@ -88,7 +89,7 @@ uint32_t CopyText(const char *text, void *buffer, uint32_t *length) {
     return wire::OK;
 }
 
-uint32_t CopyWord(uint32_t word, void *buffer, uint32_t *length) {
+[[nodiscard]] uint32_t CopyWord(uint32_t word, void *buffer, uint32_t *length) {
     if (*length < sizeof word) {
         *length = sizeof word;
         return wire::ERR_BUFFER_TOO_SMALL;
@@ -98,7 +99,8 @@ uint32_t CopyWord(uint32_t word, void *buffer, uint32_t *length) {
     return wire::OK;
 }
 
-uint32_t GetSessionParam(QSessionHandle handle, uint32_t param, void *buffer, uint32_t *length) {
+[[nodiscard]] uint32_t GetSessionParam(QSessionHandle handle, uint32_t param, void *buffer,
+                                       uint32_t *length) {
     uint32_t status;
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
@@ -114,42 +116,18 @@ uint32_t GetSessionParam(QSessionHandle handle, uint32_t param, void *buffer, ui
     });
 }
 
-uint32_t AdmOperation(QSessionHandle handle, uint32_t operation, void *data, uint32_t length,
-                      uint32_t flags) {
-    uint32_t status;
-    std::shared_ptr<Session> session = FindSession(handle, &status);
-    if (session == nullptr) return status;
-    if (data == nullptr && length != 0) return wire::ERR_INVALID_PARAMETER;
-    return session->Call(
-        [&](pb::Request &request) {
-            pb::AdmOperation *adm = request.mutable_adm_operation();
-            adm->set_operation(operation);
-            if (length != 0) adm->set_data(data, length);
-            adm->set_flags(flags);
-        },
-        // Operations that answer data (reading the password policy) fill the caller's buffer.
-        [&](const pb::Response &response) -> uint32_t {
-            const std::string &answer = response.data();
-            if (answer.empty()) return wire::OK;
-            if (answer.size() > length) return wire::ERR_BUFFER_TOO_SMALL;
-            std::memcpy(data, answer.data(), answer.size());
-            return wire::OK;
-        });
-}
-
-uint32_t GetRandom(QSessionHandle handle, void *buffer, uint32_t length) {
-    uint32_t status;
-    std::shared_ptr<Session> session = FindSession(handle, &status);
-    if (session == nullptr) return status;
+[[nodiscard]] uint32_t GetRandom(QSessionHandle handle, void *buffer, uint32_t length) {
     if (buffer == nullptr || length == 0 || length > kMaxRandomBytes)
-        return wire::ERR_INVALID_PARAMETER;
-    return session->Call(
-        [&](pb::Request &request) { request.mutable_get_random()->set_length(length); },
-        [&](const pb::Response &response) -> uint32_t {
-            if (response.data().size() != length) return wire::ERR_PROTOCOL;
-            std::memcpy(buffer, response.data().data(), length);
-            return wire::OK;
-        });
+        return Refuse(handle, wire::ERR_INVALID_PARAMETER);
+    pb::GetRandom request;
+    request.set_length(length);
+    return Remote<pb::GetRandomReply>(handle, std::move(request),
+                                      [&](const pb::GetRandomReply &reply) -> uint32_t {
+                                          if (reply.data().size() != length)
+                                              return wire::ERR_PROTOCOL;
+                                          std::memcpy(buffer, reply.data().data(), length);
+                                          return wire::OK;
+                                      });
 }
 
 }  // namespace
@@ -190,11 +168,6 @@ uint32_t QCloseSession(QSessionHandle *session, uint32_t) {
 uint32_t QGetSessionParam(QSessionHandle session, uint32_t param, void *buffer, uint32_t *length,
                           uint32_t) {
     return Guarded([&] { return qelvoarc::GetSessionParam(session, param, buffer, length); });
-}
-
-uint32_t QAdmOperation(QSessionHandle session, uint32_t operation, void *data, uint32_t length,
-                       uint32_t flags) {
-    return Guarded([&] { return qelvoarc::AdmOperation(session, operation, data, length, flags); });
 }
 
 uint32_t QGetRandom(QSessionHandle session, void *buffer, uint32_t length) {

@@ -13,8 +13,8 @@
 namespace qelvoarc {
 namespace {
 
-uint32_t GetHsmTlsCert(const char *address, uint32_t port, uint32_t format, uint8_t **data,
-                       uint32_t *length) {
+[[nodiscard]] uint32_t GetHsmTlsCert(const char *address, uint32_t port, uint32_t format,
+                                     uint8_t **data, uint32_t *length) {
     if (data == nullptr || length == nullptr ||
         (format != Q_CERT_FORMAT_DER && format != Q_CERT_FORMAT_PEM))
         return wire::ERR_INVALID_PARAMETER;

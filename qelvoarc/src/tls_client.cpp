@@ -36,7 +36,7 @@ int PasswordCallback(char *buffer, int size, int, void *userdata) {
     return static_cast<int>(length);
 }
 
-uint32_t LoadIdentity(SSL_CTX *ctx, const MutualTlsMaterial &material) {
+[[nodiscard]] uint32_t LoadIdentity(SSL_CTX *ctx, const MutualTlsMaterial &material) {
     BioPtr keyBio = MemoryBio(material.privateKey);
     std::unique_ptr<EVP_PKEY, PkeyDeleter> key(PEM_read_bio_PrivateKey(
         keyBio.get(), nullptr, PasswordCallback, const_cast<char *>(material.keyPassword)));

@@ -1,7 +1,5 @@
 // Accounts: creation, removal, listing, their rights and parameters, trust relations.
 
-#include <openssl/crypto.h>
-
 #include <cstring>
 #include <string>
 #include <vector>
@@ -11,80 +9,68 @@
 #include "library_memory.h"
 #include "library_state.h"
 #include "qelvoarc.h"
+#include "remote_call.h"
 
 namespace qelvoarc {
 namespace {
 
 constexpr size_t kUserIdField = sizeof(QUserRecord::userId);
 
-void WipeSetUserParam(pb::Request &request) {
-    std::string *data = request.mutable_set_user_param()->mutable_data();
-    OPENSSL_cleanse(data->data(), data->size());
+// The password of a caller's record, up to its terminator.
+template <class Message>
+void SetPassword(Message &message, const char (&password)[Q_MAX_PASSWORD + 1]) {
+    message.set_password(password, BoundedText(password, Q_MAX_PASSWORD).size());
 }
 
-uint32_t CreateUser(QSessionHandle handle, const QUserRecord *record) {
-    uint32_t status;
-    std::shared_ptr<Session> session = FindSession(handle, &status);
-    if (session == nullptr) return status;
-    if (record == nullptr) return wire::ERR_INVALID_PARAMETER;
-    return session->CallWithSecret(
-        [&](pb::Request &request) {
-            pb::CreateUser *create = request.mutable_create_user();
-            create->set_user(BoundedText(record->userId, kUserIdField));
-            create->set_password(record->password,
-                                 BoundedText(record->password, Q_MAX_PASSWORD).size());
-            create->set_acl(record->acl);
-        },
-        [](pb::Request &request) {
-            std::string *password = request.mutable_create_user()->mutable_password();
-            OPENSSL_cleanse(password->data(), password->size());
-        });
+[[nodiscard]] uint32_t CreateUser(QSessionHandle handle, const QUserRecord *record) {
+    if (record == nullptr) return Refuse(handle, wire::ERR_INVALID_PARAMETER);
+    pb::CreateUser request;
+    request.set_user(BoundedText(record->userId, kUserIdField));
+    SetPassword(request, record->password);
+    request.set_acl(record->acl);
+    return Remote<pb::CreateUserReply>(handle, std::move(request));
 }
 
-uint32_t RemoveUser(QSessionHandle handle, const char *userId) {
-    uint32_t status;
-    std::shared_ptr<Session> session = FindSession(handle, &status);
-    if (session == nullptr) return status;
-    if (userId == nullptr) return wire::ERR_INVALID_PARAMETER;
-    return session->Call([&](pb::Request &request) {
-        request.mutable_remove_user()->set_user(BoundedText(userId, Q_MAX_USER_ID));
-    });
+[[nodiscard]] uint32_t RemoveUser(QSessionHandle handle, const char *userId) {
+    if (userId == nullptr) return Refuse(handle, wire::ERR_INVALID_PARAMETER);
+    pb::RemoveUser request;
+    request.set_user(BoundedText(userId, Q_MAX_USER_ID));
+    return Remote<pb::RemoveUserReply>(handle, std::move(request));
 }
 
-// Runs a request answering names and delivers them to the callback.
-template <class Fill>
-uint32_t ListNames(QSessionHandle handle, QNameCallback callback, void *context, Fill &&fill) {
-    uint32_t status;
-    std::shared_ptr<Session> session = FindSession(handle, &status);
-    if (session == nullptr) return status;
-    if (callback == nullptr) return wire::ERR_INVALID_PARAMETER;
+[[nodiscard]] uint32_t ListUserTrusts(QSessionHandle handle, const char *userId, uint32_t direction,
+                                      QNameCallback callback, void *context) {
+    if (userId == nullptr) return wire::ERR_INVALID_PARAMETER;  // judged before the handle
+    if (callback == nullptr) return Refuse(handle, wire::ERR_INVALID_PARAMETER);
+    pb::ListUserTrusts request;
+    request.set_user(BoundedText(userId, Q_MAX_USER_ID));
+    request.set_direction(static_cast<pb::TrustDirection>(direction));
     std::vector<std::string> names;
-    status = session->Call(fill, [&](const pb::Response &response) {
-        names.assign(response.names().begin(), response.names().end());
-        return static_cast<uint32_t>(wire::OK);
-    });
+    uint32_t status = Remote<pb::ListUserTrustsReply>(
+        handle, std::move(request), [&](const pb::ListUserTrustsReply &reply) {
+            names.assign(reply.users().begin(), reply.users().end());
+        });
     return status == wire::OK ? DeliverNames(names, callback, context) : status;
 }
 
-uint32_t ListUsers(QSessionHandle handle, QNameCallback callback, void *context) {
+[[nodiscard]] uint32_t ListUsers(QSessionHandle handle, QNameCallback callback, void *context) {
     uint32_t status;
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
     if (callback == nullptr) return wire::ERR_INVALID_PARAMETER;
     std::vector<std::string> names;
-    status = session->Call([](pb::Request &request) { request.mutable_list_users(); },
-                           [&](const pb::Response &response) {
-                               auto listing = std::make_shared<UserListing>();
-                               for (const pb::UserSummary &user : response.users()) {
-                                   UserListing::Entry &entry = listing->users[user.user()];
-                                   entry.acl = user.acl();
-                                   for (const pb::ObjectCount &count : user.object_counts())
-                                       entry.counts.push_back({count.object_type(), count.count()});
-                                   names.push_back(user.user());
-                               }
-                               session->KeepUserListing(std::move(listing));
-                               return static_cast<uint32_t>(wire::OK);
-                           });
+    status =
+        Remote<pb::ListUsersReply>(*session, pb::ListUsers(), [&](const pb::ListUsersReply &reply) {
+            auto listing = std::make_shared<UserListing>();
+            for (const pb::UserSummary &user : reply.users()) {
+                UserListing::Entry &entry = listing->users[user.user()];
+                entry.acl = user.acl();
+                for (const pb::ObjectCount &count : user.object_counts())
+                    entry.counts.push_back({count.object_type(), count.count()});
+                names.push_back(user.user());
+            }
+            session->KeepUserListing(std::move(listing));
+        });
     return status == wire::OK ? DeliverNames(names, callback, context) : status;
 }
 
@@ -96,7 +82,7 @@ const UserListing::Entry *Listed(const std::shared_ptr<const UserListing> &listi
     return it == listing->users.end() ? nullptr : &it->second;
 }
 
-uint32_t GetUserAcl(QSessionHandle handle, const char *userId, uint32_t *acl) {
+[[nodiscard]] uint32_t GetUserAcl(QSessionHandle handle, const char *userId, uint32_t *acl) {
     uint32_t status;
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
@@ -106,17 +92,63 @@ uint32_t GetUserAcl(QSessionHandle handle, const char *userId, uint32_t *acl) {
         *acl = entry->acl;
         return wire::OK;
     }
-    return session->Call(
-        [&](pb::Request &request) {
-            request.mutable_get_user_acl()->set_user(BoundedText(userId, Q_MAX_USER_ID));
-        },
-        [&](const pb::Response &response) {
-            *acl = static_cast<uint32_t>(response.value());
-            return static_cast<uint32_t>(wire::OK);
+    pb::GetUserAcl request;
+    request.set_user(BoundedText(userId, Q_MAX_USER_ID));
+    return Remote<pb::GetUserAclReply>(
+        *session, std::move(request),
+        [&](const pb::GetUserAclReply &reply) { *acl = reply.acl(); });
+}
+
+[[nodiscard]] uint32_t FillObjectCounts(const std::vector<QObjectCountEntry> &counts,
+                                        QObjectCountQuery *query) {
+    query->entryCount = 0;
+    query->entries = nullptr;
+    if (counts.empty()) return wire::OK;
+    void *entries = CopyToLibraryMemory(counts.data(), sizeof(QObjectCountEntry) * counts.size());
+    if (entries == nullptr) return wire::ERR_NO_MEMORY;
+    query->entries = static_cast<QObjectCountEntry *>(entries);
+    query->entryCount = counts.size();
+    return wire::OK;
+}
+
+[[nodiscard]] uint32_t GetObjectCounts(Session &session, const std::string &user,
+                                       QObjectCountQuery *query) {
+    if (const UserListing::Entry *entry = Listed(session.CurrentUserListing(), user))
+        return FillObjectCounts(entry->counts, query);
+    pb::GetObjectCounts request;
+    request.set_user(user);
+    return Remote<pb::GetObjectCountsReply>(
+        session, std::move(request), [&](const pb::GetObjectCountsReply &reply) {
+            std::vector<QObjectCountEntry> counts;
+            for (const pb::ObjectCount &count : reply.counts())
+                counts.push_back({count.object_type(), count.count()});
+            return FillObjectCounts(counts, query);
         });
 }
 
-// The record each GetUserParam code fills, and how.
+[[nodiscard]] uint32_t GetUserStatus(Session &session, const std::string &user,
+                                     QUserStatusRecord *record) {
+    pb::GetUserStatus request;
+    request.set_user(user);
+    return Remote<pb::GetUserStatusReply>(session, std::move(request),
+                                          [&](const pb::GetUserStatusReply &reply) {
+                                              record->blocked = reply.blocked() ? 1 : 0;
+                                              record->reserved = 0;
+                                          });
+}
+
+[[nodiscard]] uint32_t GetUserAuth(Session &session, const std::string &user,
+                                   QUserAuthRecord *record) {
+    pb::GetUserAuth request;
+    request.set_user(user);
+    return Remote<pb::GetUserAuthReply>(session, std::move(request),
+                                        [&](const pb::GetUserAuthReply &reply) {
+                                            record->mofnState = reply.state();
+                                            record->permissionMask = reply.permission_mask();
+                                        });
+}
+
+// The record each GetUserParam code fills.
 uint32_t RecordSizeOf(uint32_t code) {
     switch (code) {
         case Q_USER_PARAM_BLOCK:
@@ -130,18 +162,8 @@ uint32_t RecordSizeOf(uint32_t code) {
     }
 }
 
-uint32_t FillObjectCounts(const std::vector<QObjectCountEntry> &counts, QObjectCountQuery *query) {
-    query->entryCount = 0;
-    query->entries = nullptr;
-    if (counts.empty()) return wire::OK;
-    void *entries = CopyToLibraryMemory(counts.data(), sizeof(QObjectCountEntry) * counts.size());
-    if (entries == nullptr) return wire::ERR_NO_MEMORY;
-    query->entries = static_cast<QObjectCountEntry *>(entries);
-    query->entryCount = counts.size();
-    return wire::OK;
-}
-
-uint32_t GetUserParam(QSessionHandle handle, uint32_t code, void *buffer, uint32_t *length) {
+[[nodiscard]] uint32_t GetUserParam(QSessionHandle handle, uint32_t code, void *buffer,
+                                    uint32_t *length) {
     uint32_t status;
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
@@ -154,100 +176,88 @@ uint32_t GetUserParam(QSessionHandle handle, uint32_t code, void *buffer, uint32
     }
     // Every record starts with the user id the caller filled in.
     const size_t idCapacity = code == Q_USER_PARAM_OBJECT_COUNT ? Q_MAX_OBJ_NAME : kUserIdField;
-    std::string user = BoundedText(static_cast<const char *>(buffer), idCapacity);
-    if (code == Q_USER_PARAM_OBJECT_COUNT) {
-        std::shared_ptr<const UserListing> listing = session->CurrentUserListing();
-        if (const UserListing::Entry *entry = Listed(listing, user)) {
-            *length = size;
-            return FillObjectCounts(entry->counts, static_cast<QObjectCountQuery *>(buffer));
-        }
+    const std::string user = BoundedText(static_cast<const char *>(buffer), idCapacity);
+    switch (code) {
+        case Q_USER_PARAM_BLOCK:
+            status = GetUserStatus(*session, user, static_cast<QUserStatusRecord *>(buffer));
+            break;
+        case Q_USER_PARAM_AUTH:
+            status = GetUserAuth(*session, user, static_cast<QUserAuthRecord *>(buffer));
+            break;
+        default:
+            status = GetObjectCounts(*session, user, static_cast<QObjectCountQuery *>(buffer));
+            break;
     }
-    status = session->Call(
-        [&](pb::Request &request) {
-            pb::GetUserParam *param = request.mutable_get_user_param();
-            param->set_code(code);
-            param->set_user(user);
-        },
-        [&](const pb::Response &response) -> uint32_t {
-            if (code == Q_USER_PARAM_OBJECT_COUNT) {
-                std::vector<QObjectCountEntry> counts;
-                for (const pb::ObjectCount &count : response.object_counts())
-                    counts.push_back({count.object_type(), count.count()});
-                return FillObjectCounts(counts, static_cast<QObjectCountQuery *>(buffer));
-            }
-            if (code == Q_USER_PARAM_BLOCK) {
-                auto *record = static_cast<QUserStatusRecord *>(buffer);
-                record->blocked = static_cast<uint32_t>(response.value());
-                record->reserved = 0;
-            } else {
-                auto *record = static_cast<QUserAuthRecord *>(buffer);
-                record->mofnState = static_cast<uint32_t>(response.value());
-                record->permissionMask = response.flags();
-            }
-            return wire::OK;
-        });
     if (status == wire::OK) *length = size;
     return status;
 }
 
-// Fills the SetUserParam request of a code from the caller's data; false when the data
-// cannot be what the code expects.
-bool FillSetUserParam(uint32_t code, const void *data, uint32_t length, pb::SetUserParam *param) {
-    switch (code) {
-        case Q_USER_PARAM_OWN_PASSWORD:
-            if (length == 0 || length > Q_MAX_PASSWORD) return false;
-            param->set_data(data, length);
-            return true;
-        case Q_USER_PARAM_BLOCK:
-        case Q_USER_PARAM_UNBLOCK:
-            if (length == 0 || length > kUserIdField) return false;
-            param->set_user(BoundedText(static_cast<const char *>(data), length));
-            return true;
-        case Q_USER_PARAM_ACL:
-        case Q_USER_PARAM_PASSWORD: {
-            if (length < sizeof(QUserRecord)) return false;
-            const auto *record = static_cast<const QUserRecord *>(data);
-            param->set_user(BoundedText(record->userId, kUserIdField));
-            if (code == Q_USER_PARAM_ACL)
-                param->set_acl(record->acl);
-            else
-                param->set_data(record->password,
-                                BoundedText(record->password, Q_MAX_PASSWORD).size());
-            return true;
-        }
-        case Q_USER_PARAM_CERT: {
-            if (length < sizeof(QUserCertRecord)) return false;
-            const auto *record = static_cast<const QUserCertRecord *>(data);
-            param->set_user(BoundedText(record->userId, kUserIdField));
-            param->set_operation(record->operation);
-            if (record->operation == Q_CERT_OP_ASSIGN) {
-                if (record->certificate == nullptr || record->certificateLength == 0) return false;
-                param->set_data(record->certificate, record->certificateLength);
-            }
-            return true;
-        }
-        default:
-            return false;
-    }
+// The user record of a code that takes one, or null when `length` cannot hold it.
+template <class Record>
+const Record *RecordOf(const void *data, uint32_t length) {
+    return length < sizeof(Record) ? nullptr : static_cast<const Record *>(data);
 }
 
-uint32_t SetUserParam(QSessionHandle handle, uint32_t code, const void *data, uint32_t length,
-                      uint32_t flags) {
-    uint32_t status;
-    std::shared_ptr<Session> session = FindSession(handle, &status);
-    if (session == nullptr) return status;
-    if (data == nullptr) return wire::ERR_INVALID_PARAMETER;
-    pb::Request prepared;
-    pb::SetUserParam *param = prepared.mutable_set_user_param();
-    param->set_code(code);
-    param->set_flags(flags);
-    if (!FillSetUserParam(code, data, length, param)) {
-        WipeSetUserParam(prepared);
-        return wire::ERR_INVALID_PARAMETER;
+[[nodiscard]] uint32_t SetUserCertificate(QSessionHandle handle, const QUserCertRecord *record) {
+    if (record == nullptr) return Refuse(handle, wire::ERR_INVALID_PARAMETER);
+    pb::SetUserCertificate request;
+    request.set_user(BoundedText(record->userId, kUserIdField));
+    switch (record->operation) {
+        case Q_CERT_OP_ASSIGN:
+            if (record->certificate == nullptr || record->certificateLength == 0)
+                return Refuse(handle, wire::ERR_INVALID_PARAMETER);
+            request.set_certificate(record->certificate, record->certificateLength);
+            break;
+        case Q_CERT_OP_RESET:
+            request.set_reset(true);
+            break;
+        default:
+            return Refuse(handle, wire::ERR_INVALID_PARAMETER);
     }
-    // Swapped in, so the secret exists in one message only and is wiped there once sent.
-    return session->CallWithSecret([&](pb::Request &request) { request.Swap(&prepared); },
-                                   WipeSetUserParam);
+    return Remote<pb::SetUserCertificateReply>(handle, std::move(request));
+}
+
+[[nodiscard]] uint32_t SetUserParam(QSessionHandle handle, uint32_t code, const void *data,
+                                    uint32_t length) {
+    if (data == nullptr) return Refuse(handle, wire::ERR_INVALID_PARAMETER);
+    switch (code) {
+        case Q_USER_PARAM_OWN_PASSWORD: {
+            if (length == 0 || length > Q_MAX_PASSWORD)
+                return Refuse(handle, wire::ERR_INVALID_PARAMETER);
+            pb::SetOwnPassword request;
+            request.set_password(data, length);
+            return Remote<pb::SetOwnPasswordReply>(handle, std::move(request));
+        }
+        case Q_USER_PARAM_BLOCK:
+        case Q_USER_PARAM_UNBLOCK: {
+            if (length == 0 || length > kUserIdField)
+                return Refuse(handle, wire::ERR_INVALID_PARAMETER);
+            pb::SetUserBlocked request;
+            request.set_user(BoundedText(static_cast<const char *>(data), length));
+            request.set_blocked(code == Q_USER_PARAM_BLOCK);
+            return Remote<pb::SetUserBlockedReply>(handle, std::move(request));
+        }
+        case Q_USER_PARAM_ACL: {
+            const auto *record = RecordOf<QUserRecord>(data, length);
+            if (record == nullptr) return Refuse(handle, wire::ERR_INVALID_PARAMETER);
+            pb::SetUserAcl request;
+            request.set_user(BoundedText(record->userId, kUserIdField));
+            request.set_acl(record->acl);
+            return Remote<pb::SetUserAclReply>(handle, std::move(request));
+        }
+        case Q_USER_PARAM_PASSWORD: {
+            const auto *record = RecordOf<QUserRecord>(data, length);
+            if (record == nullptr) return Refuse(handle, wire::ERR_INVALID_PARAMETER);
+            pb::SetUserPassword request;
+            request.set_user(BoundedText(record->userId, kUserIdField));
+            SetPassword(request, record->password);
+            return Remote<pb::SetUserPasswordReply>(handle, std::move(request));
+        }
+        case Q_USER_PARAM_CERT:
+            return SetUserCertificate(handle, RecordOf<QUserCertRecord>(data, length));
+        default:
+            return Refuse(handle, wire::ERR_INVALID_PARAMETER);
+    }
 }
 
 }  // namespace
@@ -279,20 +289,14 @@ uint32_t QGetUserParam(QSessionHandle session, uint32_t code, void *buffer, uint
 }
 
 uint32_t QSetUserParam(QSessionHandle session, uint32_t code, const void *data, uint32_t length,
-                       uint32_t flags) {
-    return Guarded([&] { return qelvoarc::SetUserParam(session, code, data, length, flags); });
+                       uint32_t) {
+    return Guarded([&] { return qelvoarc::SetUserParam(session, code, data, length); });
 }
 
 uint32_t QListUserTrusts(QSessionHandle session, const char *userId, uint32_t direction,
                          QNameCallback callback, void *context, uint32_t) {
-    return Guarded([&] {
-        if (userId == nullptr) return static_cast<uint32_t>(Q_ERR_INVALID_PARAMETER);
-        return qelvoarc::ListNames(session, callback, context, [&](qelvoarc::pb::Request &request) {
-            qelvoarc::pb::ListUserTrusts *trusts = request.mutable_list_user_trusts();
-            trusts->set_user(qelvoarc::BoundedText(userId, Q_MAX_USER_ID));
-            trusts->set_direction(direction);
-        });
-    });
+    return Guarded(
+        [&] { return qelvoarc::ListUserTrusts(session, userId, direction, callback, context); });
 }
 
 }  // extern "C"

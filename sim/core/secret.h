@@ -37,10 +37,4 @@ class SecretBytes {
     std::string bytes_;
 };
 
-// Wipes a std::string in place (for protobuf fields that carried a secret).
-inline void WipeString(std::string *text) {
-    if (!text->empty()) OPENSSL_cleanse(text->data(), text->size());
-    text->clear();
-}
-
 }  // namespace sim

@@ -4,18 +4,18 @@
 
 #include <cstdint>
 
-#include "core/acl.h"
+#include "constants.pb.h"
 
 namespace sim::rights {
 
 // The permission bits one user can hold and hand on; the other ACL bits are flags of the
 // account (second factors, M of N, local-crypto, change at logon).
-inline constexpr uint32_t kPermissionBits = acl::kCreateRemoveUsers | acl::kRemoteInfo |
-                                            acl::kListUsers | acl::kBackupRestore |
-                                            acl::kFirmwareUpdate;
+inline constexpr uint32_t kPermissionBits = wire::pb::ACL_CREATE_USERS | wire::pb::ACL_REMOTE_INFO |
+                                            wire::pb::ACL_LIST_USERS | wire::pb::ACL_BACKUP |
+                                            wire::pb::ACL_FIRMWARE;
 
 inline bool IsOperator(uint32_t acl) {
-    return (acl & acl::kOperator) != 0;
+    return (acl & wire::pb::ACL_OPERATOR) != 0;
 }
 
 // An operator holds every permission.
@@ -27,7 +27,7 @@ inline bool Holds(uint32_t acl, uint32_t permission) {
 // an operator touches an operator's account.
 inline bool MayAdminister(uint32_t callerAcl, uint32_t targetAcl) {
     if (IsOperator(targetAcl)) return IsOperator(callerAcl);
-    return Holds(callerAcl, acl::kCreateRemoveUsers);
+    return Holds(callerAcl, wire::pb::ACL_CREATE_USERS);
 }
 
 // Whether `caller` may give an account the word `newAcl`, the account holding `oldAcl`
@@ -42,7 +42,8 @@ inline bool MayGrant(uint32_t callerAcl, uint32_t oldAcl, uint32_t newAcl, bool 
 
 // Reading another account's ACL, status and partition summary.
 inline bool MayInspect(uint32_t callerAcl) {
-    return IsOperator(callerAcl) || (callerAcl & (acl::kCreateRemoveUsers | acl::kListUsers));
+    return IsOperator(callerAcl) ||
+           (callerAcl & (wire::pb::ACL_CREATE_USERS | wire::pb::ACL_LIST_USERS));
 }
 
 }  // namespace sim::rights

@@ -5,9 +5,13 @@
 
 #include <stdexcept>
 
+#include "constants.pb.h"
+
 namespace sim {
 
 namespace {
+
+namespace pb = ::wire::pb;
 
 // The protocol's numbers for each digest, plain and as HMAC.
 struct Algorithm {
@@ -17,9 +21,16 @@ struct Algorithm {
 };
 
 constexpr Algorithm kAlgorithms[] = {
-    {1, 92, "MD5"},        {2, 93, "SHA1"},       {4, 94, "SHA256"},   {5, 95, "SHA384"},
-    {6, 96, "SHA512"},     {7, 97, "SHA224"},     {8, 98, "SHA3-224"}, {9, 99, "SHA3-256"},
-    {10, 100, "SHA3-384"}, {11, 101, "SHA3-512"},
+    {pb::HASH_MD5, pb::ALG_HMAC_MD5, "MD5"},
+    {pb::HASH_SHA1, pb::ALG_HMAC_SHA1, "SHA1"},
+    {pb::HASH_SHA256, pb::ALG_HMAC_SHA256, "SHA256"},
+    {pb::HASH_SHA384, pb::ALG_HMAC_SHA384, "SHA384"},
+    {pb::HASH_SHA512, pb::ALG_HMAC_SHA512, "SHA512"},
+    {pb::HASH_SHA224, pb::ALG_HMAC_SHA224, "SHA224"},
+    {pb::HASH_SHA3_224, pb::ALG_HMAC_SHA3_224, "SHA3-224"},
+    {pb::HASH_SHA3_256, pb::ALG_HMAC_SHA3_256, "SHA3-256"},
+    {pb::HASH_SHA3_384, pb::ALG_HMAC_SHA3_384, "SHA3-384"},
+    {pb::HASH_SHA3_512, pb::ALG_HMAC_SHA3_512, "SHA3-512"},
 };
 
 }  // namespace

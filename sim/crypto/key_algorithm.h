@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "constants.pb.h"
+
 namespace sim {
 
 enum class KeyClass {
@@ -21,7 +23,11 @@ struct KeyAlgorithm {
     const char *openSslName;  // curve or key type name; null for symmetric keys
 };
 
-// The algorithm of an identifier, or null when this HSM cannot serve it.
+// DES and both 3DES lengths: the keys that carry parity and check values per component.
+bool IsDesFamily(uint32_t id);
+bool IsAes(uint32_t id);
+
+// The algorithm of an identifier (wire::pb::Algorithm), or null when this HSM cannot serve it.
 const KeyAlgorithm *FindKeyAlgorithm(uint32_t id);
 
 }  // namespace sim

@@ -7,13 +7,16 @@
 #include <mutex>
 #include <string>
 
+#include "constants.pb.h"
 #include "crypto/rc5.h"
 
 namespace sim {
 
 namespace {
 
-constexpr uint32_t kArc4 = 10, kArc5 = 89, kDesx = 91;
+using wire::pb::ALG_ARC4;
+using wire::pb::ALG_ARC5;
+using wire::pb::ALG_DESX;
 
 Result FromWire(wire::Status status) {
     switch (status) {
@@ -106,12 +109,12 @@ Result DesxCheckValue(std::string_view key, wire::CheckValue *out) {
 
 Result KeyCheckValue(uint32_t id, wire::CheckValueFormat format, std::string_view key,
                      wire::CheckValue *out) {
-    if (id != kArc4 && id != kArc5 && id != kDesx)
+    if (id != ALG_ARC4 && id != ALG_ARC5 && id != ALG_DESX)
         return FromWire(wire::ComputeCheckValue(id, format, key, out));
     if (format != wire::CheckValueFormat::kKcv) return Result::kBadAlgorithm;
     if (key.size() != wire::SymmetricKeyLength(id)) return Result::kInvalidLength;
-    if (id == kArc4) return Arc4CheckValue(key, out);
-    if (id == kArc5) return Arc5CheckValue(key, out);
+    if (id == ALG_ARC4) return Arc4CheckValue(key, out);
+    if (id == ALG_ARC5) return Arc5CheckValue(key, out);
     return DesxCheckValue(key, out);
 }
 

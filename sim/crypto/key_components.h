@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 #include "check_value.h"
 #include "core/result.h"
@@ -10,15 +11,20 @@
 
 namespace sim {
 
-inline constexpr size_t kDesComponentRecordBytes = 84;
-inline constexpr size_t kAesComponentRecordBytes = 103;
+inline constexpr size_t kKeyComponentCount = 3;
 
-// Joins the components of `record` (XOR) into a key of `algorithm` (DES and 3DES: the
-// 84-byte record, every component checked against its KCV; AES: the 103-byte record, whose
-// attribute word is stored in *attributes) and checks the whole key's check value, in
-// `format` for AES and as a KCV for the DES family. *attributes is 0 for DES-family records.
-// Fails with kBadAlgorithm, kInvalidLength or kKcvMismatch and then stores nothing.
-Result JoinKeyComponents(uint32_t algorithm, std::string_view record, wire::CheckValueFormat format,
-                         SecretBytes *key, uint32_t *attributes);
+// What the custodians typed for one key.
+struct KeyComponents {
+    std::vector<std::string_view> parts;  // kKeyComponentCount; a 2-part DES key adds zeros
+    std::vector<std::string_view> partCheckValues;  // DES family: a KCV per part; AES: none
+    std::string_view keyCheckValue;                 // of the joined key
+    wire::CheckValueFormat format;  // of keyCheckValue for AES; the DES family uses KCVs
+};
+
+// Joins the parts (XOR) into a key of `algorithm` (DES, 3DES or AES), each part of the key's
+// length. DES-family parts are checked against their KCVs and the key gets its parity back;
+// the joined key is checked against keyCheckValue. Fails with kBadAlgorithm, kInvalidLength
+// or kKcvMismatch and then leaves *key as it was.
+Result JoinKeyComponents(uint32_t algorithm, const KeyComponents &components, SecretBytes *key);
 
 }  // namespace sim

@@ -17,12 +17,6 @@ namespace {
 using PkeyCtx = std::unique_ptr<EVP_PKEY_CTX, decltype(&EVP_PKEY_CTX_free)>;
 using Pkey = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
 
-constexpr uint32_t kDesx = 91;
-
-bool IsDesFamily(uint32_t id) {
-    return id == 1 || id == 2 || id == 3;
-}
-
 Result RandomKey(const KeyAlgorithm &algorithm, KeyMaterial *out) {
     std::string key(algorithm.length, '\0');
     if (RAND_priv_bytes(reinterpret_cast<unsigned char *>(key.data()),
@@ -31,7 +25,7 @@ Result RandomKey(const KeyAlgorithm &algorithm, KeyMaterial *out) {
     SecretBytes secret(std::move(key));
     if (IsDesFamily(algorithm.id)) {
         SetDesParity(secret.mutable_bytes());
-    } else if (algorithm.id == kDesx) {
+    } else if (algorithm.id == wire::pb::ALG_DESX) {
         // Only the DES part has parity; the two whitening keys are used whole.
         std::string des = secret.view().substr(0, 8);
         SetDesParity(des);
@@ -54,7 +48,8 @@ PkeyCtx NewContext(const KeyAlgorithm &algorithm) {
 bool ConfigureRsa(EVP_PKEY_CTX *ctx, const KeyAlgorithm &algorithm, uint32_t attributes) {
     std::unique_ptr<BIGNUM, decltype(&BN_free)> exponent(BN_new(), &BN_free);
     return exponent &&
-           BN_set_word(exponent.get(), (attributes & kAttributeRsaExponent3) ? 3 : 65537) == 1 &&
+           BN_set_word(exponent.get(), (attributes & wire::pb::KEY_RSA_EXPONENT_3) ? 3 : 65537) ==
+               1 &&
            EVP_PKEY_CTX_set_rsa_keygen_bits(ctx, static_cast<int>(algorithm.length * 8)) == 1 &&
            EVP_PKEY_CTX_set1_rsa_keygen_pubexp(ctx, exponent.get()) == 1;
 }

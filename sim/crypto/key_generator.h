@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "constants.pb.h"
 #include "core/result.h"
 #include "core/secret.h"
 #include "crypto/key_algorithm.h"
@@ -16,10 +17,8 @@ struct KeyMaterial {
     std::string publicExponent;  // RSA only: big-endian bytes
 };
 
-inline constexpr uint32_t kAttributeRsaExponent3 = 0x800;
-
 // Generates a key of `algorithm`; RSA keys use exponent 3 when `attributes` carries
-// kAttributeRsaExponent3, else 65537. DES-family keys get odd parity. kInternal when the
+// KEY_RSA_EXPONENT_3, else 65537. DES-family keys get odd parity. kInternal when the
 // crypto library fails.
 Result GenerateKeyMaterial(const KeyAlgorithm &algorithm, uint32_t attributes, KeyMaterial *out);
 

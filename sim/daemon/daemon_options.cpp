@@ -45,7 +45,9 @@ const char *DaemonUsage() {
            "off)\n"
            "  --max-sessions N          most sessions open at once (default 1024)\n"
            "  --idle-timeout SECONDS    close idle sessions (default 1800, 0 = never)\n"
-           "  --help                    this text\n";
+           "  --help                    this text\n"
+           "Diagnostics go to standard error: the cause of every internal error, with the\n"
+           "request's kind and the session user, never a secret or a value a request carried.\n";
 }
 
 ParseOutcome ParseDaemonOptions(const std::vector<std::string> &args, DaemonOptions *options,

@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <stdexcept>
 
-#include "core/acl.h"
+#include "constants.pb.h"
 #include "crypto/password_hash.h"
 #include "store/schema.h"
 
@@ -54,7 +54,8 @@ std::optional<std::string> CreateMasterUser(DataDirectory &data,
                                             const std::optional<std::string> &initPassword) {
     if (data.users().HasUsers()) return std::nullopt;
     std::string password = initPassword ? *initPassword : RandomPassword();
-    Result result = data.users().AddUser(kMasterUser, HashPassword(password), acl::kOperator);
+    Result result =
+        data.users().AddUser(kMasterUser, HashPassword(password), wire::pb::ACL_OPERATOR);
     if (result != Result::kOk) throw std::runtime_error("cannot create operator master");
     if (initPassword) {
         OPENSSL_cleanse(password.data(), password.size());

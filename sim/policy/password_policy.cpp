@@ -2,7 +2,7 @@
 
 #include <cctype>
 
-#include "core/acl.h"
+#include "constants.pb.h"
 
 namespace sim {
 
@@ -25,7 +25,7 @@ Result CheckPassword(const PasswordPolicy &policy, std::string_view password) {
 }
 
 bool PasswordExpired(const PasswordPolicy &policy, uint32_t acl, int64_t changedAt, int64_t now) {
-    if (acl & acl::kChangePasswordAtLogon) return true;
+    if (acl & wire::pb::ACL_CHANGE_PASSWORD) return true;
     if (policy.expiryDays == 0) return false;
     return now - changedAt > int64_t{policy.expiryDays} * 86400;
 }

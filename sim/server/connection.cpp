@@ -8,9 +8,9 @@
 
 #include <memory>
 
-#include "core/secret.h"
-#include "framing.h"
+#include "secret_fields.h"
 #include "server/dispatcher.h"
+#include "server/service_table.h"
 
 namespace sim {
 
@@ -40,19 +40,10 @@ std::string PeerCertificateDer(SSL *ssl) {
     return out;
 }
 
-// A response may carry a secret (a new access token), so its bytes are wiped once sent.
-bool Reply(wire::Stream &stream, wire::pb::Response &response) {
-    std::string bytes;
-    bool sent = response.SerializeToString(&bytes) && wire::WriteFrame(stream, bytes) == wire::OK;
-    WipeString(&bytes);
-    WipeString(response.mutable_data());
-    return sent;
-}
-
 bool ReplyStatus(wire::Stream &stream, wire::Status status) {
     wire::pb::Response response;
     response.set_status(status);
-    return Reply(stream, response);
+    return SendResponse(stream, response);
 }
 
 void ServeRequests(HsmContext &hsm, ConnectionState &conn, wire::Stream &stream) {
@@ -69,15 +60,24 @@ void ServeRequests(HsmContext &hsm, ConnectionState &conn, wire::Stream &stream)
         bool parsed = request.ParseFromString(payload);
         OPENSSL_cleanse(payload.data(), payload.size());
         if (!parsed) {
+            wire::WipeSecretFields(request);  // a secret may precede the malformed part
             if (!ReplyStatus(stream, wire::ERR_PROTOCOL)) return;
             continue;
         }
-        wire::pb::Response response = Dispatch(hsm, conn, request);
-        if (!Reply(stream, response) || conn.closeAfterReply) return;
+        wire::pb::Response response = Dispatch(ServiceTable(), hsm, conn, request);
+        if (!SendResponse(stream, response) || conn.closeAfterReply) return;
     }
 }
 
 }  // namespace
+
+bool SendResponse(wire::Stream &stream, wire::pb::Response &response) {
+    std::string bytes;
+    bool sent = response.SerializeToString(&bytes) && wire::WriteFrame(stream, bytes) == wire::OK;
+    OPENSSL_cleanse(bytes.data(), bytes.size());
+    wire::WipeSecretFields(response);
+    return sent;
+}
 
 void ServeConnection(HsmContext &hsm, SSL_CTX *tls, int fd, int idleTimeoutSeconds) {
     ConfigureSocket(fd, idleTimeoutSeconds);

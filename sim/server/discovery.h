@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <thread>
 
-#include "orvena.pb.h"
+#include "discovery.pb.h"
 #include "server/stop_event.h"
 
 namespace sim {

@@ -1,202 +1,67 @@
 #include "server/dispatcher.h"
 
 #include <exception>
+#include <memory>
+#include <string>
+#include <string_view>
 
-#include "core/secret.h"
-#include "service/access_token_service.h"
-#include "service/information_service.h"
-#include "service/key_export_service.h"
-#include "service/key_service.h"
-#include "service/login_service.h"
-#include "service/oath_service.h"
-#include "service/object_service.h"
-#include "service/password_policy_service.h"
-#include "service/pkcs11_map_details.h"
-#include "service/random_hash_service.h"
-#include "service/user_admin_service.h"
-#include "service/user_service.h"
+#include "secret_fields.h"
+#include "server/request_policy.h"
 
 namespace sim {
 
 namespace {
 
-using Body = wire::pb::Request::BodyCase;
-
-bool AllowedWithoutRights(const wire::pb::Request &request) {
-    return request.body_case() == Body::kLogout ||
-           (request.body_case() == Body::kAdmOperation &&
-            request.adm_operation().operation() == kAdmLiveness);
+// Field names of the request envelope: what the log calls a request.
+std::string_view RequestName(const pb::Request &request) {
+    const google::protobuf::FieldDescriptor *field =
+        pb::Request::descriptor()->FindFieldByNumber(request.body_case());
+    return field == nullptr ? std::string_view("an unknown request") : field->name();
 }
 
-// What the session's kind allows beyond logout and liveness.
-Result CheckSessionKind(const Session &session, const wire::pb::Request &request) {
-    if (AllowedWithoutRights(request)) return Result::kOk;
-    switch (session.kind) {
-        case SessionKind::kUser:
-            return Result::kOk;
-        case SessionKind::kAnonymous:
-            return request.body_case() == Body::kGetHsmInfo ? Result::kOk : Result::kAccessDenied;
-        case SessionKind::kPasswordChange:
-            return request.body_case() == Body::kSetUserParam &&
-                           request.set_user_param().code() == kUserParamOwnPassword
-                       ? Result::kOk
-                       : Result::kPasswordChangeOnly;
-    }
-    return Result::kAccessDenied;
+// Names the session user, never anything the request carried.
+void LogInternalError(DiagnosticLog &log, const pb::Request &request,
+                      const std::shared_ptr<Session> &session, std::string_view cause) {
+    std::string line = "internal error in ";
+    line += RequestName(request);
+    if (!session)
+        line += " before login";
+    else if (session->user.empty())
+        line += " of an anonymous session";
+    else
+        line += " of user " + session->user;
+    if (!cause.empty()) line.append(": ").append(cause);
+    log.Write(line);
 }
 
-Result Route(HsmContext &hsm, ConnectionState &conn, const wire::pb::Request &request,
-             wire::pb::Response *response) {
-    if (request.body_case() == Body::kLogin) {
-        if (conn.session) return Result::kBadState;
-        return HandleLogin(hsm, conn, request.login(), response);
-    }
-    if (request.body_case() == Body::BODY_NOT_SET) return Result::kNotSupported;
-    if (!conn.session) return Result::kNotAuthenticated;
-    if (conn.session->ended) {  // its user was removed
-        conn.session.reset();
-        conn.closeAfterReply = true;
-        return Result::kSessionExpired;
-    }
-    if (Result r = CheckSessionKind(*conn.session, request); r != Result::kOk) return r;
-    switch (request.body_case()) {
-        case Body::kLogout:
-            return HandleLogout(hsm, conn);
-        case Body::kAdmOperation:
-            if (IsPasswordPolicyOperation(request.adm_operation().operation()))
-                return HandlePasswordPolicyOperation(hsm, conn, request.adm_operation(), response);
-            return HandleAdmOperation(request.adm_operation());
-        case Body::kGetRandom:
-            return HandleGetRandom(request.get_random(), response);
-        case Body::kHashCreate:
-            return HandleHashCreate(hsm, conn, request.hash_create(), response);
-        case Body::kHashData:
-            return HandleHashData(conn, request.hash_data());
-        case Body::kHashGetParam:
-            return HandleHashGetParam(conn, request.hash_get_param(), response);
-        case Body::kHashSetParam:
-            return HandleHashSetParam(conn, request.hash_set_param());
-        case Body::kHashDestroy:
-            return HandleHashDestroy(conn, request.hash_destroy());
-        case Body::kGetHsmInfo:
-            return HandleGetHsmInfo(hsm, request.get_hsm_info(), response);
-        case Body::kGetUserAcl:
-            return HandleGetUserAcl(hsm, conn, request.get_user_acl(), response);
-        case Body::kSetUserParam:
-            return HandleSetUserParam(hsm, conn, request.set_user_param());
-        case Body::kCreateUser:
-            return HandleCreateUser(hsm, conn, request.create_user());
-        case Body::kRemoveUser:
-            return HandleRemoveUser(hsm, conn, request.remove_user());
-        case Body::kListUsers:
-            return HandleListUsers(hsm, conn, response);
-        case Body::kGetUserParam:
-            return HandleGetUserParam(hsm, conn, request.get_user_param(), response);
-        case Body::kAssignOathToken:
-            return HandleAssignOathToken(hsm, conn, request.assign_oath_token());
-        case Body::kUnassignOathToken:
-            return HandleUnassignOathToken(hsm, conn, request.unassign_oath_token());
-        case Body::kOathResync:
-            return HandleOathResync(hsm, conn, request.oath_resync());
-        case Body::kOathCheck:
-            return HandleOathCheck(hsm, conn, request.oath_check());
-        case Body::kListUserTrusts:
-            return HandleListUserTrusts(hsm, conn, request.list_user_trusts(), response);
-        case Body::kAccessTokenIssue:
-            return HandleAccessTokenIssue(hsm, conn, request.access_token_issue(), response);
-        case Body::kAccessTokenRevoke:
-            return HandleAccessTokenRevoke(hsm, conn, request.access_token_revoke());
-        case Body::kAccessTokenList:
-            return HandleAccessTokenList(hsm, conn, request.access_token_list(), response);
-        case Body::kAccessTokenCache:
-            return HandleAccessTokenCache(hsm, conn, request.access_token_cache(), response);
-        case Body::kKeyGenerate:
-            return HandleKeyGenerate(hsm, conn, request.key_generate(), response);
-        case Body::kKeyImport:
-            return HandleKeyImport(hsm, conn, request.key_import(), response);
-        case Body::kKeyCheckValue:
-            return HandleKeyCheckValue(hsm, conn, request.key_check_value(), response);
-        case Body::kEftImportKey:
-            return HandleEftImportKey(hsm, conn, request.eft_import_key(), response);
-        case Body::kKeyExport:
-            return HandleKeyExport(hsm, conn, request.key_export(), response);
-        case Body::kKeySetParam:
-            return HandleKeySetParam(hsm, conn, request.key_set_param(), response);
-        case Body::kPkcs11MapDetailsRead:
-            return HandlePkcs11MapDetailsRead(hsm, conn, request.pkcs11_map_details_read(),
-                                              response);
-        case Body::kObjectOpen:
-            return HandleObjectOpen(hsm, conn, request.object_open(), response);
-        case Body::kObjectRemove:
-            return HandleObjectRemove(hsm, conn, request.object_remove());
-        case Body::kObjectList:
-            return HandleObjectList(hsm, conn, request.object_list(), response);
-        case Body::kMapCreate:
-            return HandleMapCreate(hsm, conn, request.map_create());
-        case Body::kPkcs11MapCreate:
-            return HandlePkcs11MapCreate(hsm, conn, request.pkcs11_map_create());
-        case Body::kMetadataWrite:
-            return HandleMetadataWrite(hsm, conn, request.metadata_write());
-        default:
-            return Result::kNotSupported;
-    }
-}
-
-void WipeSecrets(wire::pb::Request &request) {
-    switch (request.body_case()) {
-        case Body::kLogin:
-            WipeString(request.mutable_login()->mutable_password());
-            WipeString(request.mutable_login()->mutable_otp());
-            WipeString(request.mutable_login()->mutable_access_token());
-            break;
-        case Body::kSetUserParam:
-            WipeString(request.mutable_set_user_param()->mutable_data());
-            break;
-        case Body::kCreateUser:
-            WipeString(request.mutable_create_user()->mutable_password());
-            break;
-        case Body::kAssignOathToken:
-            WipeString(request.mutable_assign_oath_token()->mutable_seed());
-            break;
-        case Body::kOathResync:
-            WipeString(request.mutable_oath_resync()->mutable_first_otp());
-            WipeString(request.mutable_oath_resync()->mutable_next_otp());
-            break;
-        case Body::kOathCheck:
-            WipeString(request.mutable_oath_check()->mutable_otp());
-            break;
-        case Body::kAccessTokenRevoke:
-            WipeString(request.mutable_access_token_revoke()->mutable_token());
-            break;
-        case Body::kAccessTokenList:
-            WipeString(request.mutable_access_token_list()->mutable_token());
-            break;
-        case Body::kHashSetParam:
-            WipeString(request.mutable_hash_set_param()->mutable_value());
-            break;
-        case Body::kKeyImport:
-            WipeString(request.mutable_key_import()->mutable_material());
-            break;
-        case Body::kEftImportKey:
-            WipeString(request.mutable_eft_import_key()->mutable_record());
-            break;
-        default:
-            break;
-    }
+// A login whose password has expired still opened a session, and the client needs its reply.
+bool CarriesReply(Result result) {
+    return result == Result::kOk || result == Result::kPasswordExpired;
 }
 
 }  // namespace
 
-wire::pb::Response Dispatch(HsmContext &hsm, ConnectionState &conn, wire::pb::Request &request) {
-    wire::pb::Response response;
-    Result result;
+pb::Response Dispatch(const DispatchTable &table, HsmContext &hsm, ConnectionState &conn,
+                      pb::Request &request) {
+    // Kept for the log: a logout or a removed user ends the connection's session meanwhile.
+    const std::shared_ptr<Session> session = conn.session;
+    pb::Response response;
+    Call call{hsm, conn, std::nullopt};
+    Result result = Result::kInternal;
     try {
-        result = Route(hsm, conn, request, &response);
-    } catch (const std::exception &) {
-        response.Clear();
+        const DispatchTable::Entry *entry = table.Find(request.body_case());
+        result = entry == nullptr ? Result::kNotSupported : Admit(entry->rule, call);
+        if (result == Result::kOk) result = entry->run(call, request, &response);
+        if (result == Result::kInternal) LogInternalError(hsm.log, request, session, {});
+    } catch (const std::exception &e) {
         result = Result::kInternal;
+        LogInternalError(hsm.log, request, session, e.what());
     }
-    WipeSecrets(request);
+    wire::WipeSecretFields(request);
+    if (!CarriesReply(result)) {
+        wire::WipeSecretFields(response);
+        response.clear_body();
+    }
     response.set_status(ToWireStatus(result));
     return response;
 }

@@ -1,15 +1,19 @@
 #pragma once
-// Routes one request to its handler after the checks every request shares: login first,
-// what anonymous and expired-password sessions may do. The only place where internal
-// results become wire statuses.
+// Runs one request: its entry in a dispatch table, the policy step, its handler. The only
+// place where internal results become wire statuses.
 
-#include "orvena.pb.h"
+#include "envelope.pb.h"
+#include "service/dispatch_table.h"
 #include "service/hsm_context.h"
 
 namespace sim {
 
-// Handles `request` for the connection and returns the response to send. Never throws:
-// failures inside a handler answer ERR_INTERNAL. Secrets the request carried are wiped.
-wire::pb::Response Dispatch(HsmContext &hsm, ConnectionState &conn, wire::pb::Request &request);
+// Handles `request` for the connection with the entries of `table` (ServiceTable() in the
+// daemon) and returns the response to send: the reply body with OK (and with the expired
+// password of a login), the status alone otherwise. Never throws: a failure inside a handler
+// answers ERR_INTERNAL and its cause goes to hsm.log. Every secret field of `request` is wiped
+// on return; the response's are wiped by the sender once sent (SendResponse).
+pb::Response Dispatch(const DispatchTable &table, HsmContext &hsm, ConnectionState &conn,
+                      pb::Request &request);
 
 }  // namespace sim

@@ -2,29 +2,27 @@
 
 #include "crypto/certificate_der.h"
 #include "service/object_info.h"
-#include "service/object_service.h"
 
 namespace sim {
 
-Result ImportCertificate(HsmContext &hsm, const ConnectionState &conn,
-                         const wire::pb::KeyImport &request, wire::pb::Response *response) {
-    if (request.algorithm() != kCertificateObjectType) return Result::kBadAlgorithm;
+Result ImportCertificate(Call &call, const pb::ImportKey &request, pb::ObjectInfo *info) {
+    if (request.algorithm() != pb::ALG_OBJ_X509_CERT) return Result::kBadAlgorithm;
     if (request.attributes() != 0) return Result::kInvalidParameter;
     std::optional<std::string> der = CertificateToDer(request.material());
     if (!der) return Result::kBadCertificate;
     StoredObject certificate;
-    certificate.owner = conn.session->user;
+    certificate.owner = call.session().user;
     certificate.name = request.name();
     certificate.kind = ObjectKind::kCertificate;
-    certificate.algorithm = kCertificateObjectType;
+    certificate.algorithm = pb::ALG_OBJ_X509_CERT;
     // A certificate is public: it can always be read back.
-    certificate.attributes = kAttributeExportable;
+    certificate.attributes = pb::KEY_EXPORTABLE;
     certificate.length = static_cast<uint32_t>(der->size());
     certificate.certificate = std::move(*der);
-    if (Result r = hsm.keys.Insert(&certificate, "Certificate imported: " + certificate.name);
+    if (Result r = call.hsm.keys.Insert(&certificate, "Certificate imported: " + certificate.name);
         r != Result::kOk)
         return r;
-    DescribeObject(hsm.keys, certificate, response->mutable_object());
+    DescribeObject(call.hsm.keys, certificate, info);
     return Result::kOk;
 }
 

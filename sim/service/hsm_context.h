@@ -5,6 +5,7 @@
 #include <string>
 
 #include "core/clock.h"
+#include "core/diagnostic_log.h"
 #include "crypto/master_key.h"
 #include "policy/device_identity.h"
 #include "session/session_table.h"
@@ -22,6 +23,7 @@ struct HsmContext {
     const Clock &clock;
     const DeviceIdentity &identity;
     KeyStore &keys;
+    DiagnosticLog &log;
 };
 
 // Owned by one connection thread.

@@ -5,31 +5,33 @@
 namespace sim {
 
 namespace {
-constexpr uint32_t kInfoVersionText = 8;
-constexpr uint32_t kInfoHsmMode = 64;
-}  // namespace
 
-Result HandleGetHsmInfo(HsmContext &hsm, const wire::pb::GetHsmInfo &request,
-                        wire::pb::Response *response) {
-    response->set_flags(request.flags());
-    switch (request.kind()) {
-        case kInfoVersionText:
-            response->set_data(VersionText(hsm.identity));
-            return Result::kOk;
-        case kInfoHsmMode: {
-            uint32_t mode = hsm.identity.hsmMode;
-            const char bytes[4] = {static_cast<char>(mode), static_cast<char>(mode >> 8),
-                                   static_cast<char>(mode >> 16), static_cast<char>(mode >> 24)};
-            response->set_data(bytes, sizeof bytes);
-            return Result::kOk;
-        }
-        default:
-            return Result::kNotSupported;
-    }
+// Touches no database and logs nothing: it is sent before every menu action.
+Result HandleLiveness(Call &, const pb::Liveness &, pb::LivenessReply *) {
+    return Result::kOk;
 }
 
-Result HandleAdmOperation(const wire::pb::AdmOperation &request) {
-    return request.operation() == kAdmLiveness ? Result::kOk : Result::kNotSupported;
+Result HandleGetVersionText(Call &call, const pb::GetVersionText &,
+                            pb::GetVersionTextReply *reply) {
+    reply->set_text(VersionText(call.hsm.identity));
+    return Result::kOk;
+}
+
+Result HandleGetHsmMode(Call &call, const pb::GetHsmMode &, pb::GetHsmModeReply *reply) {
+    reply->set_mode(call.hsm.identity.hsmMode);
+    return Result::kOk;
+}
+
+}  // namespace
+
+void RegisterInformationService(DispatchTable &table) {
+    constexpr uint32_t kInformed = kNormalSessions | kAnonymousSessions;
+    table.Add<&pb::Request::liveness, &pb::Response::mutable_liveness>(
+        HandleLiveness, Needs::Nothing(), kEverySession);
+    table.Add<&pb::Request::get_version_text, &pb::Response::mutable_get_version_text>(
+        HandleGetVersionText, Needs::Nothing(), kInformed);
+    table.Add<&pb::Request::get_hsm_mode, &pb::Response::mutable_get_hsm_mode>(
+        HandleGetHsmMode, Needs::Nothing(), kInformed);
 }
 
 }  // namespace sim

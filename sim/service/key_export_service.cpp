@@ -14,33 +14,38 @@ bool IsSecretKey(const StoredObject &object) {
            (algorithm->keyClass == KeyClass::kSymmetric || algorithm->keyClass == KeyClass::kHmac);
 }
 
-Result ExportClearKey(HsmContext &hsm, const StoredObject &key, wire::pb::Response *response) {
+Result ExportClearKey(HsmContext &hsm, const StoredObject &key, pb::ExportKeyReply *reply) {
     if (!IsSecretKey(key)) return Result::kWrongObjectType;
-    if ((key.attributes & kAttributeExportable) == 0) return Result::kNotExportable;
+    if ((key.attributes & pb::KEY_EXPORTABLE) == 0) return Result::kNotExportable;
     if (key.blocked) return Result::kKeyBlocked;
     SecretBytes material;
     if (Result r = UnsealMaterial(hsm.masterKey, key, &material); r != Result::kOk) return r;
     hsm.users.AppendEvent(key.owner, "Key exported in clear: " + key.name);
-    response->set_data(material.view());
+    reply->set_material(material.view());
+    return Result::kOk;
+}
+
+Result HandleExportKey(Call &call, const pb::ExportKey &request, pb::ExportKeyReply *reply) {
+    const pb::BlobType blobType = request.blob_type();
+    if (blobType != pb::BLOB_CLEAR_SYMMETRIC && blobType != pb::BLOB_X509_CERT)
+        return Result::kNotSupported;
+    StoredObject object;
+    if (Result r =
+            FindHandleObject(call.hsm.keys, call.session().user, request.name(),
+                             request.object_id(), blobType == pb::BLOB_CLEAR_SYMMETRIC, &object);
+        r != Result::kOk)
+        return r;
+    if (blobType == pb::BLOB_CLEAR_SYMMETRIC) return ExportClearKey(call.hsm, object, reply);
+    if (object.kind != ObjectKind::kCertificate) return Result::kWrongObjectType;
+    reply->set_material(object.certificate);
     return Result::kOk;
 }
 
 }  // namespace
 
-Result HandleKeyExport(HsmContext &hsm, const ConnectionState &conn,
-                       const wire::pb::KeyExport &request, wire::pb::Response *response) {
-    const uint32_t blobType = request.blob_type();
-    if (blobType != kBlobClearSymmetric && blobType != kBlobCertificate)
-        return Result::kNotSupported;
-    StoredObject object;
-    if (Result r = FindHandleObject(hsm.keys, conn.session->user, request.name(),
-                                    request.object_id(), blobType == kBlobClearSymmetric, &object);
-        r != Result::kOk)
-        return r;
-    if (blobType == kBlobClearSymmetric) return ExportClearKey(hsm, object, response);
-    if (object.kind != ObjectKind::kCertificate) return Result::kWrongObjectType;
-    response->set_data(object.certificate);
-    return Result::kOk;
+void RegisterKeyExportService(DispatchTable &table) {
+    table.Add<&pb::Request::export_key, &pb::Response::mutable_export_key>(
+        HandleExportKey, Needs::Nothing(), kNormalSessions);
 }
 
 }  // namespace sim

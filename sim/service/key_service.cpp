@@ -14,10 +14,7 @@ namespace sim {
 
 namespace {
 
-constexpr uint32_t kBlockchain = 0x4000;
-constexpr uint32_t kKnownFlags = kAttributeExportable | kAttributeRsaExponent3 | kBlockchain;
-constexpr uint32_t kEdDsa25519 = 201;
-constexpr uint32_t kParamBlocked = 12;
+constexpr uint32_t kKnownFlags = pb::KEY_EXPORTABLE | pb::KEY_RSA_EXPONENT_3 | pb::KEY_BLOCKCHAIN;
 
 enum class KeyOrigin { kGenerated, kImported };
 
@@ -28,9 +25,9 @@ bool In(uint32_t value, std::initializer_list<uint32_t> set) {
 // The usage profiles a key of this kind may carry; other kinds may carry any of them.
 bool ProfileAllowed(const KeyAlgorithm &algorithm, uint32_t profile) {
     if (profile == 0) return true;
-    if (algorithm.id == 2 || algorithm.id == 3)
+    if (algorithm.id == pb::ALG_3DES_112 || algorithm.id == pb::ALG_3DES_168)
         return In(profile, {2, 3, 4, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 19, 20, 21, 23});
-    if (algorithm.id >= 7 && algorithm.id <= 9) return In(profile, {2, 3, 7, 18, 23});
+    if (IsAes(algorithm.id)) return In(profile, {2, 3, 7, 18, 23});
     if (algorithm.keyClass == KeyClass::kRsa)
         return In(profile, {1, 2, 3, 4, 5, 6, 7, 8, 22, 24, 25});
     return true;
@@ -41,18 +38,20 @@ Result CheckAttributes(const KeyAlgorithm &algorithm, uint32_t attributes) {
     uint32_t profile = attributes >> 24;
     if ((flags & ~kKnownFlags) != 0 || profile > 25 || !ProfileAllowed(algorithm, profile))
         return Result::kInvalidParameter;
-    if ((flags & kAttributeRsaExponent3) && algorithm.keyClass != KeyClass::kRsa)
+    if ((flags & pb::KEY_RSA_EXPONENT_3) && algorithm.keyClass != KeyClass::kRsa)
         return Result::kInvalidParameter;
-    if ((flags & kBlockchain) && algorithm.keyClass != KeyClass::kEc && algorithm.id != kEdDsa25519)
+    if ((flags & pb::KEY_BLOCKCHAIN) && algorithm.keyClass != KeyClass::kEc &&
+        algorithm.id != pb::ALG_ED25519)
         return Result::kInvalidParameter;
     return Result::kOk;
 }
 
-Result StoreKey(HsmContext &hsm, const ConnectionState &conn, const std::string &name,
-                const KeyAlgorithm &algorithm, uint32_t attributes, const KeyMaterial &material,
-                KeyOrigin origin, const std::string &event, wire::pb::Response *response) {
+Result StoreKey(Call &call, const std::string &name, const KeyAlgorithm &algorithm,
+                uint32_t attributes, const KeyMaterial &material, KeyOrigin origin,
+                const std::string &event, pb::ObjectInfo *info) {
+    HsmContext &hsm = call.hsm;
     StoredObject object;
-    object.owner = conn.session->user;
+    object.owner = call.session().user;
     object.name = name;
     object.kind = ObjectKind::kKey;
     object.algorithm = algorithm.id;
@@ -62,51 +61,51 @@ Result StoreKey(HsmContext &hsm, const ConnectionState &conn, const std::string 
     object.publicExponent = material.publicExponent;
     object.generated = origin == KeyOrigin::kGenerated;
     if (Result r = hsm.keys.Insert(&object, event + ": " + name); r != Result::kOk) return r;
-    DescribeObject(hsm.keys, object, response->mutable_object());
+    DescribeObject(hsm.keys, object, info);
     return Result::kOk;
 }
 
 // The clear material of a key of the caller's partition.
-Result OpenKey(HsmContext &hsm, const ConnectionState &conn, const std::string &name,
-               StoredObject *object, SecretBytes *material) {
-    std::optional<StoredObject> found = hsm.keys.Find(conn.session->user, name, true);
+Result OpenKey(Call &call, const std::string &name, StoredObject *object, SecretBytes *material) {
+    std::optional<StoredObject> found = call.hsm.keys.Find(call.session().user, name, true);
     if (!found) return Result::kNotFound;
     if (found->kind != ObjectKind::kKey) return Result::kWrongObjectType;
-    if (Result r = UnsealMaterial(hsm.masterKey, *found, material); r != Result::kOk) return r;
+    if (Result r = UnsealMaterial(call.hsm.masterKey, *found, material); r != Result::kOk) return r;
     *object = std::move(*found);
     return Result::kOk;
 }
 
-std::optional<wire::CheckValueFormat> FormatOf(uint32_t format) {
-    if (format == 0) return wire::CheckValueFormat::kKcv;
-    if (format == 1) return wire::CheckValueFormat::kCmac;
+std::optional<wire::CheckValueFormat> FormatOf(pb::CheckValueFormat format) {
+    if (format == pb::KCV_CLASSIC) return wire::CheckValueFormat::kKcv;
+    if (format == pb::KCV_CMAC) return wire::CheckValueFormat::kCmac;
     return std::nullopt;
 }
 
-}  // namespace
+std::string AlgorithmNote(const char *what, const KeyAlgorithm &algorithm) {
+    return std::string(what) + " (algorithm " + std::to_string(algorithm.id) + ")";
+}
 
-Result HandleKeyGenerate(HsmContext &hsm, const ConnectionState &conn,
-                         const wire::pb::KeyGenerate &request, wire::pb::Response *response) {
+Result HandleGenerateKey(Call &call, const pb::GenerateKey &request, pb::GenerateKeyReply *reply) {
     if (Result r = CheckObjectName(request.name()); r != Result::kOk) return r;
     const KeyAlgorithm *algorithm = FindKeyAlgorithm(request.algorithm());
     if (algorithm == nullptr) return Result::kBadAlgorithm;
     if (Result r = CheckAttributes(*algorithm, request.attributes()); r != Result::kOk) return r;
-    if (hsm.keys.Find(conn.session->user, request.name(), false)) return Result::kAlreadyExists;
+    if (call.hsm.keys.Find(call.session().user, request.name(), false))
+        return Result::kAlreadyExists;
     KeyMaterial material;
     if (Result r = GenerateKeyMaterial(*algorithm, request.attributes(), &material);
         r != Result::kOk)
         return r;
-    return StoreKey(hsm, conn, request.name(), *algorithm, request.attributes(), material,
-                    KeyOrigin::kGenerated,
-                    "Key generated (algorithm " + std::to_string(algorithm->id) + ")", response);
+    return StoreKey(call, request.name(), *algorithm, request.attributes(), material,
+                    KeyOrigin::kGenerated, AlgorithmNote("Key generated", *algorithm),
+                    reply->mutable_object());
 }
 
-Result HandleKeyImport(HsmContext &hsm, const ConnectionState &conn,
-                       const wire::pb::KeyImport &request, wire::pb::Response *response) {
+Result HandleImportKey(Call &call, const pb::ImportKey &request, pb::ImportKeyReply *reply) {
     if (Result r = CheckObjectName(request.name()); r != Result::kOk) return r;
-    if (request.blob_type() == kBlobCertificate)
-        return ImportCertificate(hsm, conn, request, response);
-    if (request.blob_type() != kBlobClearSymmetric) return Result::kNotSupported;
+    if (request.blob_type() == pb::BLOB_X509_CERT)
+        return ImportCertificate(call, request, reply->mutable_object());
+    if (request.blob_type() != pb::BLOB_CLEAR_SYMMETRIC) return Result::kNotSupported;
     const KeyAlgorithm *algorithm = FindKeyAlgorithm(request.algorithm());
     if (algorithm == nullptr ||
         (algorithm->keyClass != KeyClass::kSymmetric && algorithm->keyClass != KeyClass::kHmac))
@@ -114,59 +113,78 @@ Result HandleKeyImport(HsmContext &hsm, const ConnectionState &conn,
     if (request.material().size() != algorithm->length) return Result::kInvalidLength;
     if (Result r = CheckAttributes(*algorithm, request.attributes()); r != Result::kOk) return r;
     KeyMaterial material{SecretBytes(request.material()), {}};
-    return StoreKey(
-        hsm, conn, request.name(), *algorithm, request.attributes(), material, KeyOrigin::kImported,
-        "Clear key imported (algorithm " + std::to_string(algorithm->id) + ")", response);
+    return StoreKey(call, request.name(), *algorithm, request.attributes(), material,
+                    KeyOrigin::kImported, AlgorithmNote("Clear key imported", *algorithm),
+                    reply->mutable_object());
 }
 
-Result HandleKeyCheckValue(HsmContext &hsm, const ConnectionState &conn,
-                           const wire::pb::KeyCheckValue &request, wire::pb::Response *response) {
+Result HandleGetKeyCheckValue(Call &call, const pb::GetKeyCheckValue &request,
+                              pb::GetKeyCheckValueReply *reply) {
     std::optional<wire::CheckValueFormat> format = FormatOf(request.format());
     if (!format) return Result::kInvalidParameter;
     StoredObject object;
     SecretBytes material;
-    if (Result r = OpenKey(hsm, conn, request.name(), &object, &material); r != Result::kOk)
-        return r;
+    if (Result r = OpenKey(call, request.name(), &object, &material); r != Result::kOk) return r;
     wire::CheckValue value{};
     Result r = KeyCheckValue(object.algorithm, *format, material.view(), &value);
     if (r == Result::kInvalidLength) return Result::kInternal;
     if (r != Result::kOk) return r;
-    response->set_data(value.data(), value.size());
+    reply->set_check_value(value.data(), value.size());
     return Result::kOk;
 }
 
-Result HandleEftImportKey(HsmContext &hsm, const ConnectionState &conn,
-                          const wire::pb::EftImportKey &request, wire::pb::Response *response) {
+// DES-family keys joined from components are never exportable; AES keys carry the
+// attributes the custodians chose.
+Result HandleImportKeyComponents(Call &call, const pb::ImportKeyComponents &request,
+                                 pb::ImportKeyComponentsReply *reply) {
     if (Result r = CheckObjectName(request.name()); r != Result::kOk) return r;
     std::optional<wire::CheckValueFormat> format = FormatOf(request.format());
     if (!format) return Result::kInvalidParameter;
     const KeyAlgorithm *algorithm = FindKeyAlgorithm(request.algorithm());
     if (algorithm == nullptr) return Result::kBadAlgorithm;
+    KeyComponents components{
+        {request.components().begin(), request.components().end()},
+        {request.component_check_values().begin(), request.component_check_values().end()},
+        request.key_check_value(),
+        *format};
     KeyMaterial material;
-    uint32_t attributes = 0;
-    if (Result r = JoinKeyComponents(request.algorithm(), request.record(), *format,
-                                     &material.secret, &attributes);
-        r != Result::kOk)
+    if (Result r = JoinKeyComponents(algorithm->id, components, &material.secret); r != Result::kOk)
         return r;
+    uint32_t attributes = IsAes(algorithm->id) ? request.attributes() : 0;
     if (Result r = CheckAttributes(*algorithm, attributes); r != Result::kOk) return r;
-    return StoreKey(
-        hsm, conn, request.name(), *algorithm, attributes, material, KeyOrigin::kImported,
-        "Key imported from components (algorithm " + std::to_string(algorithm->id) + ")", response);
+    return StoreKey(call, request.name(), *algorithm, attributes, material, KeyOrigin::kImported,
+                    AlgorithmNote("Key imported from components", *algorithm),
+                    reply->mutable_object());
 }
 
-Result HandleKeySetParam(HsmContext &hsm, const ConnectionState &conn,
-                         const wire::pb::KeySetParam &request, wire::pb::Response *response) {
-    if (request.param() != kParamBlocked || request.value() > 1) return Result::kInvalidParameter;
+// Blocking is the only key parameter that changes; the reply describes the key anew.
+Result HandleSetKeyBlocked(Call &call, const pb::SetKeyBlocked &request,
+                           pb::SetKeyBlockedReply *reply) {
     StoredObject key;
-    if (Result r = FindHandleObject(hsm.keys, conn.session->user, request.name(),
+    if (Result r = FindHandleObject(call.hsm.keys, call.session().user, request.name(),
                                     request.object_id(), false, &key);
         r != Result::kOk)
         return r;
     if (key.kind != ObjectKind::kKey) return Result::kWrongObjectType;
-    key.blocked = request.value() == 1;
-    if (Result r = hsm.keys.SetBlocked(key, key.blocked); r != Result::kOk) return r;
-    DescribeObject(hsm.keys, key, response->mutable_object());
+    key.blocked = request.blocked();
+    if (Result r = call.hsm.keys.SetBlocked(key, key.blocked); r != Result::kOk) return r;
+    DescribeObject(call.hsm.keys, key, reply->mutable_object());
     return Result::kOk;
+}
+
+}  // namespace
+
+void RegisterKeyService(DispatchTable &table) {
+    table.Add<&pb::Request::generate_key, &pb::Response::mutable_generate_key>(
+        HandleGenerateKey, Needs::Nothing(), kNormalSessions);
+    table.Add<&pb::Request::import_key, &pb::Response::mutable_import_key>(
+        HandleImportKey, Needs::Nothing(), kNormalSessions);
+    table.Add<&pb::Request::get_key_check_value, &pb::Response::mutable_get_key_check_value>(
+        HandleGetKeyCheckValue, Needs::Nothing(), kNormalSessions);
+    table.Add<&pb::Request::import_key_components, &pb::Response::mutable_import_key_components>(
+        HandleImportKeyComponents, Needs::Nothing(), kNormalSessions);
+    table.Add<&pb::Request::set_key_blocked, &pb::Response::mutable_set_key_blocked>(
+        HandleSetKeyBlocked, Needs::Nothing(), kNormalSessions);
 }
 
 }  // namespace sim

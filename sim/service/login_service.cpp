@@ -1,6 +1,5 @@
 #include "service/login_service.h"
 
-#include "core/acl.h"
 #include "crypto/otp_verifier.h"
 #include "crypto/password_hash.h"
 #include "service/access_token.h"
@@ -8,10 +7,6 @@
 namespace sim {
 
 namespace {
-
-constexpr uint32_t kAuthPassword = 0;
-constexpr uint32_t kAuthPasswordOtp = 1;
-constexpr uint32_t kAuthMutualTls = 2;
 
 Result CheckOtp(HsmContext &hsm, const std::string &user, const std::string &otp) {
     int64_t now = hsm.clock.Now();
@@ -25,19 +20,19 @@ Result CheckOtp(HsmContext &hsm, const std::string &user, const std::string &otp
 
 // The second factor the user's ACL demands, and any factor offered beyond it.
 Result CheckSecondFactor(HsmContext &hsm, const ConnectionState &conn, const UserRecord &user,
-                         const wire::pb::Login &login) {
-    bool wantsOtp = user.acl & acl::kOathSecondFactor;
-    bool wantsCert = user.acl & acl::kX509SecondFactor;
-    if (wantsOtp && (login.auth_mode() != kAuthPasswordOtp || login.otp().empty()))
+                         const pb::Login &login) {
+    bool wantsOtp = user.acl & pb::ACL_OATH_2FA;
+    bool wantsCert = user.acl & pb::ACL_X509_2FA;
+    if (wantsOtp && (login.auth_mode() != pb::AUTH_PASSWORD_OTP || login.otp().empty()))
         return Result::kOtpRequired;
-    if (wantsCert && login.auth_mode() != kAuthMutualTls) return Result::kCertRequired;
+    if (wantsCert && login.auth_mode() != pb::AUTH_MUTUAL_TLS) return Result::kCertRequired;
     switch (login.auth_mode()) {
-        case kAuthPassword:
+        case pb::AUTH_PASSWORD:
             return Result::kOk;
-        case kAuthPasswordOtp:
+        case pb::AUTH_PASSWORD_OTP:
             if (login.otp().empty()) return Result::kOtpInvalid;
             return CheckOtp(hsm, user.id, login.otp());
-        case kAuthMutualTls:
+        case pb::AUTH_MUTUAL_TLS:
             if (conn.peerCertificate.empty()) return Result::kCertRequired;
             if (user.certificate.empty() || user.certificate != conn.peerCertificate)
                 return Result::kCertMismatch;
@@ -47,11 +42,11 @@ Result CheckSecondFactor(HsmContext &hsm, const ConnectionState &conn, const Use
     }
 }
 
-const char *AuthModeName(uint32_t mode) {
+const char *AuthModeName(pb::AuthMode mode) {
     switch (mode) {
-        case kAuthPasswordOtp:
+        case pb::AUTH_PASSWORD_OTP:
             return "password and OTP";
-        case kAuthMutualTls:
+        case pb::AUTH_MUTUAL_TLS:
             return "mutual TLS";
         default:
             return "password";
@@ -59,21 +54,20 @@ const char *AuthModeName(uint32_t mode) {
 }
 
 Result OpenSession(HsmContext &hsm, ConnectionState &conn, const std::string &user,
-                   SessionKind kind, bool byAccessToken, wire::pb::Response *response) {
+                   SessionKind kind, bool byAccessToken, pb::LoginReply *reply) {
     conn.session = hsm.sessions.Open(user, kind, byAccessToken);
     if (!conn.session) {
         conn.closeAfterReply = true;
         return Result::kSessionLimit;
     }
-    wire::pb::LoginReply *reply = response->mutable_login();
     reply->set_session_id(conn.session->id);
     reply->set_user(user);
     reply->set_password_expired(kind == SessionKind::kPasswordChange);
     return kind == SessionKind::kPasswordChange ? Result::kPasswordExpired : Result::kOk;
 }
 
-Result PasswordLogin(HsmContext &hsm, ConnectionState &conn, const wire::pb::Login &login,
-                     wire::pb::Response *response) {
+Result PasswordLogin(HsmContext &hsm, ConnectionState &conn, const pb::Login &login,
+                     pb::LoginReply *reply) {
     if (login.user().empty() || login.user().size() > kMaxUserIdLength ||
         login.password().size() > kMaxPasswordBytes)
         return Result::kAuthFailed;
@@ -99,12 +93,11 @@ Result PasswordLogin(HsmContext &hsm, ConnectionState &conn, const wire::pb::Log
         PasswordExpired(hsm.users.LoadPolicy(), user->acl, user->passwordChanged, hsm.clock.Now());
     hsm.users.RecordLogin(user->id, AuthModeName(login.auth_mode()));
     return OpenSession(hsm, conn, user->id,
-                       expired ? SessionKind::kPasswordChange : SessionKind::kUser, false,
-                       response);
+                       expired ? SessionKind::kPasswordChange : SessionKind::kUser, false, reply);
 }
 
-Result AccessTokenLogin(HsmContext &hsm, ConnectionState &conn, const wire::pb::Login &login,
-                        wire::pb::Response *response) {
+Result AccessTokenLogin(HsmContext &hsm, ConnectionState &conn, const pb::Login &login,
+                        pb::LoginReply *reply) {
     std::optional<ParsedAccessToken> token = ParseAccessToken(login.access_token());
     if (!token) return Result::kTokenInvalid;
     std::optional<AccessTokenRecord> record = hsm.users.FindAccessToken(token->secretHash);
@@ -120,29 +113,35 @@ Result AccessTokenLogin(HsmContext &hsm, ConnectionState &conn, const wire::pb::
     if (!user) return Result::kTokenInvalid;
     if (user->blocked) return Result::kUserBlocked;
     hsm.users.RecordLogin(user->id, "access token");
-    return OpenSession(hsm, conn, user->id, SessionKind::kUser, true, response);
+    return OpenSession(hsm, conn, user->id, SessionKind::kUser, true, reply);
 }
 
-}  // namespace
-
-Result HandleLogin(HsmContext &hsm, ConnectionState &conn, const wire::pb::Login &login,
-                   wire::pb::Response *response) {
+Result HandleLogin(Call &call, const pb::Login &login, pb::LoginReply *reply) {
     switch (login.method()) {
-        case kLoginAnonymous:
-            return OpenSession(hsm, conn, "", SessionKind::kAnonymous, false, response);
-        case kLoginPassword:
-            return PasswordLogin(hsm, conn, login, response);
-        case kLoginAccessToken:
-            return AccessTokenLogin(hsm, conn, login, response);
+        case pb::LOGIN_ANONYMOUS:
+            return OpenSession(call.hsm, call.conn, "", SessionKind::kAnonymous, false, reply);
+        case pb::LOGIN_PASSWORD:
+            return PasswordLogin(call.hsm, call.conn, login, reply);
+        case pb::LOGIN_ACCESS_TOKEN:
+            return AccessTokenLogin(call.hsm, call.conn, login, reply);
         default:
             return Result::kNotSupported;
     }
 }
 
-Result HandleLogout(HsmContext &hsm, ConnectionState &conn) {
-    hsm.sessions.Close(conn.session->id);
-    conn.session.reset();
+Result HandleLogout(Call &call, const pb::Logout &, pb::LogoutReply *) {
+    call.hsm.sessions.Close(call.session().id);
+    call.conn.session.reset();
     return Result::kOk;
+}
+
+}  // namespace
+
+void RegisterLoginService(DispatchTable &table) {
+    table.Add<&pb::Request::login, &pb::Response::mutable_login>(HandleLogin, Needs::Nothing(),
+                                                                 kBeforeLogin);
+    table.Add<&pb::Request::logout, &pb::Response::mutable_logout>(HandleLogout, Needs::Nothing(),
+                                                                   kEverySession);
 }
 
 }  // namespace sim

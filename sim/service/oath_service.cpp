@@ -1,26 +1,12 @@
 #include "service/oath_service.h"
 
 #include "core/secret.h"
-#include "core/user_rights.h"
 #include "crypto/otp_verifier.h"
-#include "service/caller.h"
+#include "service/target_account.h"
 
 namespace sim {
 
 namespace {
-
-// The target account when the caller may administer it; `selfAllowed` lets a user act on
-// its own token too.
-Result FindTarget(HsmContext &hsm, const ConnectionState &conn, const std::string &user,
-                  bool selfAllowed, std::optional<UserRecord> *target) {
-    std::optional<UserRecord> caller = FindCaller(hsm, conn);
-    if (!caller) return Result::kAccessDenied;
-    *target = hsm.users.FindUser(user);
-    if (!*target)
-        return rights::MayInspect(caller->acl) ? Result::kNotFound : Result::kAccessDenied;
-    if (selfAllowed && (*target)->id == caller->id) return Result::kOk;
-    return rights::MayAdminister(caller->acl, (*target)->acl) ? Result::kOk : Result::kAccessDenied;
-}
 
 // Runs `check` with the user's opened seed and stores the counter it returns.
 template <class Check>
@@ -33,19 +19,17 @@ Result UseToken(HsmContext &hsm, const std::string &user, Check &&check) {
         });
 }
 
-}  // namespace
-
-Result HandleAssignOathToken(HsmContext &hsm, const ConnectionState &conn,
-                             const wire::pb::AssignOathToken &request) {
-    std::optional<UserRecord> target;
-    if (Result r = FindTarget(hsm, conn, request.user(), false, &target); r != Result::kOk)
+Result HandleAssignOathToken(Call &call, const pb::AssignOathToken &request,
+                             pb::AssignOathTokenReply *) {
+    UserRecord target;
+    if (Result r = FindAdministrable(call, request.user(), false, &target); r != Result::kOk)
         return r;
     if (request.seed().empty() || request.seed().size() > kMaxOathSeedBytes)
         return Result::kInvalidParameter;
     OathState state;
-    if (request.token_type() == kTokenOathEvent) {
+    if (request.token_type() == pb::OATH_EVENT) {
         state.kind = OathKind::kEvent;
-    } else if (request.token_type() == kTokenOathTime) {
+    } else if (request.token_type() == pb::OATH_TIME) {
         if (request.time_step() == 0 || request.time_step() > 0xFFFF ||
             request.initial_time() > static_cast<uint64_t>(INT64_MAX))
             return Result::kInvalidParameter;
@@ -55,40 +39,54 @@ Result HandleAssignOathToken(HsmContext &hsm, const ConnectionState &conn,
     } else {
         return Result::kInvalidParameter;
     }
-    if (Result r = hsm.users.SetOathToken(target->id, state, hsm.masterKey.Seal(request.seed()));
+    HsmContext &hsm = call.hsm;
+    if (Result r = hsm.users.SetOathToken(target.id, state, hsm.masterKey.Seal(request.seed()));
         r != Result::kOk)
         return r;
-    return hsm.users.ChangeAclFlags(target->id, acl::kOathSecondFactor, 0);
+    return hsm.users.ChangeAclFlags(target.id, pb::ACL_OATH_2FA, 0);
 }
 
-Result HandleUnassignOathToken(HsmContext &hsm, const ConnectionState &conn,
-                               const wire::pb::UnassignOathToken &request) {
-    std::optional<UserRecord> target;
-    if (Result r = FindTarget(hsm, conn, request.user(), false, &target); r != Result::kOk)
+Result HandleUnassignOathToken(Call &call, const pb::UnassignOathToken &request,
+                               pb::UnassignOathTokenReply *) {
+    UserRecord target;
+    if (Result r = FindAdministrable(call, request.user(), false, &target); r != Result::kOk)
         return r;
-    return hsm.users.RemoveOathToken(target->id);
+    return call.hsm.users.RemoveOathToken(target.id);
 }
 
-Result HandleOathResync(HsmContext &hsm, const ConnectionState &conn,
-                        const wire::pb::OathResync &request) {
-    std::optional<UserRecord> target;
-    if (Result r = FindTarget(hsm, conn, request.user(), true, &target); r != Result::kOk) return r;
+Result HandleOathResync(Call &call, const pb::OathResync &request, pb::OathResyncReply *) {
+    UserRecord target;
+    if (Result r = FindAdministrable(call, request.user(), true, &target); r != Result::kOk)
+        return r;
     if (request.first_otp().empty() || request.next_otp().empty()) return Result::kOtpInvalid;
-    int64_t now = hsm.clock.Now();
-    return UseToken(hsm, target->id, [&](const OathState &state, const std::string &seed) {
+    int64_t now = call.hsm.clock.Now();
+    return UseToken(call.hsm, target.id, [&](const OathState &state, const std::string &seed) {
         return ResyncOtp(state, seed, request.first_otp(), request.next_otp(), now);
     });
 }
 
-Result HandleOathCheck(HsmContext &hsm, const ConnectionState &conn,
-                       const wire::pb::OathCheck &request) {
-    std::optional<UserRecord> target;
-    if (Result r = FindTarget(hsm, conn, request.user(), true, &target); r != Result::kOk) return r;
+Result HandleOathCheck(Call &call, const pb::OathCheck &request, pb::OathCheckReply *) {
+    UserRecord target;
+    if (Result r = FindAdministrable(call, request.user(), true, &target); r != Result::kOk)
+        return r;
     if (request.otp().empty()) return Result::kOtpInvalid;
-    int64_t now = hsm.clock.Now();
-    return UseToken(hsm, target->id, [&](const OathState &state, const std::string &seed) {
+    int64_t now = call.hsm.clock.Now();
+    return UseToken(call.hsm, target.id, [&](const OathState &state, const std::string &seed) {
         return VerifyOtp(state, seed, request.otp(), now);
     });
+}
+
+}  // namespace
+
+void RegisterOathService(DispatchTable &table) {
+    table.Add<&pb::Request::assign_oath_token, &pb::Response::mutable_assign_oath_token>(
+        HandleAssignOathToken, Needs::Account(), kNormalSessions);
+    table.Add<&pb::Request::unassign_oath_token, &pb::Response::mutable_unassign_oath_token>(
+        HandleUnassignOathToken, Needs::Account(), kNormalSessions);
+    table.Add<&pb::Request::oath_resync, &pb::Response::mutable_oath_resync>(
+        HandleOathResync, Needs::Account(), kNormalSessions);
+    table.Add<&pb::Request::oath_check, &pb::Response::mutable_oath_check>(
+        HandleOathCheck, Needs::Account(), kNormalSessions);
 }
 
 }  // namespace sim

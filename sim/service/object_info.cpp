@@ -5,8 +5,8 @@ namespace sim {
 void FillObjectInfo(const StoredObject &object, wire::pb::ObjectInfo *info) {
     info->set_object_id(static_cast<uint64_t>(object.id));
     info->set_name(object.name);
-    info->set_kind(static_cast<uint32_t>(object.kind));
-    info->set_algorithm(object.algorithm);
+    info->set_kind(static_cast<wire::pb::ObjectKind>(object.kind));
+    info->set_algorithm(static_cast<wire::pb::Algorithm>(object.algorithm));
     info->set_attributes(object.attributes);
     info->set_length(object.length);
     info->set_public_exponent(object.publicExponent);

@@ -7,15 +7,10 @@
 
 #include "core/secret.h"
 #include "crypto/master_key.h"
-#include "orvena.pb.h"
+#include "envelope.pb.h"
 #include "store/key_store.h"
 
 namespace sim {
-
-// Blob types of key import and export, and the attribute bit that allows clear export.
-inline constexpr uint32_t kBlobClearSymmetric = 4;
-inline constexpr uint32_t kBlobCertificate = 9;
-inline constexpr uint32_t kAttributeExportable = 0x1;
 
 // Fills the description a key handle carries (never the material), without its PKCS#11 map.
 void FillObjectInfo(const StoredObject &object, wire::pb::ObjectInfo *info);

@@ -16,10 +16,9 @@ constexpr size_t kMaxPkcs11LabelBytes = 128;
 
 // kOk when the partition holds `name` and it is of a kind `accepted` approves.
 template <class Accepted>
-Result CheckKind(HsmContext &hsm, const ConnectionState &conn, const std::string &name,
-                 Accepted accepted) {
+Result CheckKind(Call &call, const std::string &name, Accepted accepted) {
     if (Result r = CheckObjectName(name); r != Result::kOk) return r;
-    std::optional<StoredObject> object = hsm.keys.Find(conn.session->user, name, false);
+    std::optional<StoredObject> object = call.hsm.keys.Find(call.session().user, name, false);
     if (!object) return Result::kNotFound;
     return accepted(object->kind) ? Result::kOk : Result::kWrongObjectType;
 }
@@ -35,7 +34,7 @@ bool IsCertificate(ObjectKind kind) {
 // Fills a listing of the whole partition. Each key and certificate names the first PKCS#11
 // map that points at it, found in the listing itself rather than by a query per object.
 // REQUIRES: `objects` in name order.
-void DescribeListing(const std::vector<StoredObject> &objects, wire::pb::Response *response) {
+void DescribeListing(const std::vector<StoredObject> &objects, pb::ListObjectsReply *reply) {
     std::unordered_map<std::string, std::string> firstMap;
     for (const StoredObject &object : objects)
         if (object.kind == ObjectKind::kPkcs11Map) {
@@ -43,47 +42,18 @@ void DescribeListing(const std::vector<StoredObject> &objects, wire::pb::Respons
             if (!object.second.empty()) firstMap.try_emplace(object.second, object.name);
         }
     for (const StoredObject &object : objects) {
-        wire::pb::ObjectInfo *info = response->add_objects();
+        pb::ObjectInfo *info = reply->add_objects();
         FillObjectInfo(object, info);
         auto map = firstMap.find(object.name);
         if (IsMappable(object.kind) && map != firstMap.end()) info->set_pkcs11_map(map->second);
     }
 }
 
-}  // namespace
-
-Result HandleObjectOpen(HsmContext &hsm, const ConnectionState &conn,
-                        const wire::pb::ObjectOpen &request, wire::pb::Response *response) {
-    if (request.options() != kOpenDefault && request.options() != kOpenMofN)
-        return Result::kInvalidParameter;
-    if (Result r = CheckObjectName(request.name()); r != Result::kOk) return r;
-    std::optional<StoredObject> object = hsm.keys.Find(conn.session->user, request.name(), false);
-    if (!object) return Result::kNotFound;
-    DescribeObject(hsm.keys, *object, response->mutable_object());
-    return Result::kOk;
-}
-
-Result HandleObjectRemove(HsmContext &hsm, const ConnectionState &conn,
-                          const wire::pb::ObjectRemove &request) {
-    if (Result r = CheckObjectName(request.name()); r != Result::kOk) return r;
-    return hsm.keys.Remove(conn.session->user, request.name());
-}
-
-Result HandleObjectList(HsmContext &hsm, const ConnectionState &conn,
-                        const wire::pb::ObjectList &request, wire::pb::Response *response) {
-    if (request.kind() != 0 && request.kind() != static_cast<uint32_t>(ObjectKind::kPkcs11Map))
-        return Result::kInvalidParameter;
-    DescribeListing(hsm.keys.List(conn.session->user, request.kind()), response);
-    return Result::kOk;
-}
-
-namespace {
-
 // A new map object of the caller's partition; the callers fill what the kind adds.
-StoredObject NewMap(const ConnectionState &conn, const std::string &name, ObjectKind kind,
-                    uint32_t algorithm, const std::string &target) {
+StoredObject NewMap(Call &call, const std::string &name, ObjectKind kind, uint32_t algorithm,
+                    const std::string &target) {
     StoredObject map;
-    map.owner = conn.session->user;
+    map.owner = call.session().user;
     map.name = name;
     map.kind = kind;
     map.algorithm = algorithm;
@@ -91,43 +61,81 @@ StoredObject NewMap(const ConnectionState &conn, const std::string &name, Object
     return map;
 }
 
-}  // namespace
+Result HandleOpenObject(Call &call, const pb::OpenObject &request, pb::OpenObjectReply *reply) {
+    if (request.options() != kOpenDefault && request.options() != kOpenMofN)
+        return Result::kInvalidParameter;
+    if (Result r = CheckObjectName(request.name()); r != Result::kOk) return r;
+    std::optional<StoredObject> object =
+        call.hsm.keys.Find(call.session().user, request.name(), false);
+    if (!object) return Result::kNotFound;
+    DescribeObject(call.hsm.keys, *object, reply->mutable_object());
+    return Result::kOk;
+}
 
-Result HandleMapCreate(HsmContext &hsm, const ConnectionState &conn,
-                       const wire::pb::MapCreate &request) {
+Result HandleRemoveObject(Call &call, const pb::RemoveObject &request, pb::RemoveObjectReply *) {
+    if (Result r = CheckObjectName(request.name()); r != Result::kOk) return r;
+    return call.hsm.keys.Remove(call.session().user, request.name());
+}
+
+// Every object, or the PKCS#11 maps alone.
+Result HandleListObjects(Call &call, const pb::ListObjects &request, pb::ListObjectsReply *reply) {
+    if (request.kind() != pb::OBJECT_ANY && request.kind() != pb::OBJECT_PKCS11_MAP)
+        return Result::kInvalidParameter;
+    DescribeListing(call.hsm.keys.List(call.session().user, request.kind()), reply);
+    return Result::kOk;
+}
+
+Result HandleCreateMap(Call &call, const pb::CreateMap &request, pb::CreateMapReply *) {
     if (Result r = CheckObjectName(request.name()); r != Result::kOk) return r;
     if (request.slot1_type() != kSlotKeyByName || request.slot2_type() != kSlotKeyByName)
         return Result::kInvalidParameter;
     for (const std::string &slot : {request.slot1(), request.slot2()})
-        if (Result r = CheckKind(hsm, conn, slot, IsKey); r != Result::kOk) return r;
+        if (Result r = CheckKind(call, slot, IsKey); r != Result::kOk) return r;
     StoredObject map =
-        NewMap(conn, request.name(), ObjectKind::kMap, kMapObjectType, request.slot1());
+        NewMap(call, request.name(), ObjectKind::kMap, pb::ALG_OBJ_MAP, request.slot1());
     map.targetType = request.slot1_type();
     map.second = request.slot2();
     map.secondType = request.slot2_type();
-    return hsm.keys.Insert(&map, "Map created: " + map.name);
+    return call.hsm.keys.Insert(&map, "Map created: " + map.name);
 }
 
-Result HandlePkcs11MapCreate(HsmContext &hsm, const ConnectionState &conn,
-                             const wire::pb::Pkcs11MapCreate &request) {
+Result HandleCreatePkcs11Map(Call &call, const pb::CreatePkcs11Map &request,
+                             pb::CreatePkcs11MapReply *) {
     if (Result r = CheckObjectName(request.name()); r != Result::kOk) return r;
     if (request.label().size() > kMaxPkcs11LabelBytes) return Result::kInvalidLength;
-    if (Result r = CheckKind(hsm, conn, request.key_name(), IsMappable); r != Result::kOk) return r;
+    if (Result r = CheckKind(call, request.key_name(), IsMappable); r != Result::kOk) return r;
     if (!request.cert_name().empty())
-        if (Result r = CheckKind(hsm, conn, request.cert_name(), IsCertificate); r != Result::kOk)
+        if (Result r = CheckKind(call, request.cert_name(), IsCertificate); r != Result::kOk)
             return r;
-    StoredObject map = NewMap(conn, request.name(), ObjectKind::kPkcs11Map, kPkcs11MapObjectType,
+    StoredObject map = NewMap(call, request.name(), ObjectKind::kPkcs11Map, pb::ALG_OBJ_PKCS11_MAP,
                               request.key_name());
     map.second = request.cert_name();
     map.p11Label = request.label();
-    return hsm.keys.Insert(&map, "PKCS#11 map created: " + map.name);
+    return call.hsm.keys.Insert(&map, "PKCS#11 map created: " + map.name);
 }
 
-Result HandleMetadataWrite(HsmContext &hsm, const ConnectionState &conn,
-                           const wire::pb::MetadataWrite &request) {
+Result HandleSetObjectLabel(Call &call, const pb::SetObjectLabel &request,
+                            pb::SetObjectLabelReply *) {
     if (Result r = CheckObjectName(request.name()); r != Result::kOk) return r;
     if (request.label().size() > kMaxLabelBytes) return Result::kInvalidLength;
-    return hsm.keys.SetLabel(conn.session->user, request.name(), request.label());
+    return call.hsm.keys.SetLabel(call.session().user, request.name(), request.label());
+}
+
+}  // namespace
+
+void RegisterObjectService(DispatchTable &table) {
+    table.Add<&pb::Request::open_object, &pb::Response::mutable_open_object>(
+        HandleOpenObject, Needs::Nothing(), kNormalSessions);
+    table.Add<&pb::Request::remove_object, &pb::Response::mutable_remove_object>(
+        HandleRemoveObject, Needs::Nothing(), kNormalSessions);
+    table.Add<&pb::Request::list_objects, &pb::Response::mutable_list_objects>(
+        HandleListObjects, Needs::Nothing(), kNormalSessions);
+    table.Add<&pb::Request::create_map, &pb::Response::mutable_create_map>(
+        HandleCreateMap, Needs::Nothing(), kNormalSessions);
+    table.Add<&pb::Request::create_pkcs11_map, &pb::Response::mutable_create_pkcs11_map>(
+        HandleCreatePkcs11Map, Needs::Nothing(), kNormalSessions);
+    table.Add<&pb::Request::set_object_label, &pb::Response::mutable_set_object_label>(
+        HandleSetObjectLabel, Needs::Nothing(), kNormalSessions);
 }
 
 }  // namespace sim

@@ -32,19 +32,19 @@ uint32_t GenerationMechanism(const KeyAlgorithm &algorithm) {
             break;
     }
     switch (algorithm.id) {
-        case 1:
+        case pb::ALG_DES:
             return 0x120;  // CKM_DES_KEY_GEN
-        case 2:
+        case pb::ALG_3DES_112:
             return 0x130;  // CKM_DES2_KEY_GEN
-        case 3:
+        case pb::ALG_3DES_168:
             return 0x131;  // CKM_DES3_KEY_GEN
-        case 7:
-        case 8:
-        case 9:
+        case pb::ALG_AES_128:
+        case pb::ALG_AES_192:
+        case pb::ALG_AES_256:
             return 0x1080;  // CKM_AES_KEY_GEN
-        case 10:
+        case pb::ALG_ARC4:
             return 0x110;  // CKM_RC4_KEY_GEN
-        case 89:
+        case pb::ALG_ARC5:
             return 0x330;  // CKM_RC5_KEY_GEN
         default:
             return 0x350;  // DESX has no mechanism of its own: CKM_GENERIC_SECRET_KEY_GEN
@@ -52,7 +52,7 @@ uint32_t GenerationMechanism(const KeyAlgorithm &algorithm) {
 }
 
 Result DescribeKeyTarget(HsmContext &hsm, const StoredObject &key,
-                         wire::pb::Pkcs11MapDetails *details) {
+                         pb::GetPkcs11MapDetailsReply *details) {
     const KeyAlgorithm *algorithm = FindKeyAlgorithm(key.algorithm);
     if (algorithm == nullptr) return Result::kInternal;
     details->set_local(key.generated);
@@ -70,13 +70,11 @@ Result DescribeKeyTarget(HsmContext &hsm, const StoredObject &key,
     return Result::kOk;
 }
 
-}  // namespace
-
-Result HandlePkcs11MapDetailsRead(HsmContext &hsm, const ConnectionState &conn,
-                                  const wire::pb::Pkcs11MapDetailsRead &request,
-                                  wire::pb::Response *response) {
+Result HandleGetPkcs11MapDetails(Call &call, const pb::GetPkcs11MapDetails &request,
+                                 pb::GetPkcs11MapDetailsReply *details) {
     if (Result r = CheckObjectName(request.name()); r != Result::kOk) return r;
-    const std::string &owner = conn.session->user;
+    HsmContext &hsm = call.hsm;
+    const std::string &owner = call.session().user;
     std::optional<StoredObject> map = hsm.keys.Find(owner, request.name(), false);
     if (!map) return Result::kNotFound;
     if (map->kind != ObjectKind::kPkcs11Map) return Result::kWrongObjectType;
@@ -84,7 +82,6 @@ Result HandlePkcs11MapDetailsRead(HsmContext &hsm, const ConnectionState &conn,
     std::optional<StoredObject> target = hsm.keys.Find(owner, map->target, true);
     if (!target) return Result::kNotFound;
 
-    wire::pb::Pkcs11MapDetails *details = response->mutable_pkcs11_map_details();
     details->set_target(map->target);
     details->set_label(map->p11Label);
     details->set_associate(map->second);
@@ -96,6 +93,13 @@ Result HandlePkcs11MapDetailsRead(HsmContext &hsm, const ConnectionState &conn,
     if (!id) return Result::kInternal;
     details->set_id(*id);
     return Result::kOk;
+}
+
+}  // namespace
+
+void RegisterPkcs11MapDetails(DispatchTable &table) {
+    table.Add<&pb::Request::get_pkcs11_map_details, &pb::Response::mutable_get_pkcs11_map_details>(
+        HandleGetPkcs11MapDetails, Needs::Nothing(), kNormalSessions);
 }
 
 }  // namespace sim

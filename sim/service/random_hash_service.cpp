@@ -8,21 +8,16 @@ namespace sim {
 
 namespace {
 
-constexpr uint32_t kHashParamKey = 1;
-constexpr uint32_t kHashParamValue = 2;
-constexpr uint32_t kHashParamSize = 4;
-
-HashContext *FindHash(ConnectionState &conn, uint64_t id) {
-    auto it = conn.session->hashes.find(id);
-    return it == conn.session->hashes.end() ? nullptr : it->second.get();
+HashContext *FindHash(Call &call, uint64_t id) {
+    auto it = call.session().hashes.find(id);
+    return it == call.session().hashes.end() ? nullptr : it->second.get();
 }
 
 // Keys a new HMAC context with a stored key of the caller's partition; the clear material
 // stays in this process and is wiped when it goes.
-Result KeyFromStore(HsmContext &hsm, const ConnectionState &conn,
-                    const wire::pb::HashCreate &request, HashContext *context) {
+Result KeyFromStore(Call &call, const pb::CreateHash &request, HashContext *context) {
     StoredObject key;
-    if (Result r = FindHandleObject(hsm.keys, conn.session->user, request.key_name(),
+    if (Result r = FindHandleObject(call.hsm.keys, call.session().user, request.key_name(),
                                     request.key_object_id(), true, &key);
         r != Result::kOk)
         return r;
@@ -30,68 +25,80 @@ Result KeyFromStore(HsmContext &hsm, const ConnectionState &conn,
         return Result::kWrongObjectType;
     if (key.blocked) return Result::kKeyBlocked;
     SecretBytes material;
-    if (Result r = UnsealMaterial(hsm.masterKey, key, &material); r != Result::kOk) return r;
+    if (Result r = UnsealMaterial(call.hsm.masterKey, key, &material); r != Result::kOk) return r;
     return context->SetKey(material.view());
 }
 
-}  // namespace
-
-Result HandleGetRandom(const wire::pb::GetRandom &request, wire::pb::Response *response) {
+Result HandleGetRandom(Call &, const pb::GetRandom &request, pb::GetRandomReply *reply) {
     if (request.length() == 0 || request.length() > kMaxRandomBytes) return Result::kInvalidLength;
-    std::string *data = response->mutable_data();
+    std::string *data = reply->mutable_data();
     data->resize(request.length());
     if (RAND_bytes(reinterpret_cast<unsigned char *>(data->data()),
-                   static_cast<int>(request.length())) != 1) {
-        data->clear();
+                   static_cast<int>(request.length())) != 1)
         return Result::kInternal;
-    }
     return Result::kOk;
 }
 
-Result HandleHashCreate(HsmContext &hsm, ConnectionState &conn, const wire::pb::HashCreate &request,
-                        wire::pb::Response *response) {
-    if (conn.session->hashes.size() >= kMaxHashesPerSession) return Result::kNoMemory;
+Result HandleCreateHash(Call &call, const pb::CreateHash &request, pb::CreateHashReply *reply) {
+    if (call.session().hashes.size() >= kMaxHashesPerSession) return Result::kNoMemory;
     std::unique_ptr<HashContext> context;
     if (Result r = HashContext::Create(request.algorithm(), &context); r != Result::kOk) return r;
     if (!request.key_name().empty()) {
-        if (Result r = KeyFromStore(hsm, conn, request, context.get()); r != Result::kOk) return r;
+        if (Result r = KeyFromStore(call, request, context.get()); r != Result::kOk) return r;
     }
-    uint64_t id = hsm.sessions.NextHashId();
-    conn.session->hashes.emplace(id, std::move(context));
-    response->set_value(id);
+    uint64_t id = call.hsm.sessions.NextHashId();
+    call.session().hashes.emplace(id, std::move(context));
+    reply->set_hash_id(id);
     return Result::kOk;
 }
 
-Result HandleHashData(ConnectionState &conn, const wire::pb::HashData &request) {
-    HashContext *hash = FindHash(conn, request.hash_id());
+Result HandleUpdateHash(Call &call, const pb::UpdateHash &request, pb::UpdateHashReply *) {
+    HashContext *hash = FindHash(call, request.hash_id());
     if (hash == nullptr) return Result::kInvalidHandle;
     return hash->Update(request.data());
 }
 
-Result HandleHashGetParam(ConnectionState &conn, const wire::pb::HashGetParam &request,
-                          wire::pb::Response *response) {
-    HashContext *hash = FindHash(conn, request.hash_id());
+Result HandleSetHashKey(Call &call, const pb::SetHashKey &request, pb::SetHashKeyReply *) {
+    HashContext *hash = FindHash(call, request.hash_id());
     if (hash == nullptr) return Result::kInvalidHandle;
-    switch (request.param()) {
-        case kHashParamSize:
-            response->set_value(hash->size());
-            return Result::kOk;
-        case kHashParamValue:
-            return hash->Finish(response->mutable_data());
-        default:
-            return Result::kInvalidParameter;
-    }
+    return hash->SetKey(request.key());
 }
 
-Result HandleHashSetParam(ConnectionState &conn, const wire::pb::HashSetParam &request) {
-    HashContext *hash = FindHash(conn, request.hash_id());
+Result HandleGetHashSize(Call &call, const pb::GetHashSize &request, pb::GetHashSizeReply *reply) {
+    HashContext *hash = FindHash(call, request.hash_id());
     if (hash == nullptr) return Result::kInvalidHandle;
-    if (request.param() != kHashParamKey) return Result::kNotSupported;
-    return hash->SetKey(request.value());
+    reply->set_size(static_cast<uint32_t>(hash->size()));
+    return Result::kOk;
 }
 
-Result HandleHashDestroy(ConnectionState &conn, const wire::pb::HashDestroy &request) {
-    return conn.session->hashes.erase(request.hash_id()) > 0 ? Result::kOk : Result::kInvalidHandle;
+Result HandleFinishHash(Call &call, const pb::FinishHash &request, pb::FinishHashReply *reply) {
+    HashContext *hash = FindHash(call, request.hash_id());
+    if (hash == nullptr) return Result::kInvalidHandle;
+    return hash->Finish(reply->mutable_digest());
+}
+
+Result HandleDestroyHash(Call &call, const pb::DestroyHash &request, pb::DestroyHashReply *) {
+    return call.session().hashes.erase(request.hash_id()) > 0 ? Result::kOk
+                                                              : Result::kInvalidHandle;
+}
+
+}  // namespace
+
+void RegisterRandomHashService(DispatchTable &table) {
+    table.Add<&pb::Request::get_random, &pb::Response::mutable_get_random>(
+        HandleGetRandom, Needs::Nothing(), kNormalSessions);
+    table.Add<&pb::Request::create_hash, &pb::Response::mutable_create_hash>(
+        HandleCreateHash, Needs::Nothing(), kNormalSessions);
+    table.Add<&pb::Request::update_hash, &pb::Response::mutable_update_hash>(
+        HandleUpdateHash, Needs::Nothing(), kNormalSessions);
+    table.Add<&pb::Request::set_hash_key, &pb::Response::mutable_set_hash_key>(
+        HandleSetHashKey, Needs::Nothing(), kNormalSessions);
+    table.Add<&pb::Request::get_hash_size, &pb::Response::mutable_get_hash_size>(
+        HandleGetHashSize, Needs::Nothing(), kNormalSessions);
+    table.Add<&pb::Request::finish_hash, &pb::Response::mutable_finish_hash>(
+        HandleFinishHash, Needs::Nothing(), kNormalSessions);
+    table.Add<&pb::Request::destroy_hash, &pb::Response::mutable_destroy_hash>(
+        HandleDestroyHash, Needs::Nothing(), kNormalSessions);
 }
 
 }  // namespace sim

@@ -1,21 +1,11 @@
 #pragma once
-// Creating, removing and listing accounts, and the trust relations between them.
+// Creating, removing and listing accounts, and the trust relations between them. Removing a
+// user also removes its partition (see UserStore::partitions) and ends its sessions.
 
-#include "core/result.h"
-#include "orvena.pb.h"
-#include "service/hsm_context.h"
+#include "service/dispatch_table.h"
 
 namespace sim {
 
-// REQUIRES (all): conn.session is set.
-Result HandleCreateUser(HsmContext &hsm, const ConnectionState &conn,
-                        const wire::pb::CreateUser &request);
-// Also removes the user's partition (see UserStore::partitions) and ends its sessions.
-Result HandleRemoveUser(HsmContext &hsm, const ConnectionState &conn,
-                        const wire::pb::RemoveUser &request);
-// Every user with its ACL and object counts.
-Result HandleListUsers(HsmContext &hsm, const ConnectionState &conn, wire::pb::Response *response);
-Result HandleListUserTrusts(HsmContext &hsm, const ConnectionState &conn,
-                            const wire::pb::ListUserTrusts &request, wire::pb::Response *response);
+void RegisterUserAdminService(DispatchTable &table);
 
 }  // namespace sim

@@ -3,116 +3,114 @@
 #include "core/user_rights.h"
 #include "crypto/certificate_der.h"
 #include "crypto/password_hash.h"
-#include "service/caller.h"
+#include "service/target_account.h"
 
 namespace sim {
 
 namespace {
 
-constexpr uint32_t kSecondFactorBits = acl::kOathSecondFactor | acl::kX509SecondFactor;
+constexpr uint32_t kSecondFactorBits = pb::ACL_OATH_2FA | pb::ACL_X509_2FA;
 
 Result SetPasswordChecked(HsmContext &hsm, const std::string &user, const std::string &password) {
     if (Result r = CheckPassword(hsm.users.LoadPolicy(), password); r != Result::kOk) return r;
     return hsm.users.SetPassword(user, HashPassword(password));
 }
 
-Result SetOwnPassword(HsmContext &hsm, ConnectionState &conn, const std::string &password) {
-    // A token holder never proved the password, so it may not replace it.
-    if (conn.session->byAccessToken) return Result::kAccessDenied;
-    if (Result r = SetPasswordChecked(hsm, conn.session->user, password); r != Result::kOk)
-        return r;
-    if (conn.session->kind == SessionKind::kPasswordChange) conn.session->kind = SessionKind::kUser;
+Result HandleGetUserAcl(Call &call, const pb::GetUserAcl &request, pb::GetUserAclReply *reply) {
+    UserRecord user;
+    if (Result r = FindInspectable(call, request.user(), &user); r != Result::kOk) return r;
+    reply->set_acl(user.acl);
     return Result::kOk;
+}
+
+Result HandleGetUserStatus(Call &call, const pb::GetUserStatus &request,
+                           pb::GetUserStatusReply *reply) {
+    UserRecord user;
+    if (Result r = FindInspectable(call, request.user(), &user); r != Result::kOk) return r;
+    reply->set_blocked(user.blocked);
+    return Result::kOk;
+}
+
+// No M of N scheme is associated with a partition yet: the initial state, no permissions.
+Result HandleGetUserAuth(Call &call, const pb::GetUserAuth &request, pb::GetUserAuthReply *) {
+    UserRecord user;
+    return FindInspectable(call, request.user(), &user);
 }
 
 // The second-factor bits follow the registered factors: a request may drop them (a change
 // of type does) but never raise them.
-Result SetAcl(HsmContext &hsm, const UserRecord &caller, const UserRecord &target,
-              uint32_t requested) {
-    uint32_t acl = (requested & ~kSecondFactorBits) | (requested & target.acl & kSecondFactorBits);
-    if (!rights::MayGrant(caller.acl, target.acl, acl, false)) return Result::kAccessDenied;
-    return hsm.users.SetAcl(target.id, acl);
+Result HandleSetUserAcl(Call &call, const pb::SetUserAcl &request, pb::SetUserAclReply *) {
+    UserRecord target;
+    if (Result r = FindAdministrable(call, request.user(), false, &target); r != Result::kOk)
+        return r;
+    uint32_t acl =
+        (request.acl() & ~kSecondFactorBits) | (request.acl() & target.acl & kSecondFactorBits);
+    if (!rights::MayGrant(call.caller->acl, target.acl, acl, false)) return Result::kAccessDenied;
+    return call.hsm.users.SetAcl(target.id, acl);
 }
 
-Result SetCertificate(HsmContext &hsm, const UserRecord &target,
-                      const wire::pb::SetUserParam &request) {
-    if (request.operation() == kCertificateReset) {
-        if (Result r = hsm.users.SetCertificate(target.id, ""); r != Result::kOk) return r;
-        return hsm.users.ChangeAclFlags(target.id, 0, acl::kX509SecondFactor);
+Result HandleSetUserCertificate(Call &call, const pb::SetUserCertificate &request,
+                                pb::SetUserCertificateReply *) {
+    UserRecord target;
+    if (Result r = FindAdministrable(call, request.user(), false, &target); r != Result::kOk)
+        return r;
+    UserStore &users = call.hsm.users;
+    if (request.reset()) {
+        if (Result r = users.SetCertificate(target.id, ""); r != Result::kOk) return r;
+        return users.ChangeAclFlags(target.id, 0, pb::ACL_X509_2FA);
     }
-    if (request.operation() != kCertificateAssign) return Result::kInvalidParameter;
-    std::optional<std::string> der = CertificateToDer(request.data());
+    std::optional<std::string> der = CertificateToDer(request.certificate());
     if (!der) return Result::kInvalidParameter;
-    if (Result r = hsm.users.SetCertificate(target.id, *der); r != Result::kOk) return r;
-    return hsm.users.ChangeAclFlags(target.id, acl::kX509SecondFactor, 0);
+    if (Result r = users.SetCertificate(target.id, *der); r != Result::kOk) return r;
+    return users.ChangeAclFlags(target.id, pb::ACL_X509_2FA, 0);
+}
+
+Result HandleSetOwnPassword(Call &call, const pb::SetOwnPassword &request,
+                            pb::SetOwnPasswordReply *) {
+    Session &session = call.session();
+    // A token holder never proved the password, so it may not replace it.
+    if (session.byAccessToken) return Result::kAccessDenied;
+    if (Result r = SetPasswordChecked(call.hsm, session.user, request.password()); r != Result::kOk)
+        return r;
+    if (session.kind == SessionKind::kPasswordChange) session.kind = SessionKind::kUser;
+    return Result::kOk;
+}
+
+Result HandleSetUserPassword(Call &call, const pb::SetUserPassword &request,
+                             pb::SetUserPasswordReply *) {
+    UserRecord target;
+    if (Result r = FindAdministrable(call, request.user(), false, &target); r != Result::kOk)
+        return r;
+    return SetPasswordChecked(call.hsm, target.id, request.password());
+}
+
+Result HandleSetUserBlocked(Call &call, const pb::SetUserBlocked &request,
+                            pb::SetUserBlockedReply *) {
+    UserRecord target;
+    if (Result r = FindAdministrable(call, request.user(), false, &target); r != Result::kOk)
+        return r;
+    return call.hsm.users.SetBlocked(target.id, request.blocked());
 }
 
 }  // namespace
 
-Result HandleGetUserAcl(HsmContext &hsm, const ConnectionState &conn,
-                        const wire::pb::GetUserAcl &request, wire::pb::Response *response) {
-    if (request.user() != conn.session->user) {
-        std::optional<UserRecord> caller = FindCaller(hsm, conn);
-        if (!caller || !rights::MayInspect(caller->acl)) return Result::kAccessDenied;
-    }
-    std::optional<UserRecord> user = hsm.users.FindUser(request.user());
-    if (!user) return Result::kNotFound;
-    response->set_value(user->acl);
-    return Result::kOk;
-}
-
-Result HandleGetUserParam(HsmContext &hsm, const ConnectionState &conn,
-                          const wire::pb::GetUserParam &request, wire::pb::Response *response) {
-    std::optional<UserRecord> caller = FindCaller(hsm, conn);
-    if (!caller) return Result::kAccessDenied;
-    if (request.user() != caller->id && !rights::MayInspect(caller->acl))
-        return Result::kAccessDenied;
-    std::optional<UserRecord> user = hsm.users.FindUser(request.user());
-    if (!user) return Result::kNotFound;
-    switch (request.code()) {
-        case kUserParamStatus:
-            response->set_value(user->blocked ? 1 : 0);
-            return Result::kOk;
-        case kUserParamMofN:
-            // No M of N scheme is associated with a partition yet: the initial state, no
-            // permissions.
-            response->set_value(0);
-            response->set_flags(0);
-            return Result::kOk;
-        case kUserParamObjectCount:
-            for (const ObjectCount &entry : hsm.users.partitions().Count(user->id)) {
-                wire::pb::ObjectCount *out = response->add_object_counts();
-                out->set_object_type(entry.objectType);
-                out->set_count(entry.count);
-            }
-            return Result::kOk;
-        default:
-            return Result::kNotSupported;
-    }
-}
-
-Result HandleSetUserParam(HsmContext &hsm, ConnectionState &conn,
-                          const wire::pb::SetUserParam &request) {
-    if (request.code() == kUserParamOwnPassword) return SetOwnPassword(hsm, conn, request.data());
-    std::optional<UserRecord> caller = FindCaller(hsm, conn);
-    if (!caller) return Result::kAccessDenied;
-    std::optional<UserRecord> target = hsm.users.FindUser(request.user());
-    if (!target) return rights::MayInspect(caller->acl) ? Result::kNotFound : Result::kAccessDenied;
-    if (!rights::MayAdminister(caller->acl, target->acl)) return Result::kAccessDenied;
-    switch (request.code()) {
-        case kUserParamAcl:
-            return SetAcl(hsm, *caller, *target, request.acl());
-        case kUserParamCertificate:
-            return SetCertificate(hsm, *target, request);
-        case kUserParamBlock:
-            return hsm.users.SetBlocked(target->id, true);
-        case kUserParamUnblock:
-            return hsm.users.SetBlocked(target->id, false);
-        case kUserParamPassword:
-            return SetPasswordChecked(hsm, target->id, request.data());
-        default:
-            return Result::kNotSupported;
-    }
+void RegisterUserService(DispatchTable &table) {
+    table.Add<&pb::Request::get_user_acl, &pb::Response::mutable_get_user_acl>(
+        HandleGetUserAcl, Needs::Account(), kNormalSessions);
+    table.Add<&pb::Request::get_user_status, &pb::Response::mutable_get_user_status>(
+        HandleGetUserStatus, Needs::Account(), kNormalSessions);
+    table.Add<&pb::Request::get_user_auth, &pb::Response::mutable_get_user_auth>(
+        HandleGetUserAuth, Needs::Account(), kNormalSessions);
+    table.Add<&pb::Request::set_user_acl, &pb::Response::mutable_set_user_acl>(
+        HandleSetUserAcl, Needs::Account(), kNormalSessions);
+    table.Add<&pb::Request::set_user_certificate, &pb::Response::mutable_set_user_certificate>(
+        HandleSetUserCertificate, Needs::Account(), kNormalSessions);
+    table.Add<&pb::Request::set_own_password, &pb::Response::mutable_set_own_password>(
+        HandleSetOwnPassword, Needs::Nothing(), kNormalSessions | kPasswordChangeSessions);
+    table.Add<&pb::Request::set_user_password, &pb::Response::mutable_set_user_password>(
+        HandleSetUserPassword, Needs::Account(), kNormalSessions);
+    table.Add<&pb::Request::set_user_blocked, &pb::Response::mutable_set_user_blocked>(
+        HandleSetUserBlocked, Needs::Account(), kNormalSessions);
 }
 
 }  // namespace sim

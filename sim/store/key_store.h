@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "constants.pb.h"
 #include "core/clock.h"
 #include "core/result.h"
 #include "store/database.h"
@@ -22,7 +23,13 @@ namespace sim {
 
 inline constexpr size_t kMaxObjectNameLength = 49;
 
-enum class ObjectKind : uint32_t { kKey = 1, kMap = 2, kPkcs11Map = 3, kCertificate = 4 };
+// The protocol's object kinds, which are also what the objects table stores.
+enum class ObjectKind : uint32_t {
+    kKey = wire::pb::OBJECT_KEY,
+    kMap = wire::pb::OBJECT_MAP,
+    kPkcs11Map = wire::pb::OBJECT_PKCS11_MAP,
+    kCertificate = wire::pb::OBJECT_CERTIFICATE,
+};
 
 struct StoredObject {
     int64_t id = 0;  // assigned by Insert; never reused

@@ -1,6 +1,6 @@
 #include "store/user_store.h"
 
-#include "core/acl.h"
+#include "constants.pb.h"
 
 namespace sim {
 
@@ -98,7 +98,7 @@ Result UserStore::SetPassword(std::string_view id, const std::string &passwordHa
               "WHERE id = ?")
         .Bind(1, passwordHash)
         .Bind(2, clock_.Now())
-        .Bind(3, int64_t{~acl::kChangePasswordAtLogon & 0xFFFFFFFFu})
+        .Bind(3, int64_t{~uint32_t{wire::pb::ACL_CHANGE_PASSWORD}})
         .Bind(4, id)
         .Run();
     if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;
@@ -110,7 +110,7 @@ Result UserStore::SetPassword(std::string_view id, const std::string &passwordHa
 Result UserStore::ExpirePassword(std::string_view id) {
     std::lock_guard lock(mutex_);
     return UpdateUser("UPDATE users SET acl = acl | ? WHERE id = ?", id,
-                      acl::kChangePasswordAtLogon);
+                      wire::pb::ACL_CHANGE_PASSWORD);
 }
 
 Result UserStore::SetBlocked(std::string_view id, bool blocked) {
@@ -187,7 +187,7 @@ Result UserStore::RemoveOathToken(std::string_view id) {
     Statement(db_, "DELETE FROM oath_tokens WHERE user_id = ?").Bind(1, id).Run();
     bool hadToken = sqlite3_changes(db_.handle()) > 0;
     Statement(db_, "UPDATE users SET acl = acl & ? WHERE id = ?")
-        .Bind(1, int64_t{~acl::kOathSecondFactor & 0xFFFFFFFFu})
+        .Bind(1, int64_t{~uint32_t{wire::pb::ACL_OATH_2FA}})
         .Bind(2, id)
         .Run();
     if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;

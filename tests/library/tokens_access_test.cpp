@@ -96,6 +96,8 @@ TEST_F(TokensTest, ExpiredTokensCannotLogInAndAreCollected) {
     ASSERT_EQ(QManageATokenCache(operator_, Q_ATOKEN_CACHE_GC, &collected, 0), Q_OK);
     EXPECT_EQ(collected, 1u);
     EXPECT_EQ(Count(), 1u);
+    EXPECT_EQ(QManageATokenCache(operator_, Q_ATOKEN_CACHE_GC + 1, &collected, 0),
+              Q_ERR_INVALID_PARAMETER);
     EXPECT_EQ(TryTokenLogin(keeper.token), Q_OK);
 }
 

@@ -33,6 +33,16 @@ TEST_F(PasswordTest, PolicyIsReadByAllAndDefinedByOperatorsWithinItsRanges) {
     uint8_t small[3];
     EXPECT_EQ(QAdmOperation(operator_, Q_ADM_GET_PASSWORD_POLICY, small, sizeof small, 0),
               Q_ERR_BUFFER_TOO_SMALL);
+    // Only one whole record is a policy; operations not served are refused as such.
+    QPasswordPolicy policy = Policy(8, 0, 0, 0);
+    EXPECT_EQ(QAdmOperation(operator_, Q_ADM_SET_PASSWORD_POLICY, &policy, sizeof policy - 1, 0),
+              Q_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(QAdmOperation(operator_, Q_ADM_SET_PASSWORD_POLICY, nullptr, 0, 0),
+              Q_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(QAdmOperation(operator_, Q_ADM_GET_POLICY, &policy, sizeof policy, 0),
+              Q_ERR_NOT_SUPPORTED);
+    ASSERT_EQ(QAdmOperation(operator_, Q_ADM_GET_PASSWORD_POLICY, &policy, sizeof policy, 0), Q_OK);
+    EXPECT_EQ(std::memcmp(&policy, &expected, sizeof policy), 0);
 }
 
 TEST_F(PasswordTest, EveryPasswordSetMeetsLengthAndCharacterClasses) {
@@ -100,6 +110,10 @@ TEST_F(PasswordTest, CertificateAssignmentTurnsTheX509FactorOnAndResetOff) {
               Q_ERR_INVALID_PARAMETER);
     record.certificate = reinterpret_cast<const uint8_t *>(pem.data());
     record.certificateLength = static_cast<uint32_t>(pem.size());
+    record.operation = 3;  // neither assign nor reset
+    EXPECT_EQ(QSetUserParam(operator_, Q_USER_PARAM_CERT, &record, sizeof record, 0),
+              Q_ERR_INVALID_PARAMETER);
+    record.operation = Q_CERT_OP_ASSIGN;
     ASSERT_EQ(QSetUserParam(operator_, Q_USER_PARAM_CERT, &record, sizeof record, 0), Q_OK);
     EXPECT_EQ(Acl("alice"), Q_ACL_LIST_USERS | Q_ACL_X509_2FA);
     EXPECT_EQ(TryLogin("alice"), Q_ERR_CERT_REQUIRED);

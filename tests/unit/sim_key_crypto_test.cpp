@@ -29,6 +29,10 @@ std::string Hex(const uint8_t *data, size_t length) {
     return out;
 }
 
+std::string Hex(const std::string &bytes) {
+    return Hex(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size());
+}
+
 sim::Rc5::Block Block(const std::string &hex) {
     std::string bytes = Bytes(hex);
     sim::Rc5::Block block{};
@@ -85,35 +89,46 @@ TEST(SimKeyCheckValue, KnownVectorsPerAlgorithm) {
 }
 
 TEST(SimKeyComponents, TwoDesComponentsWithTheZeroThirdJoinByXor) {
-    std::string record(sim::kDesComponentRecordBytes, '\0');
-    std::string one = Bytes("0123456789ABCDEF"), two = Bytes("1111111111111111");
-    record.replace(0, 8, one);
-    record.replace(24, 3, Bytes("D5D44F"));
-    record.replace(27, 8, two);
-    wire::CheckValue kcv2{};
-    ASSERT_EQ(wire::ComputeCheckValue(1, wire::CheckValueFormat::kKcv, two, &kcv2), wire::OK);
-    record.replace(51, 3, std::string(kcv2.begin(), kcv2.end()));
-    record.replace(78, 3, Bytes("8CA64D"));
-    std::string joined = Bytes("1032547698BADCFE");
-    wire::CheckValue whole{};
-    ASSERT_EQ(wire::ComputeCheckValue(1, wire::CheckValueFormat::kKcv, joined, &whole), wire::OK);
-    record.replace(81, 3, std::string(whole.begin(), whole.end()));
+    const std::string one = Bytes("0123456789ABCDEF"), two = Bytes("1111111111111111"),
+                      zero(8, '\0');
+    const std::string joined = Bytes("1032547698BADCFE");
+    const std::string kcvOne = Bytes("D5D44F"), kcvTwo = Bytes(CheckValue(1, Hex(two))),
+                      kcvZero = Bytes("8CA64D");
+    std::string kcvJoined = Bytes(CheckValue(1, Hex(joined)));
+    sim::KeyComponents components{{one, two, zero},
+                                  {kcvOne, kcvTwo, kcvZero},
+                                  kcvJoined,
+                                  wire::CheckValueFormat::kCmac};  // the DES family uses KCVs
 
     sim::SecretBytes key;
-    uint32_t attributes = 99;
-    ASSERT_EQ(sim::JoinKeyComponents(1, record, wire::CheckValueFormat::kKcv, &key, &attributes),
-              sim::Result::kOk);
+    ASSERT_EQ(sim::JoinKeyComponents(1, components, &key), sim::Result::kOk);
     std::string expected = joined;
     sim::SetDesParity(expected);
     EXPECT_EQ(key.view(), expected);
-    EXPECT_EQ(attributes, 0u);
 
-    record[81] = static_cast<char>(record[81] ^ 1);
-    EXPECT_EQ(sim::JoinKeyComponents(1, record, wire::CheckValueFormat::kKcv, &key, &attributes),
-              sim::Result::kKcvMismatch);
-    EXPECT_EQ(sim::JoinKeyComponents(1, record.substr(1), wire::CheckValueFormat::kKcv, &key,
-                                     &attributes),
-              sim::Result::kInvalidLength);
+    kcvJoined[0] = static_cast<char>(kcvJoined[0] ^ 1);
+    EXPECT_EQ(sim::JoinKeyComponents(1, components, &key), sim::Result::kKcvMismatch);
+    components.keyCheckValue = std::string_view(kcvJoined).substr(1);
+    EXPECT_EQ(sim::JoinKeyComponents(1, components, &key), sim::Result::kInvalidLength);
+    components.partCheckValues.pop_back();
+    EXPECT_EQ(sim::JoinKeyComponents(1, components, &key), sim::Result::kInvalidLength);
+    EXPECT_EQ(key.view(), expected);  // failures leave the key alone
+}
+
+TEST(SimKeyComponents, AesComponentsNeedNoPartCheckValuesAndRefuseOtherShapes) {
+    const std::string one(16, '\x11'), two(16, '\x22'), three(16, '\x44');
+    const std::string cmac =
+        Bytes(CheckValue(7, Hex(std::string(16, '\x77')), wire::CheckValueFormat::kCmac));
+    sim::KeyComponents components{{one, two, three}, {}, cmac, wire::CheckValueFormat::kCmac};
+    sim::SecretBytes key;
+    ASSERT_EQ(sim::JoinKeyComponents(7, components, &key), sim::Result::kOk);
+    EXPECT_EQ(key.view(), std::string(16, '\x77'));
+
+    components.format = wire::CheckValueFormat::kKcv;
+    EXPECT_EQ(sim::JoinKeyComponents(7, components, &key), sim::Result::kKcvMismatch);
+    components.parts[2] = std::string_view(three).substr(1);
+    EXPECT_EQ(sim::JoinKeyComponents(7, components, &key), sim::Result::kInvalidLength);
+    EXPECT_EQ(sim::JoinKeyComponents(89, components, &key), sim::Result::kBadAlgorithm);
 }
 
 TEST(SimKeyGenerator, DesKeysHaveOddParity) {

@@ -1,65 +1,36 @@
 // Login and session rules that depend on time, driven through the dispatcher with a clock
 // the test moves, and the removal of a user whose session is still open.
 
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <filesystem>
-
 #include "crypto/password_hash.h"
-#include "daemon/data_directory.h"
-#include "server/dispatcher.h"
 #include "service/access_token.h"
+#include "sim_hsm_fixture.h"
 
 namespace {
 
 constexpr int64_t kDay = 86400;
 
-class FakeClock final : public sim::Clock {
-  public:
-    int64_t Now() const override { return now_; }
-    void Advance(int64_t seconds) { now_ += seconds; }
-
-  private:
-    std::atomic<int64_t> now_{1'700'000'000};
-};
-
-class SimLoginService : public ::testing::Test {
+class SimLoginService : public SimHsm {
   protected:
-    SimLoginService()
-        : dir_(MakeTempDir()), data_(dir_, clock_), hsm_{data_.users(), data_.masterKey(),
-                                                         sessions_,     clock_,
-                                                         identity_,     data_.keys()} {
+    SimLoginService() {
         EXPECT_EQ(data_.users().AddUser("op", sim::HashPassword("Operator#1"), 0x80),
                   sim::Result::kOk);
         EXPECT_EQ(data_.users().AddUser("dave", sim::HashPassword("Dave#12345"), 0x10),
                   sim::Result::kOk);
     }
-    ~SimLoginService() override { std::filesystem::remove_all(dir_); }
-
-    static std::string MakeTempDir() {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "sim-login-XXXXXX").string();
-        return ::mkdtemp(pattern.data());
-    }
-
-    wire::pb::Response Send(sim::ConnectionState &conn, wire::pb::Request request) {
-        return sim::Dispatch(hsm_, conn, request);
-    }
 
     static wire::pb::Request Login(const std::string &password, const std::string &user = "dave") {
         wire::pb::Request request;
-        request.mutable_login()->set_method(16);
+        request.mutable_login()->set_method(wire::pb::LOGIN_PASSWORD);
         request.mutable_login()->set_user(user);
         request.mutable_login()->set_password(password);
         return request;
     }
 
-    static wire::pb::Request ExpireAfter(uint8_t days) {
-        const char policy[7] = {0, static_cast<char>(days), 0, 8, 0, 0, 0};
+    static wire::pb::Request ExpireAfter(uint32_t days) {
         wire::pb::Request request;
-        request.mutable_adm_operation()->set_operation(25);
-        request.mutable_adm_operation()->set_data(policy, sizeof policy);
+        wire::pb::PasswordPolicy *policy = request.mutable_set_password_policy()->mutable_policy();
+        policy->set_expiry_days(days);
+        policy->set_min_length(8);
         return request;
     }
 
@@ -68,13 +39,6 @@ class SimLoginService : public ::testing::Test {
         request.mutable_get_user_acl()->set_user("dave");
         return request;
     }
-
-    FakeClock clock_;
-    std::string dir_;
-    sim::DataDirectory data_;
-    sim::SessionTable sessions_{16};
-    sim::DeviceIdentity identity_;
-    sim::HsmContext hsm_;
 };
 
 TEST_F(SimLoginService, PasswordExpiresWithAgeAndAChangeRestoresTheSession) {
@@ -96,10 +60,10 @@ TEST_F(SimLoginService, PasswordExpiresWithAgeAndAChangeRestoresTheSession) {
     EXPECT_EQ(Send(old, ReadOwnAcl()).status(), wire::ERR_PASSWORD_CHANGE_ONLY);
 
     wire::pb::Request change;
-    change.mutable_set_user_param()->set_code(16);
-    change.mutable_set_user_param()->set_data("Dave#67890");
+    change.mutable_set_own_password()->set_password("Dave#67890");
     EXPECT_EQ(Send(old, change).status(), wire::OK);
     EXPECT_EQ(Send(old, ReadOwnAcl()).status(), wire::OK);
+    EXPECT_EQ(Send(op, ExpireAfter(256)).status(), wire::ERR_INVALID_PARAMETER);
 
     clock_.Advance(29 * kDay);
     sim::ConnectionState later;
@@ -111,7 +75,7 @@ TEST_F(SimLoginService, AccessTokenExpiresAtItsTime) {
     std::string token = sim::NewAccessToken("dave", &hash);
     ASSERT_EQ(data_.users().AddAccessToken(hash, "dave", clock_.Now() + 60), sim::Result::kOk);
     wire::pb::Request login;
-    login.mutable_login()->set_method(32);
+    login.mutable_login()->set_method(wire::pb::LOGIN_ACCESS_TOKEN);
     login.mutable_login()->set_access_token(token);
 
     sim::ConnectionState first;

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/acl.h"
+#include "constants.pb.h"
 #include "policy/password_policy.h"
 
 namespace {
@@ -35,7 +35,7 @@ TEST(SimPasswordPolicy, ExpiryByAgeOrByTheChangeAtLogonBit) {
     constexpr int64_t kDay = 86400;
     sim::PasswordPolicy never;
     EXPECT_FALSE(sim::PasswordExpired(never, 0, 0, 1000 * kDay));
-    EXPECT_TRUE(sim::PasswordExpired(never, sim::acl::kChangePasswordAtLogon, 0, 0));
+    EXPECT_TRUE(sim::PasswordExpired(never, wire::pb::ACL_CHANGE_PASSWORD, 0, 0));
 
     sim::PasswordPolicy tenDays;
     tenDays.expiryDays = 10;

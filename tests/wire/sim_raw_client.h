@@ -13,8 +13,9 @@
 #include <optional>
 #include <string>
 
+#include "discovery.pb.h"
+#include "envelope.pb.h"
 #include "framing.h"
-#include "orvena.pb.h"
 
 // A client certificate and key presented in the TLS handshake; borrowed.
 struct ClientTlsIdentity {
@@ -107,10 +108,11 @@ class RawClient {
 };
 
 inline wire::pb::Request PasswordLogin(const std::string &user, const std::string &password,
-                                       uint32_t authMode = 0, const std::string &otp = "") {
+                                       wire::pb::AuthMode authMode = wire::pb::AUTH_PASSWORD,
+                                       const std::string &otp = "") {
     wire::pb::Request request;
     wire::pb::Login *login = request.mutable_login();
-    login->set_method(16);
+    login->set_method(wire::pb::LOGIN_PASSWORD);
     login->set_user(user);
     login->set_password(password);
     login->set_auth_mode(authMode);
@@ -120,6 +122,6 @@ inline wire::pb::Request PasswordLogin(const std::string &user, const std::strin
 
 inline wire::pb::Request Liveness() {
     wire::pb::Request request;
-    request.mutable_adm_operation()->set_operation(4);
+    request.mutable_liveness();
     return request;
 }

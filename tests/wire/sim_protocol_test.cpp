@@ -76,7 +76,7 @@ TEST(SimProtocol, NothingButLoginIsServedBeforeLogin) {
     wire::pb::Request random;
     random.mutable_get_random()->set_length(8);
     wire::pb::Request info;
-    info.mutable_get_hsm_info()->set_kind(8);
+    info.mutable_get_version_text();
     EXPECT_EQ(client.Status(Liveness()), wire::ERR_NOT_AUTHENTICATED);
     EXPECT_EQ(client.Status(random), wire::ERR_NOT_AUTHENTICATED);
     EXPECT_EQ(client.Status(info), wire::ERR_NOT_AUTHENTICATED);
@@ -106,8 +106,7 @@ TEST(SimProtocol, AcknowledgedPasswordChangeSurvivesKill) {
         RawClient client(sim.port(), true);
         ASSERT_EQ(client.Status(PasswordLogin("master", sim.initPassword())), wire::OK);
         wire::pb::Request change;
-        change.mutable_set_user_param()->set_code(16);
-        change.mutable_set_user_param()->set_data("Changed#98765");
+        change.mutable_set_own_password()->set_password("Changed#98765");
         ASSERT_EQ(client.Status(change), wire::OK);
         sim.Kill();
     }
@@ -153,7 +152,7 @@ TEST(SimProtocol, ManyConcurrentSessionsAreServed) {
     for (int i = 0; i < kClients; ++i) {
         clients.push_back(std::make_unique<RawClient>(sim.port(), false));
         wire::pb::Request anonymous;
-        anonymous.mutable_login()->set_method(1);
+        anonymous.mutable_login()->set_method(wire::pb::LOGIN_ANONYMOUS);
         ASSERT_EQ(clients.back()->Status(anonymous), wire::OK) << "client " << i;
     }
     for (auto &client : clients)

@@ -22,7 +22,7 @@ int64_t Status(const SimProcess &sim, const wire::pb::Request &request, bool tls
 
 wire::pb::Request TokenLogin(const std::string &token) {
     wire::pb::Request request;
-    request.mutable_login()->set_method(32);
+    request.mutable_login()->set_method(wire::pb::LOGIN_ACCESS_TOKEN);
     request.mutable_login()->set_access_token(token);
     return request;
 }
@@ -38,8 +38,7 @@ std::string Base64Decode(const std::string &text) {
 
 wire::pb::Request SetOwnPassword(const std::string &password) {
     wire::pb::Request request;
-    request.mutable_set_user_param()->set_code(16);
-    request.mutable_set_user_param()->set_data(password);
+    request.mutable_set_own_password()->set_password(password);
     return request;
 }
 
@@ -65,7 +64,7 @@ TEST(SimLogin, OathSecondFactorWithLookAheadAndNoReuse) {
     ASSERT_EQ(sim.Simctl({"add-user", "otp", "Otp#123456", "--acl", "0x20000000"}), 0);
     ASSERT_EQ(sim.Simctl({"set-otp", "otp", "hotp", kHotpSeedHex}), 0);
     auto withOtp = [&](const char *otp) {
-        return Status(sim, PasswordLogin("otp", "Otp#123456", 1, otp));
+        return Status(sim, PasswordLogin("otp", "Otp#123456", wire::pb::AUTH_PASSWORD_OTP, otp));
     };
     EXPECT_EQ(Status(sim, PasswordLogin("otp", "Otp#123456")), wire::ERR_OTP_REQUIRED);
     EXPECT_EQ(withOtp("000000"), wire::ERR_OTP_INVALID);
@@ -76,7 +75,8 @@ TEST(SimLogin, OathSecondFactorWithLookAheadAndNoReuse) {
     EXPECT_EQ(withOtp(kHotpCodes[4]), wire::ERR_OTP_INVALID);
 
     // An OTP offered by a user without a token is wrong, not ignored.
-    EXPECT_EQ(Status(sim, PasswordLogin("master", sim.initPassword(), 1, kHotpCodes[0])),
+    EXPECT_EQ(Status(sim, PasswordLogin("master", sim.initPassword(), wire::pb::AUTH_PASSWORD_OTP,
+                                        kHotpCodes[0])),
               wire::ERR_OTP_INVALID);
 }
 
@@ -91,12 +91,15 @@ TEST(SimLogin, MutualTlsComparesTheRegisteredCertificate) {
 
     EXPECT_EQ(Status(sim, PasswordLogin("bob", "Bob#1234567"), true), wire::ERR_CERT_REQUIRED);
     RawClient anonymousTls(sim.port(), true);
-    EXPECT_EQ(anonymousTls.Status(PasswordLogin("bob", "Bob#1234567", 2)), wire::ERR_CERT_REQUIRED);
+    EXPECT_EQ(anonymousTls.Status(PasswordLogin("bob", "Bob#1234567", wire::pb::AUTH_MUTUAL_TLS)),
+              wire::ERR_CERT_REQUIRED);
     RawClient wrong(sim.port(), true, ClientTlsIdentity{stranger.cert.get(), stranger.key.get()});
-    EXPECT_EQ(wrong.Status(PasswordLogin("bob", "Bob#1234567", 2)), wire::ERR_CERT_MISMATCH);
+    EXPECT_EQ(wrong.Status(PasswordLogin("bob", "Bob#1234567", wire::pb::AUTH_MUTUAL_TLS)),
+              wire::ERR_CERT_MISMATCH);
     RawClient right(sim.port(), true,
                     ClientTlsIdentity{registered.cert.get(), registered.key.get()});
-    EXPECT_EQ(right.Status(PasswordLogin("bob", "Bob#1234567", 2)), wire::OK);
+    EXPECT_EQ(right.Status(PasswordLogin("bob", "Bob#1234567", wire::pb::AUTH_MUTUAL_TLS)),
+              wire::OK);
 }
 
 TEST(SimLogin, AccessTokensAreRefusedWhenUnknownRevokedOrExpired) {
@@ -143,7 +146,7 @@ TEST(SimLogin, ExpiredPasswordSessionMayOnlyChangeItAndPolicyApplies) {
     std::optional<wire::pb::Response> read = client.Call(acl);
     ASSERT_TRUE(read.has_value());
     EXPECT_EQ(read->status(), wire::OK);
-    EXPECT_EQ(read->value(), 0x40u);  // the change-at-logon bit is gone
+    EXPECT_EQ(read->get_user_acl().acl(), 0x40u);  // the change-at-logon bit is gone
     EXPECT_EQ(Status(sim, PasswordLogin("carol", "Renewed#2468")), wire::OK);
 }
 
@@ -152,20 +155,18 @@ TEST(SimLogin, AnonymousSessionsReadInformationOnly) {
         SimProcess::Options{.extraArgs = {"--firmware", "5.0.34.99", "--hsm-mode", "3"}});
     RawClient client(sim.port(), false);
     wire::pb::Request anonymous;
-    anonymous.mutable_login()->set_method(1);
+    anonymous.mutable_login()->set_method(wire::pb::LOGIN_ANONYMOUS);
     ASSERT_EQ(client.Status(anonymous), wire::OK);
     wire::pb::Request version;
-    version.mutable_get_hsm_info()->set_kind(8);
-    version.mutable_get_hsm_info()->set_flags(1);
+    version.mutable_get_version_text();
     std::optional<wire::pb::Response> text = client.Call(version);
     ASSERT_TRUE(text.has_value());
-    EXPECT_EQ(text->data(),
+    EXPECT_EQ(text->get_version_text().text(),
               "Orvena ORV-9000 Core Crypto Engine 5.0.34.99-orvena-sim|ORV-9000 Serial:OV00000001 "
               "(simulated)");
-    EXPECT_EQ(text->flags(), 1u);
     wire::pb::Request mode;
-    mode.mutable_get_hsm_info()->set_kind(64);
-    EXPECT_EQ(client.Call(mode)->data(), std::string("\x03\x00\x00\x00", 4));
+    mode.mutable_get_hsm_mode();
+    EXPECT_EQ(client.Call(mode)->get_hsm_mode().mode(), 3u);
     wire::pb::Request random;
     random.mutable_get_random()->set_length(4);
     EXPECT_EQ(client.Status(random), wire::ERR_ACCESS_DENIED);
@@ -188,7 +189,7 @@ TEST(SimLogin, OtherUsersAclNeedsAdministrativeRights) {
     ASSERT_EQ(lister.Status(PasswordLogin("lister", "Lister#1234")), wire::OK);
     std::optional<wire::pb::Response> read = lister.Call(masterAcl);
     ASSERT_TRUE(read.has_value());
-    EXPECT_EQ(read->value(), 0x80u);
+    EXPECT_EQ(read->get_user_acl().acl(), 0x80u);
     EXPECT_EQ(lister.Status(ghostAcl), wire::ERR_NOT_FOUND);
 }
 
@@ -198,61 +199,64 @@ TEST(SimHash, DigestsHmacKeysAndHandleChecks) {
     ASSERT_EQ(client.Status(PasswordLogin("master", sim.initPassword())), wire::OK);
     auto create = [&](uint32_t algorithm) {
         wire::pb::Request request;
-        request.mutable_hash_create()->set_algorithm(algorithm);
+        request.mutable_create_hash()->set_algorithm(algorithm);
         return client.Call(request);
     };
     auto data = [&](uint64_t id, const std::string &bytes) {
         wire::pb::Request request;
-        request.mutable_hash_data()->set_hash_id(id);
-        request.mutable_hash_data()->set_data(bytes);
+        request.mutable_update_hash()->set_hash_id(id);
+        request.mutable_update_hash()->set_data(bytes);
         return client.Status(request);
     };
-    auto param = [&](uint64_t id, uint32_t which) {
+    auto size = [&](uint64_t id) {
         wire::pb::Request request;
-        request.mutable_hash_get_param()->set_hash_id(id);
-        request.mutable_hash_get_param()->set_param(which);
-        return client.Call(request);
+        request.mutable_get_hash_size()->set_hash_id(id);
+        return client.Call(request)->get_hash_size().size();
+    };
+    auto finish = [&](uint64_t id) {
+        wire::pb::Request request;
+        request.mutable_finish_hash()->set_hash_id(id);
+        return client.Call(request)->finish_hash().digest();
     };
 
-    uint64_t sha = create(4)->value();
+    uint64_t sha = create(wire::pb::HASH_SHA256)->create_hash().hash_id();
     EXPECT_EQ(data(sha, "ab"), wire::OK);
     EXPECT_EQ(data(sha, "c"), wire::OK);
-    EXPECT_EQ(param(sha, 4)->value(), 32u);
+    EXPECT_EQ(size(sha), 32u);
     unsigned char expected[32];
     unsigned int length = 0;
     EVP_Digest("abc", 3, expected, &length, EVP_sha256(), nullptr);
-    EXPECT_EQ(param(sha, 2)->data(), std::string(reinterpret_cast<char *>(expected), 32));
+    EXPECT_EQ(finish(sha), std::string(reinterpret_cast<char *>(expected), 32));
     EXPECT_EQ(data(sha, "more"), wire::ERR_BAD_STATE);
 
-    uint64_t hmac = create(94)->value();
+    uint64_t hmac = create(wire::pb::ALG_HMAC_SHA256)->create_hash().hash_id();
     EXPECT_EQ(data(hmac, "abc"), wire::ERR_BAD_STATE);  // no key yet
     wire::pb::Request key;
-    key.mutable_hash_set_param()->set_hash_id(hmac);
-    key.mutable_hash_set_param()->set_param(1);
-    key.mutable_hash_set_param()->set_value("key");
+    key.mutable_set_hash_key()->set_hash_id(hmac);
+    key.mutable_set_hash_key()->set_key("key");
     EXPECT_EQ(client.Status(key), wire::OK);
     EXPECT_EQ(data(hmac, "abc"), wire::OK);
-    EXPECT_EQ(param(hmac, 2)->data().size(), 32u);
+    EXPECT_EQ(finish(hmac).size(), 32u);
 
     EXPECT_EQ(create(3)->status(), wire::ERR_BAD_ALGORITHM);
     wire::pb::Request named;
-    named.mutable_hash_create()->set_algorithm(94);
-    named.mutable_hash_create()->set_key_name("missing");
+    named.mutable_create_hash()->set_algorithm(wire::pb::ALG_HMAC_SHA256);
+    named.mutable_create_hash()->set_key_name("missing");
     EXPECT_EQ(client.Status(named), wire::ERR_NOT_FOUND);
 
     RawClient other(sim.port(), false);
     ASSERT_EQ(other.Status(PasswordLogin("master", sim.initPassword())), wire::OK);
     wire::pb::Request foreign;
-    foreign.mutable_hash_data()->set_hash_id(hmac);
+    foreign.mutable_update_hash()->set_hash_id(hmac);
     EXPECT_EQ(other.Status(foreign), wire::ERR_INVALID_HANDLE);
 
     wire::pb::Request destroy;
-    destroy.mutable_hash_destroy()->set_hash_id(sha);
+    destroy.mutable_destroy_hash()->set_hash_id(sha);
     EXPECT_EQ(client.Status(destroy), wire::OK);
     EXPECT_EQ(client.Status(destroy), wire::ERR_INVALID_HANDLE);
     for (int i = 1; i < 64; ++i)
-        ASSERT_EQ(create(1)->status(), wire::OK);  // hmac + 63
-    EXPECT_EQ(create(1)->status(), wire::ERR_NO_MEMORY);
+        ASSERT_EQ(create(wire::pb::HASH_MD5)->status(), wire::OK);  // hmac + 63
+    EXPECT_EQ(create(wire::pb::HASH_MD5)->status(), wire::ERR_NO_MEMORY);
 
     wire::pb::Request random;
     random.mutable_get_random()->set_length(0);
@@ -260,7 +264,7 @@ TEST(SimHash, DigestsHmacKeysAndHandleChecks) {
     random.mutable_get_random()->set_length((1u << 20) + 1);
     EXPECT_EQ(client.Status(random), wire::ERR_INVALID_LENGTH);
     random.mutable_get_random()->set_length(1u << 20);
-    EXPECT_EQ(client.Call(random)->data().size(), 1u << 20);
+    EXPECT_EQ(client.Call(random)->get_random().data().size(), 1u << 20);
 }
 
 }  // namespace

@@ -1,0 +1,20 @@
+#pragma once
+// The one step every request passes before its handler: whether its connection may send it
+// at all, and whether the caller holds the right its rule names. Checks that are to come
+// (IP filter, user blocking, token expiry, M of N authorisation) belong here as well, so that
+// no handler repeats them and a refused request never reaches one.
+
+#include "core/result.h"
+#include "service/dispatch_table.h"
+
+namespace sim {
+
+// kOk when `call` may run the handler of a request with `rule`; fills call.caller when the
+// rule needs an account. Otherwise the status the refusal answers, decided in this order:
+// no session yet (kNotAuthenticated), Login on a session (kBadState), a session whose user
+// was removed (kSessionExpired; the session ends and the connection closes after the reply),
+// the session's kind (kPasswordChangeOnly or kAccessDenied), the caller's rights
+// (kAccessDenied).
+Result Admit(const Rule &rule, Call &call);
+
+}  // namespace sim

@@ -1,0 +1,38 @@
+#include "server/service_table.h"
+
+#include "service/access_token_service.h"
+#include "service/information_service.h"
+#include "service/key_export_service.h"
+#include "service/key_service.h"
+#include "service/login_service.h"
+#include "service/oath_service.h"
+#include "service/object_service.h"
+#include "service/password_policy_service.h"
+#include "service/pkcs11_map_details.h"
+#include "service/random_hash_service.h"
+#include "service/user_admin_service.h"
+#include "service/user_service.h"
+
+namespace sim {
+
+const DispatchTable &ServiceTable() {
+    static const DispatchTable table = [] {
+        DispatchTable services;
+        RegisterLoginService(services);
+        RegisterInformationService(services);
+        RegisterPasswordPolicyService(services);
+        RegisterRandomHashService(services);
+        RegisterUserAdminService(services);
+        RegisterUserService(services);
+        RegisterOathService(services);
+        RegisterAccessTokenService(services);
+        RegisterKeyService(services);
+        RegisterObjectService(services);
+        RegisterKeyExportService(services);
+        RegisterPkcs11MapDetails(services);
+        return services;
+    }();
+    return table;
+}
+
+}  // namespace sim

@@ -1,0 +1,67 @@
+#pragma once
+// An HSM context over a temporary data directory, with a clock the test moves and a
+// diagnostic log the test reads, for tests that drive the dispatcher directly.
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <atomic>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+#include "daemon/data_directory.h"
+#include "server/dispatcher.h"
+#include "server/service_table.h"
+
+class FakeClock final : public sim::Clock {
+  public:
+    int64_t Now() const override { return now_; }
+    void Advance(int64_t seconds) { now_ += seconds; }
+
+  private:
+    std::atomic<int64_t> now_{1'700'000'000};
+};
+
+class SimHsm : public ::testing::Test {
+  protected:
+    SimHsm() : dir_(MakeTempDir()), data_(dir_, clock_) {}
+    ~SimHsm() override {
+        std::fclose(logFile_);
+        ::free(logText_);
+        std::filesystem::remove_all(dir_);
+    }
+
+    wire::pb::Response Send(sim::ConnectionState &conn, wire::pb::Request request,
+                            const sim::DispatchTable &table = sim::ServiceTable()) {
+        return sim::Dispatch(table, hsm_, conn, request);
+    }
+
+    // A connection whose session was opened as by a login of `user`.
+    sim::ConnectionState SessionOf(const std::string &user,
+                                   sim::SessionKind kind = sim::SessionKind::kUser) {
+        sim::ConnectionState conn;
+        conn.session = sessions_.Open(user, kind, false);
+        return conn;
+    }
+
+    std::string LogText() const { return std::string(logText_, logSize_); }
+
+    FakeClock clock_;
+    std::string dir_;
+    sim::DataDirectory data_;
+    sim::SessionTable sessions_{16};
+    sim::DeviceIdentity identity_;
+    char *logText_ = nullptr;
+    size_t logSize_ = 0;
+    std::FILE *logFile_ = ::open_memstream(&logText_, &logSize_);
+    sim::DiagnosticLog log_{logFile_};
+    sim::HsmContext hsm_{data_.users(), data_.masterKey(), sessions_, clock_,
+                         identity_,     data_.keys(),      log_};
+
+  private:
+    static std::string MakeTempDir() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "sim-hsm-XXXXXX").string();
+        return ::mkdtemp(pattern.data());
+    }
+};
