@@ -43,7 +43,7 @@ void PrintSlot(const MenuItem &slot, int column, int row) {
 }  // namespace
 
 bool IsItemVisible(uint32_t acl, uint32_t requiredAcl, bool adminSees) {
-    return requiredAcl == 0 || (acl & requiredAcl) != 0 || (adminSees && (acl & kAclOperator));
+    return requiredAcl == 0 || (acl & requiredAcl) != 0 || (adminSees && (acl & Q_ACL_OPERATOR));
 }
 
 bool AddMenuItem(MenuItem *column, int *count, uint32_t acl, uint32_t requiredAcl,

@@ -25,7 +25,6 @@ inline constexpr int32_t kMenuNested = 2;
 
 inline constexpr int kMenuColumns = 3;
 inline constexpr int kMenuSlots = 18;  // slot 0 is the column title
-inline constexpr uint32_t kAclOperator = 0x80;
 
 struct MenuItem {
     uint32_t acl;  // the user's ACL, passed on to nested menus

@@ -51,23 +51,24 @@ class ConsoleMenu : public ::testing::Test {
 };
 
 TEST_F(ConsoleMenu, VisibilityByAclBitAndOperatorOverride) {
+    const uint32_t either = Q_ACL_LIST_USERS | Q_ACL_FIRMWARE;
     EXPECT_TRUE(IsItemVisible(0, 0, true));
-    EXPECT_TRUE(IsItemVisible(0x40, 0x240, true));
-    EXPECT_TRUE(IsItemVisible(0x200, 0x240, false));
-    EXPECT_FALSE(IsItemVisible(0x10, 0x240, true));
-    EXPECT_TRUE(IsItemVisible(0x80, 0x400, true));
-    EXPECT_FALSE(IsItemVisible(0x80, 0x400, false));
-    EXPECT_FALSE(IsItemVisible(0, 0x20, true));
+    EXPECT_TRUE(IsItemVisible(Q_ACL_LIST_USERS, either, true));
+    EXPECT_TRUE(IsItemVisible(Q_ACL_FIRMWARE, either, false));
+    EXPECT_FALSE(IsItemVisible(Q_ACL_CREATE_USERS, either, true));
+    EXPECT_TRUE(IsItemVisible(Q_ACL_OPERATOR, Q_ACL_MOFN_LOCAL, true));
+    EXPECT_FALSE(IsItemVisible(Q_ACL_OPERATOR, Q_ACL_MOFN_LOCAL, false));
+    EXPECT_FALSE(IsItemVisible(0, Q_ACL_REMOTE_INFO, true));
 
     Menu menu;
-    EXPECT_EQ(BuildMainMenu(&menu, 0x80, "H"), 27);
+    EXPECT_EQ(BuildMainMenu(&menu, Q_ACL_OPERATOR, "H"), 27);
     EXPECT_FALSE(Shows(menu, 1, "My Auth M of N"));
-    BuildMainMenu(&menu, 0x400, "H");
+    BuildMainMenu(&menu, Q_ACL_MOFN_LOCAL, "H");
     EXPECT_TRUE(Shows(menu, 1, "My Auth M of N"));
-    BuildMainMenu(&menu, 0x40, "H");
+    BuildMainMenu(&menu, Q_ACL_LIST_USERS, "H");
     EXPECT_EQ(Labels(menu, 1),
               (std::vector<std::string>{"List", "Attributes", "Password Policy", "My Password"}));
-    BuildMainMenu(&menu, 0x120, "H");
+    BuildMainMenu(&menu, Q_ACL_REMOTE_INFO | Q_ACL_BACKUP, "H");
     EXPECT_EQ(Labels(menu, 2),
               (std::vector<std::string>{"Info", "Logs...", "Backup...", "Monitoring...",
                                         "Replication...", "IP Filter...", "Telemetry", "Policies",
@@ -76,12 +77,12 @@ TEST_F(ConsoleMenu, VisibilityByAclBitAndOperatorOverride) {
 
 TEST_F(ConsoleMenu, FeatureFlagsRevealTheirItems) {
     Menu menu;
-    BuildMainMenu(&menu, 0x80, "H");
+    BuildMainMenu(&menu, Q_ACL_OPERATOR, "H");
     EXPECT_FALSE(Shows(menu, 0, "List(Pkcs11)"));
     EXPECT_FALSE(Shows(menu, 2, "Safe Keeping..."));
 
     EnableEveryFlag();
-    EXPECT_EQ(BuildMainMenu(&menu, 0x80, "H"), 34);
+    EXPECT_EQ(BuildMainMenu(&menu, Q_ACL_OPERATOR, "H"), 34);
     for (const char *label : {"List(Pkcs11)", "Key Backup..."})
         EXPECT_TRUE(Shows(menu, 0, label));
     EXPECT_TRUE(Shows(menu, 1, "Access Tokens..."));
@@ -95,7 +96,7 @@ TEST_F(ConsoleMenu, FeatureFlagsRevealTheirItems) {
     EXPECT_STREQ(MenuItemForChoice(menu, 51)->label, "Tests...");
 
     gState.firmwareVersion = 5'000'034'099ULL;
-    BuildMainMenu(&menu, 0x80, "H");
+    BuildMainMenu(&menu, Q_ACL_OPERATOR, "H");
     EXPECT_FALSE(Shows(menu, 2, "Safe Keeping..."));
 
     BuildGenerateMenu(&menu, 0, "H");
@@ -138,7 +139,7 @@ TEST_F(ConsoleMenu, PlainUserMainMenuLayoutAndNumbering) {
 
 TEST_F(ConsoleMenu, OperatorMainMenuNumbersEveryColumnFromItsBase) {
     Menu menu;
-    BuildMainMenu(&menu, 0xFFFFFFFF, "H");
+    BuildMainMenu(&menu, ~0u, "H");
     EXPECT_STREQ(MenuItemForChoice(menu, 1)->label, "Generate...");
     EXPECT_STREQ(MenuItemForChoice(menu, 7)->label, "Permissions...");
     EXPECT_STREQ(MenuItemForChoice(menu, 18)->label, "Create");
@@ -206,9 +207,11 @@ TEST_F(ConsoleMenu, NestedMenusFilterByAclUnderAnEmptyColumnTitle) {
     };
     const Case cases[] = {
         {BuildAccessTokensMenu, 0, {"Issue", "Revoke", "Details", "List"}},
-        {BuildAccessTokensMenu, 0x20, {"Info", "Issue", "Revoke", "Details", "List", "Run GC"}},
-        {BuildLogsMenu, 0x80, {"Retrieve", "Clear", "Follow"}},
-        {BuildBackupMenu, 0x20, {}},
+        {BuildAccessTokensMenu,
+         Q_ACL_REMOTE_INFO,
+         {"Info", "Issue", "Revoke", "Details", "List", "Run GC"}},
+        {BuildLogsMenu, Q_ACL_OPERATOR, {"Retrieve", "Clear", "Follow"}},
+        {BuildBackupMenu, Q_ACL_REMOTE_INFO, {}},
     };
     for (const Case &c : cases) {
         Menu menu;

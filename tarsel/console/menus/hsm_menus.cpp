@@ -11,21 +11,21 @@ namespace {
 // clang-format off
 constexpr MenuEntry kLogsMenu[] = {
     Title(0, ""),
-    Action(0, "Retrieve", kAclHsmOperation, NotAvailableAction),
-    Action(0, "Clear", kAclHsmOperation, NotAvailableAction),
-    Action(0, "Follow", kAclHsmOperation, NotAvailableAction),
+    Action(0, "Retrieve", Q_ACL_REMOTE_INFO, NotAvailableAction),
+    Action(0, "Clear", Q_ACL_REMOTE_INFO, NotAvailableAction),
+    Action(0, "Follow", Q_ACL_REMOTE_INFO, NotAvailableAction),
 };
 
 constexpr MenuEntry kBackupMenu[] = {
     Title(0, ""),
-    Action(0, "Backup", kAclBackup, NotAvailableAction),
-    Action(0, "Restore", kAclBackup, NotAvailableAction),
+    Action(0, "Backup", Q_ACL_BACKUP, NotAvailableAction),
+    Action(0, "Restore", Q_ACL_BACKUP, NotAvailableAction),
 };
 
 constexpr MenuEntry kMonitoringMenu[] = {
     Title(0, ""),
-    Action(0, "Monitor resources", kAclHsmOperation, NotAvailableAction),
-    Action(0, "Monitor sessions", kAclHsmOperation, NotAvailableAction),
+    Action(0, "Monitor resources", Q_ACL_REMOTE_INFO, NotAvailableAction),
+    Action(0, "Monitor sessions", Q_ACL_REMOTE_INFO, NotAvailableAction),
 };
 
 constexpr MenuEntry kReplicationMenu[] = {

@@ -29,17 +29,9 @@ constexpr MenuEntry Nested(int column, const char *label, uint32_t requiredAcl, 
             builder, opens,       condition, false};
 }
 
-// Required ACL bits of the tree.
 inline constexpr uint32_t kAnyone = 0;
-inline constexpr uint32_t kAclManageUsers = 0x10;
-inline constexpr uint32_t kAclHsmOperation = 0x20;
-inline constexpr uint32_t kAclListUsers = 0x40;
-inline constexpr uint32_t kAclBackup = 0x100;
-inline constexpr uint32_t kAclFirmware = 0x200;
-inline constexpr uint32_t kAclMofNLocal = 0x400;
-inline constexpr uint32_t kAclOperatorOnly = kAclOperator;
 // Either bit shows the password policy: list users or firmware update.
-inline constexpr uint32_t kAclPasswordPolicy = kAclListUsers | kAclFirmware;
+inline constexpr uint32_t kAclPasswordPolicy = Q_ACL_LIST_USERS | Q_ACL_FIRMWARE;
 
 inline bool LegacyOptions() {
     return gState.legacyOptions;

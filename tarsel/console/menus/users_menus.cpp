@@ -11,12 +11,12 @@ namespace {
 // clang-format off
 constexpr MenuEntry kAccessTokensMenu[] = {
     Title(0, ""),
-    Action(0, "Info", kAclHsmOperation, ShowTokenInfo),
+    Action(0, "Info", Q_ACL_REMOTE_INFO, ShowTokenInfo),
     Action(0, "Issue", kAnyone, IssueToken),
     Action(0, "Revoke", kAnyone, RevokeToken),
     Action(0, "Details", kAnyone, ShowTokenDetails),
     Action(0, "List", kAnyone, ListTokens),
-    Action(0, "Run GC", kAclHsmOperation, RunTokenGc),
+    Action(0, "Run GC", Q_ACL_REMOTE_INFO, RunTokenGc),
 };
 // clang-format on
 
