@@ -5,6 +5,7 @@
 #include <exception>
 #include <iostream>
 
+#include "policy/device_identity.h"
 #include "simctl/simctl_commands.h"
 
 int main(int argc, char **argv) {
@@ -14,7 +15,8 @@ int main(int argc, char **argv) {
     }
     try {
         sim::SystemClock clock;
-        sim::DataDirectory data(argv[2], clock);
+        // A directory the daemon never opened starts its event log at the default serial.
+        sim::DataDirectory data(argv[2], clock, sim::DeviceIdentity{}.serial);
         return sim::RunSimctlCommand(data, std::vector<std::string>(argv + 3, argv + argc),
                                      std::cout, std::cerr);
     } catch (const std::exception &e) {

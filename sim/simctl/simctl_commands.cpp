@@ -170,8 +170,7 @@ int Run(DataDirectory &data, const std::vector<std::string> &args, std::ostream 
         if (line.positional[0].size() > kMaxUserIdLength) throw UsageError{"user id too long"};
         std::string hash;
         SecretBytes token(NewAccessToken(line.positional[0], &hash));
-        if (int rc =
-                Report(users.AddAccessToken(hash, line.positional[0], expires), "add-token", err))
+        if (int rc = Report(data.tokens().Add(hash, line.positional[0], expires), "add-token", err))
             return rc;
         SecretBytes encoded(Base64Encode(token.view()));
         out << encoded.view() << "\n";
@@ -182,7 +181,7 @@ int Run(DataDirectory &data, const std::vector<std::string> &args, std::ostream 
         SecretBytes token(Base64Decode(line.positional[0]));
         std::optional<ParsedAccessToken> parsed = ParseAccessToken(token.view());
         if (!parsed) throw UsageError{"not an access token"};
-        return Report(users.RevokeAccessToken(parsed->secretHash), "revoke-token", err);
+        return Report(data.tokens().Revoke(parsed->secretHash), "revoke-token", err);
     }
     if (command == "expire-password") {
         CommandLine line = Split(args, 1, {});
@@ -197,7 +196,7 @@ int Run(DataDirectory &data, const std::vector<std::string> &args, std::ostream 
         policy.specials = static_cast<uint8_t>(Number(line.positional[3], 0, 16));
         policy.uppercase = static_cast<uint8_t>(Number(line.positional[4], 0, 16));
         policy.lowercase = static_cast<uint8_t>(Number(line.positional[5], 0, 16));
-        users.SavePolicy(policy);
+        data.policy().Save(policy);
         return 0;
     }
     if (command == "add-keys") {

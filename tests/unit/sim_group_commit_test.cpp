@@ -86,7 +86,7 @@ TEST_F(SimGroupCommit, ManyThreadsInsertingAreAllStoredAndSurviveReopening) {
     sim::SystemClock clock;
     auto name = [](int t, int i) { return "key-" + std::to_string(t) + "-" + std::to_string(i); };
     {
-        sim::DataDirectory data(dir_, clock);
+        sim::DataDirectory data(dir_, clock, "OV00000001");
         std::atomic<int> stored{0};
         std::vector<std::thread> threads;
         for (int t = 0; t < kThreads; ++t)
@@ -103,7 +103,7 @@ TEST_F(SimGroupCommit, ManyThreadsInsertingAreAllStoredAndSurviveReopening) {
             thread.join();
         EXPECT_EQ(stored, kThreads * kPerThread);
     }
-    sim::DataDirectory reopened(dir_, clock);
+    sim::DataDirectory reopened(dir_, clock, "OV00000001");
     for (int t = 0; t < kThreads; ++t)
         for (int i = 0; i < kPerThread; ++i) {
             std::optional<sim::StoredObject> found =
@@ -111,15 +111,15 @@ TEST_F(SimGroupCommit, ManyThreadsInsertingAreAllStoredAndSurviveReopening) {
             ASSERT_TRUE(found) << name(t, i);
             EXPECT_EQ(found->sealed, "sealed " + name(t, i));
         }
-    sim::Database db(dir_ + "/hsm.db");
-    sim::Statement events(db, "SELECT COUNT(*) FROM event_log WHERE text = 'Key generated'");
+    sim::Database db({dir_ + "/hsm.db", {}});
+    sim::Statement events(db, "SELECT COUNT(*) FROM event_log WHERE operation = 'Key generated'");
     ASSERT_TRUE(events.Step());
     EXPECT_EQ(events.Int(0), kThreads * kPerThread);
 }
 
 TEST_F(SimGroupCommit, EachCallerGetsItsOwnAnswerAndAFailedCommitFailsTheWholeGroup) {
     ASSERT_FALSE(dir_.empty());
-    sim::Database db(dir_ + "/items.db");
+    sim::Database db({dir_ + "/items.db", {}});
     std::mutex mutex;
     sim::GroupCommit group(db, mutex);
     // The parent of an item is checked only when the transaction commits.
