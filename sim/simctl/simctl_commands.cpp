@@ -219,6 +219,10 @@ int Run(DataDirectory &data, const std::vector<std::string> &args, std::ostream 
 
 const char *SimctlUsage() {
     return "Usage: orvena-simctl --data DIR <command>\n"
+           "       orvena-simctl verify-log --data DIR | FILE\n"
+           "       orvena-simctl export-log --data DIR [--out FILE]\n"
+           "       orvena-simctl --help\n"
+           "Commands on a data directory:\n"
            "  add-user ID PASSWORD [--acl N]\n"
            "  set-acl ID N\n"
            "  set-otp ID hotp|totp SEED_HEX [--counter N] [--step S] [--start T]\n"
@@ -230,7 +234,11 @@ const char *SimctlUsage() {
            "  block ID | unblock ID\n"
            "  add-keys ID COUNT [--algorithm N] [--prefix P]   COUNT keys named P0.. (default\n"
            "      AES-256, prefix key) in one transaction\n"
-           "Numbers are decimal or 0x hexadecimal.\n";
+           "Numbers are decimal or 0x hexadecimal.\n"
+           "verify-log checks the hash chain of a data directory's event log, or of a file\n"
+           "export-log wrote; it names the first broken or missing line and exits 1, or\n"
+           "prints the line count and exits 0. export-log writes the log to FILE (default:\n"
+           "standard output); sim/store/event_log_format.md describes the format.\n";
 }
 
 int RunSimctlCommand(DataDirectory &data, const std::vector<std::string> &args, std::ostream &out,
