@@ -1,5 +1,6 @@
 // Inserts from many threads sharing one commit: every caller gets its own answer, a failed
-// commit stores nothing, and what was acknowledged is there after reopening.
+// commit stores nothing, and what was acknowledged is there after reopening, its log lines
+// one linear chain with those another connection appended meanwhile.
 
 #include <gtest/gtest.h>
 
@@ -15,6 +16,7 @@
 #include <vector>
 
 #include "daemon/data_directory.h"
+#include "store/event_log_file.h"
 #include "store/group_commit.h"
 
 namespace {
@@ -80,7 +82,7 @@ std::vector<Outcome> RunAsOneGroup(sim::GroupCommit &group,
     return outcomes;
 }
 
-TEST_F(SimGroupCommit, ManyThreadsInsertingAreAllStoredAndSurviveReopening) {
+TEST_F(SimGroupCommit, ManyThreadsInsertingAreAllStoredAndLoggedAndSurviveReopening) {
     ASSERT_FALSE(dir_.empty());
     constexpr int kThreads = 32, kPerThread = 8;
     sim::SystemClock clock;
@@ -97,6 +99,8 @@ TEST_F(SimGroupCommit, ManyThreadsInsertingAreAllStoredAndSurviveReopening) {
                     object.name = name(t, i);
                     object.sealed = "sealed " + object.name;
                     if (data.keys().Insert(&object, "Key generated") == sim::Result::kOk) ++stored;
+                    // Through the event log's own connection, racing the key store's.
+                    if (t % 4 == 0) data.events().Record("owner", "Key exported", "ok");
                 }
             });
         for (std::thread &thread : threads)
@@ -115,6 +119,9 @@ TEST_F(SimGroupCommit, ManyThreadsInsertingAreAllStoredAndSurviveReopening) {
     sim::Statement events(db, "SELECT COUNT(*) FROM event_log WHERE operation = 'Key generated'");
     ASSERT_TRUE(events.Step());
     EXPECT_EQ(events.Int(0), kThreads * kPerThread);
+    sim::ChainReport chain = sim::VerifyEventLog(db);
+    EXPECT_TRUE(chain.whole) << chain.problem;
+    EXPECT_EQ(chain.lines, kThreads * kPerThread * 5 / 4);
 }
 
 TEST_F(SimGroupCommit, EachCallerGetsItsOwnAnswerAndAFailedCommitFailsTheWholeGroup) {
