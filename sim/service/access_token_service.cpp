@@ -17,10 +17,10 @@ bool SeesEveryToken(const UserRecord &caller) {
 std::optional<AccessTokenListing> Resolve(HsmContext &hsm, const std::string &token) {
     std::optional<ParsedAccessToken> parsed = ParseAccessToken(token);
     if (!parsed) return std::nullopt;
-    std::optional<AccessTokenRecord> bySecret = hsm.users.FindAccessToken(parsed->secretHash);
+    std::optional<AccessTokenRecord> bySecret = hsm.tokens.Find(parsed->secretHash);
     if (bySecret && !bySecret->revoked && bySecret->userId == parsed->userId)
         return AccessTokenListing{bySecret->userId, bySecret->expires, parsed->secretHash};
-    return hsm.users.FindAccessTokenByPrefix(
+    return hsm.tokens.FindByPrefix(
         parsed->userId, std::string_view(token).substr(kAccessTokenBytes - kAccessTokenKeyBytes));
 }
 
@@ -47,8 +47,7 @@ Result HandleAccessTokenIssue(HsmContext &hsm, const ConnectionState &conn,
     }
     std::string secretHash;
     SecretBytes token(NewAccessToken(caller->id, &secretHash));
-    if (Result r = hsm.users.AddAccessToken(secretHash, caller->id, expires); r != Result::kOk)
-        return r;
+    if (Result r = hsm.tokens.Add(secretHash, caller->id, expires); r != Result::kOk) return r;
     response->set_data(token.view());
     return Result::kOk;
 }
@@ -61,7 +60,7 @@ Result HandleAccessTokenRevoke(HsmContext &hsm, const ConnectionState &conn,
     // Another user's token is answered as absent, so its existence is not disclosed.
     if (!token || (token->userId != caller->id && !SeesEveryToken(*caller)))
         return Result::kNotFound;
-    return hsm.users.RevokeAccessToken(token->secretHash);
+    return hsm.tokens.Revoke(token->secretHash);
 }
 
 Result HandleAccessTokenList(HsmContext &hsm, const ConnectionState &conn,
@@ -75,7 +74,7 @@ Result HandleAccessTokenList(HsmContext &hsm, const ConnectionState &conn,
         if (token && (everyone || token->userId == caller->id)) AddInfo(*token, response);
         return Result::kOk;
     }
-    for (const AccessTokenListing &token : hsm.users.ListAccessTokens(everyone ? "" : caller->id))
+    for (const AccessTokenListing &token : hsm.tokens.List(everyone ? "" : caller->id))
         AddInfo(token, response);
     return Result::kOk;
 }
@@ -87,10 +86,10 @@ Result HandleAccessTokenCache(HsmContext &hsm, const ConnectionState &conn,
     if (!caller || !SeesEveryToken(*caller)) return Result::kAccessDenied;
     switch (request.operation()) {
         case kTokenCacheCount:
-            response->set_value(hsm.users.CountAccessTokens());
+            response->set_value(hsm.tokens.Count());
             return Result::kOk;
         case kTokenCacheCollect:
-            response->set_value(hsm.users.CollectAccessTokens(hsm.clock.Now()));
+            response->set_value(hsm.tokens.Collect(hsm.clock.Now()));
             return Result::kOk;
         default:
             return Result::kInvalidParameter;

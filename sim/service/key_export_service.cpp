@@ -20,7 +20,7 @@ Result ExportClearKey(HsmContext &hsm, const StoredObject &key, wire::pb::Respon
     if (key.blocked) return Result::kKeyBlocked;
     SecretBytes material;
     if (Result r = UnsealMaterial(hsm.masterKey, key, &material); r != Result::kOk) return r;
-    hsm.users.AppendEvent(key.owner, "Key exported in clear: " + key.name);
+    hsm.events.Record(key.owner, "Key exported in clear: " + key.name, kEventOk);
     response->set_data(material.view());
     return Result::kOk;
 }

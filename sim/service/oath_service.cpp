@@ -22,15 +22,17 @@ Result FindTarget(HsmContext &hsm, const ConnectionState &conn, const std::strin
     return rights::MayAdminister(caller->acl, (*target)->acl) ? Result::kOk : Result::kAccessDenied;
 }
 
-// Runs `check` with the user's opened seed and stores the counter it returns.
+// Runs `check` with the user's opened seed, stores the counter it returns and logs `event`.
 template <class Check>
-Result UseToken(HsmContext &hsm, const std::string &user, Check &&check) {
+Result UseToken(HsmContext &hsm, const std::string &user, const char *event, Check &&check) {
     return hsm.users.UseOathToken(
-        user, [&](const OathState &state, const std::string &sealed) -> std::optional<uint64_t> {
+        user,
+        [&](const OathState &state, const std::string &sealed) -> std::optional<uint64_t> {
             std::optional<SecretBytes> seed = hsm.masterKey.Open(sealed);
             if (!seed) return std::nullopt;
             return check(state, seed->view());
-        });
+        },
+        event);
 }
 
 }  // namespace
@@ -75,9 +77,10 @@ Result HandleOathResync(HsmContext &hsm, const ConnectionState &conn,
     if (Result r = FindTarget(hsm, conn, request.user(), true, &target); r != Result::kOk) return r;
     if (request.first_otp().empty() || request.next_otp().empty()) return Result::kOtpInvalid;
     int64_t now = hsm.clock.Now();
-    return UseToken(hsm, target->id, [&](const OathState &state, const std::string &seed) {
-        return ResyncOtp(state, seed, request.first_otp(), request.next_otp(), now);
-    });
+    return UseToken(hsm, target->id, "OATH token resynchronised",
+                    [&](const OathState &state, const std::string &seed) {
+                        return ResyncOtp(state, seed, request.first_otp(), request.next_otp(), now);
+                    });
 }
 
 Result HandleOathCheck(HsmContext &hsm, const ConnectionState &conn,
@@ -86,9 +89,10 @@ Result HandleOathCheck(HsmContext &hsm, const ConnectionState &conn,
     if (Result r = FindTarget(hsm, conn, request.user(), true, &target); r != Result::kOk) return r;
     if (request.otp().empty()) return Result::kOtpInvalid;
     int64_t now = hsm.clock.Now();
-    return UseToken(hsm, target->id, [&](const OathState &state, const std::string &seed) {
-        return VerifyOtp(state, seed, request.otp(), now);
-    });
+    return UseToken(hsm, target->id, "OTP checked",
+                    [&](const OathState &state, const std::string &seed) {
+                        return VerifyOtp(state, seed, request.otp(), now);
+                    });
 }
 
 }  // namespace sim

@@ -42,13 +42,13 @@ Result HandlePasswordPolicyOperation(HsmContext &hsm, const ConnectionState &con
     std::optional<UserRecord> caller = FindCaller(hsm, conn);
     if (!caller) return Result::kAccessDenied;
     if (request.operation() == kAdmGetPasswordPolicy) {
-        response->set_data(Encode(hsm.users.LoadPolicy()));
+        response->set_data(Encode(hsm.policy.Load()));
         return Result::kOk;
     }
     if (!rights::IsOperator(caller->acl)) return Result::kAccessDenied;
     std::optional<PasswordPolicy> policy = Decode(request.data());
     if (!policy) return Result::kInvalidParameter;
-    hsm.users.SavePolicy(*policy);
+    hsm.policy.Save(*policy);
     return Result::kOk;
 }
 

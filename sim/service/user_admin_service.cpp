@@ -29,8 +29,7 @@ Result HandleCreateUser(HsmContext &hsm, const ConnectionState &conn,
     if (!rights::MayAdminister(caller->acl, acl) || !rights::MayGrant(caller->acl, 0, acl, true))
         return Result::kAccessDenied;
     if (!ValidUserId(request.user())) return Result::kInvalidParameter;
-    if (Result r = CheckPassword(hsm.users.LoadPolicy(), request.password()); r != Result::kOk)
-        return r;
+    if (Result r = CheckPassword(hsm.policy.Load(), request.password()); r != Result::kOk) return r;
     return hsm.users.AddUser(request.user(), HashPassword(request.password()), acl);
 }
 

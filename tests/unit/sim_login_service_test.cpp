@@ -27,9 +27,10 @@ class FakeClock final : public sim::Clock {
 class SimLoginService : public ::testing::Test {
   protected:
     SimLoginService()
-        : dir_(MakeTempDir()), data_(dir_, clock_), hsm_{data_.users(), data_.masterKey(),
-                                                         sessions_,     clock_,
-                                                         identity_,     data_.keys()} {
+        : dir_(MakeTempDir()),
+          data_(dir_, clock_, identity_.serial),
+          hsm_{data_.users(), data_.masterKey(), sessions_,      clock_,        identity_,
+               data_.keys(),  data_.tokens(),    data_.policy(), data_.events()} {
         EXPECT_EQ(data_.users().AddUser("op", sim::HashPassword("Operator#1"), 0x80),
                   sim::Result::kOk);
         EXPECT_EQ(data_.users().AddUser("dave", sim::HashPassword("Dave#12345"), 0x10),
@@ -70,10 +71,10 @@ class SimLoginService : public ::testing::Test {
     }
 
     FakeClock clock_;
+    sim::DeviceIdentity identity_;
     std::string dir_;
     sim::DataDirectory data_;
     sim::SessionTable sessions_{16};
-    sim::DeviceIdentity identity_;
     sim::HsmContext hsm_;
 };
 
@@ -109,7 +110,7 @@ TEST_F(SimLoginService, PasswordExpiresWithAgeAndAChangeRestoresTheSession) {
 TEST_F(SimLoginService, AccessTokenExpiresAtItsTime) {
     std::string hash;
     std::string token = sim::NewAccessToken("dave", &hash);
-    ASSERT_EQ(data_.users().AddAccessToken(hash, "dave", clock_.Now() + 60), sim::Result::kOk);
+    ASSERT_EQ(data_.tokens().Add(hash, "dave", clock_.Now() + 60), sim::Result::kOk);
     wire::pb::Request login;
     login.mutable_login()->set_method(32);
     login.mutable_login()->set_access_token(token);
