@@ -33,7 +33,8 @@ int Run(const sim::DaemonOptions &options) {
     ::signal(SIGPIPE, SIG_IGN);
 
     sim::SystemClock clock;
-    sim::DataDirectory data(options.dataDir, clock);
+    sim::DataDirectory data(options.dataDir, clock, options.identity.serial);
+    data.events().Boot();
     if (std::optional<std::string> generated = sim::CreateMasterUser(data, options.initPassword)) {
         std::printf("Initial password of operator master: %s\n", generated->c_str());
         OPENSSL_cleanse(generated->data(), generated->size());
@@ -43,8 +44,9 @@ int Run(const sim::DaemonOptions &options) {
     sim::TlsServerContext tls(data.tlsKeyPath(), data.tlsCertPath());
     sim::SessionTable sessions(options.maxSessions);
     sim::DiagnosticLog log(stderr);
-    sim::HsmContext hsm{data.users(),     data.masterKey(), sessions, clock,
-                        options.identity, data.keys(),      log};
+    sim::HsmContext hsm{
+        data.users(), data.masterKey(), sessions,      clock,         options.identity,
+        data.keys(),  data.tokens(),    data.policy(), data.events(), log};
 
     sim::Server server(hsm, tls, options.host, options.port, options.idleTimeoutSeconds);
     std::optional<sim::DiscoveryResponder> discovery;

@@ -1,21 +1,33 @@
 // orvena-simctl: provisions an orvena-sim data directory (users, second factors, access
-// tokens, password policy), also while the daemon runs.
+// tokens, password policy), also while the daemon runs, and exports and checks its event
+// log.
 
-#include <cstring>
 #include <exception>
 #include <iostream>
+#include <string>
+#include <vector>
 
+#include "policy/device_identity.h"
+#include "simctl/log_commands.h"
 #include "simctl/simctl_commands.h"
 
 int main(int argc, char **argv) {
-    if (argc < 3 || std::strcmp(argv[1], "--data") != 0) {
+    std::vector<std::string> args(argv + 1, argv + argc);
+    if (!args.empty() && (args[0] == "--help" || args[0] == "-h")) {
+        std::cout << sim::SimctlUsage();
+        return 0;
+    }
+    bool logCommand = !args.empty() && sim::IsLogCommand(args[0]);
+    if (!logCommand && (args.size() < 2 || args[0] != "--data")) {
         std::cerr << sim::SimctlUsage();
         return 2;
     }
     try {
+        if (logCommand) return sim::RunLogCommand(args, std::cout, std::cerr);
         sim::SystemClock clock;
-        sim::DataDirectory data(argv[2], clock);
-        return sim::RunSimctlCommand(data, std::vector<std::string>(argv + 3, argv + argc),
+        // A directory the daemon never opened starts its event log at the default serial.
+        sim::DataDirectory data(args[1], clock, sim::DeviceIdentity{}.serial);
+        return sim::RunSimctlCommand(data, std::vector<std::string>(args.begin() + 2, args.end()),
                                      std::cout, std::cerr);
     } catch (const std::exception &e) {
         std::cerr << "orvena-simctl: " << e.what() << "\n";

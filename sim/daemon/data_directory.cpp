@@ -34,20 +34,28 @@ std::string RandomPassword() {
     return password;
 }
 
+// The stores assume the schema: it is brought up to date before the first of them opens.
+DatabaseFile PrepareDatabase(DatabaseFile file, const std::string &serial) {
+    Database db(file);
+    EnsureSchema(db, serial);
+    return file;
+}
+
 }  // namespace
 
-DataDirectory::DataDirectory(const std::string &dir, const Clock &clock)
-    : dir_(PrepareDirectory(dir)), masterKey_(MasterKey::LoadOrCreate(dir_ + "/master.key")) {
-    {
-        Database db(dir_ + "/hsm.db");
-        EnsureSchema(db);
-    }
-    users_ = std::make_unique<UserStore>(dir_ + "/hsm.db", clock);
-    keys_ = std::make_unique<KeyStore>(dir_ + "/hsm.db", clock);
-    KeyStore &keys = *keys_;
-    users_->partitions().Add(
-        PartitionMember{[&keys](std::string_view userId) { keys.RemoveAll(userId); },
-                        [&keys](std::string_view userId) { return keys.CountByKind(userId); }});
+DataDirectory::DataDirectory(const std::string &dir, const Clock &clock, const std::string &serial,
+                             const std::string &vfs)
+    : dir_(PrepareDirectory(dir)),
+      masterKey_(MasterKey::LoadOrCreate(dir_ + "/master.key")),
+      file_(PrepareDatabase({dir_ + "/hsm.db", vfs}, serial)),
+      events_(file_, clock),
+      users_(file_, clock, events_),
+      tokens_(file_, events_),
+      policy_(file_, events_),
+      keys_(file_, clock, events_) {
+    users_.partitions().Add(
+        PartitionMember{[this](std::string_view userId) { keys_.RemoveAll(userId); },
+                        [this](std::string_view userId) { return keys_.CountByKind(userId); }});
 }
 
 std::optional<std::string> CreateMasterUser(DataDirectory &data,

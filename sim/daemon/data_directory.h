@@ -2,25 +2,33 @@
 // The files of one HSM: hsm.db, master.key, tls.key and tls.crt. Shared by the daemon and
 // orvena-simctl, which may open the same directory at the same time.
 
-#include <memory>
 #include <optional>
 #include <string>
 
 #include "core/clock.h"
 #include "crypto/master_key.h"
+#include "store/access_token_store.h"
+#include "store/event_log.h"
 #include "store/key_store.h"
+#include "store/password_policy_store.h"
 #include "store/user_store.h"
 
 namespace sim {
 
 class DataDirectory {
   public:
-    // Creates the directory, database schema and master key when missing. Throws
-    // std::runtime_error (or StoreError) when they cannot be opened.
-    DataDirectory(const std::string &dir, const Clock &clock);
+    // Creates the directory, database schema and master key when missing; `serial` is where
+    // the event log of a new database starts its chain. The stores open the database through
+    // the SQLite VFS named `vfs` (empty: SQLite's default). Throws std::runtime_error (or
+    // StoreError) when they cannot be opened.
+    DataDirectory(const std::string &dir, const Clock &clock, const std::string &serial,
+                  const std::string &vfs = {});
 
-    UserStore &users() { return *users_; }
-    KeyStore &keys() { return *keys_; }
+    UserStore &users() { return users_; }
+    AccessTokenStore &tokens() { return tokens_; }
+    PasswordPolicyStore &policy() { return policy_; }
+    KeyStore &keys() { return keys_; }
+    EventLog &events() { return events_; }
     const MasterKey &masterKey() const { return masterKey_; }
     std::string tlsKeyPath() const { return dir_ + "/tls.key"; }
     std::string tlsCertPath() const { return dir_ + "/tls.crt"; }
@@ -28,8 +36,12 @@ class DataDirectory {
   private:
     std::string dir_;
     MasterKey masterKey_;
-    std::unique_ptr<UserStore> users_;
-    std::unique_ptr<KeyStore> keys_;
+    DatabaseFile file_;
+    EventLog events_;
+    UserStore users_;
+    AccessTokenStore tokens_;
+    PasswordPolicyStore policy_;
+    KeyStore keys_;
 };
 
 inline constexpr const char *kMasterUser = "master";

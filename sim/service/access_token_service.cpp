@@ -16,10 +16,10 @@ bool SeesEveryToken(const UserRecord &caller) {
 std::optional<AccessTokenListing> Resolve(HsmContext &hsm, const std::string &token) {
     std::optional<ParsedAccessToken> parsed = ParseAccessToken(token);
     if (!parsed) return std::nullopt;
-    std::optional<AccessTokenRecord> bySecret = hsm.users.FindAccessToken(parsed->secretHash);
+    std::optional<AccessTokenRecord> bySecret = hsm.tokens.Find(parsed->secretHash);
     if (bySecret && !bySecret->revoked && bySecret->userId == parsed->userId)
         return AccessTokenListing{bySecret->userId, bySecret->expires, parsed->secretHash};
-    return hsm.users.FindAccessTokenByPrefix(
+    return hsm.tokens.FindByPrefix(
         parsed->userId, std::string_view(token).substr(kAccessTokenBytes - kAccessTokenKeyBytes));
 }
 
@@ -43,8 +43,7 @@ Result HandleIssueAccessToken(Call &call, const pb::IssueAccessToken &request,
     }
     std::string secretHash;
     SecretBytes token(NewAccessToken(caller.id, &secretHash));
-    if (Result r = call.hsm.users.AddAccessToken(secretHash, caller.id, expires); r != Result::kOk)
-        return r;
+    if (Result r = call.hsm.tokens.Add(secretHash, caller.id, expires); r != Result::kOk) return r;
     reply->set_token(token.view());
     return Result::kOk;
 }
@@ -55,7 +54,7 @@ Result HandleRevokeAccessToken(Call &call, const pb::RevokeAccessToken &request,
     std::optional<AccessTokenListing> token = Resolve(call.hsm, request.token());
     // Another user's token is answered as absent, so its existence is not disclosed.
     if (!token || (token->userId != caller.id && !SeesEveryToken(caller))) return Result::kNotFound;
-    return call.hsm.users.RevokeAccessToken(token->secretHash);
+    return call.hsm.tokens.Revoke(token->secretHash);
 }
 
 Result HandleListAccessTokens(Call &call, const pb::ListAccessTokens &request,
@@ -67,21 +66,20 @@ Result HandleListAccessTokens(Call &call, const pb::ListAccessTokens &request,
         if (token && (everyone || token->userId == caller.id)) AddInfo(*token, reply);
         return Result::kOk;
     }
-    for (const AccessTokenListing &token :
-         call.hsm.users.ListAccessTokens(everyone ? "" : caller.id))
+    for (const AccessTokenListing &token : call.hsm.tokens.List(everyone ? "" : caller.id))
         AddInfo(token, reply);
     return Result::kOk;
 }
 
 Result HandleCountAccessTokens(Call &call, const pb::CountAccessTokens &,
                                pb::CountAccessTokensReply *reply) {
-    reply->set_count(call.hsm.users.CountAccessTokens());
+    reply->set_count(call.hsm.tokens.Count());
     return Result::kOk;
 }
 
 Result HandleCollectAccessTokens(Call &call, const pb::CollectAccessTokens &,
                                  pb::CollectAccessTokensReply *reply) {
-    reply->set_collected(call.hsm.users.CollectAccessTokens(call.hsm.clock.Now()));
+    reply->set_collected(call.hsm.tokens.Collect(call.hsm.clock.Now()));
     return Result::kOk;
 }
 

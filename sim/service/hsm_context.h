@@ -9,7 +9,10 @@
 #include "crypto/master_key.h"
 #include "policy/device_identity.h"
 #include "session/session_table.h"
+#include "store/access_token_store.h"
+#include "store/event_log.h"
 #include "store/key_store.h"
+#include "store/password_policy_store.h"
 #include "store/user_store.h"
 
 namespace sim {
@@ -23,6 +26,9 @@ struct HsmContext {
     const Clock &clock;
     const DeviceIdentity &identity;
     KeyStore &keys;
+    AccessTokenStore &tokens;
+    PasswordPolicyStore &policy;
+    EventLog &events;
     DiagnosticLog &log;
 };
 

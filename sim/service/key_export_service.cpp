@@ -20,7 +20,7 @@ Result ExportClearKey(HsmContext &hsm, const StoredObject &key, pb::ExportKeyRep
     if (key.blocked) return Result::kKeyBlocked;
     SecretBytes material;
     if (Result r = UnsealMaterial(hsm.masterKey, key, &material); r != Result::kOk) return r;
-    hsm.users.AppendEvent(key.owner, "Key exported in clear: " + key.name);
+    hsm.events.Record(key.owner, "Key exported in clear: " + key.name, kEventOk);
     reply->set_material(material.view());
     return Result::kOk;
 }

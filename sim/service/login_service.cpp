@@ -74,11 +74,11 @@ Result PasswordLogin(HsmContext &hsm, ConnectionState &conn, const pb::Login &lo
     std::optional<UserRecord> user = hsm.users.FindUser(login.user());
     if (!user) {
         VerifyPasswordOfNobody(login.password());
-        hsm.users.AppendEvent(login.user(), "Login failed (unknown user)");
+        hsm.events.Record(login.user(), "Login", "unknown user");
         return Result::kAuthFailed;
     }
     if (user->blocked) {
-        hsm.users.AppendEvent(user->id, "Login refused (user blocked)");
+        hsm.events.Record(user->id, "Login", "user blocked");
         return Result::kUserBlocked;
     }
     if (!VerifyPassword(user->passwordHash, login.password())) {
@@ -90,7 +90,7 @@ Result PasswordLogin(HsmContext &hsm, ConnectionState &conn, const pb::Login &lo
         return factor;
     }
     bool expired =
-        PasswordExpired(hsm.users.LoadPolicy(), user->acl, user->passwordChanged, hsm.clock.Now());
+        PasswordExpired(hsm.policy.Load(), user->acl, user->passwordChanged, hsm.clock.Now());
     hsm.users.RecordLogin(user->id, AuthModeName(login.auth_mode()));
     return OpenSession(hsm, conn, user->id,
                        expired ? SessionKind::kPasswordChange : SessionKind::kUser, false, reply);
@@ -100,18 +100,21 @@ Result AccessTokenLogin(HsmContext &hsm, ConnectionState &conn, const pb::Login 
                         pb::LoginReply *reply) {
     std::optional<ParsedAccessToken> token = ParseAccessToken(login.access_token());
     if (!token) return Result::kTokenInvalid;
-    std::optional<AccessTokenRecord> record = hsm.users.FindAccessToken(token->secretHash);
+    std::optional<AccessTokenRecord> record = hsm.tokens.Find(token->secretHash);
     if (!record || record->revoked || record->userId != token->userId) {
-        hsm.users.AppendEvent(token->userId, "Login failed (invalid access token)");
+        hsm.events.Record(token->userId, "Login (access token)", "invalid access token");
         return Result::kTokenInvalid;
     }
     if (record->expires != 0 && record->expires <= hsm.clock.Now()) {
-        hsm.users.AppendEvent(token->userId, "Login failed (expired access token)");
+        hsm.events.Record(token->userId, "Login (access token)", "access token expired");
         return Result::kTokenExpired;
     }
     std::optional<UserRecord> user = hsm.users.FindUser(record->userId);
     if (!user) return Result::kTokenInvalid;
-    if (user->blocked) return Result::kUserBlocked;
+    if (user->blocked) {
+        hsm.events.Record(user->id, "Login (access token)", "user blocked");
+        return Result::kUserBlocked;
+    }
     hsm.users.RecordLogin(user->id, "access token");
     return OpenSession(hsm, conn, user->id, SessionKind::kUser, true, reply);
 }

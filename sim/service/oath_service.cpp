@@ -10,13 +10,15 @@ namespace {
 
 // Runs `check` with the user's opened seed and stores the counter it returns.
 template <class Check>
-Result UseToken(HsmContext &hsm, const std::string &user, Check &&check) {
+Result UseToken(HsmContext &hsm, const std::string &user, const char *event, Check &&check) {
     return hsm.users.UseOathToken(
-        user, [&](const OathState &state, const std::string &sealed) -> std::optional<uint64_t> {
+        user,
+        [&](const OathState &state, const std::string &sealed) -> std::optional<uint64_t> {
             std::optional<SecretBytes> seed = hsm.masterKey.Open(sealed);
             if (!seed) return std::nullopt;
             return check(state, seed->view());
-        });
+        },
+        event);
 }
 
 Result HandleAssignOathToken(Call &call, const pb::AssignOathToken &request,
@@ -60,9 +62,10 @@ Result HandleOathResync(Call &call, const pb::OathResync &request, pb::OathResyn
         return r;
     if (request.first_otp().empty() || request.next_otp().empty()) return Result::kOtpInvalid;
     int64_t now = call.hsm.clock.Now();
-    return UseToken(call.hsm, target.id, [&](const OathState &state, const std::string &seed) {
-        return ResyncOtp(state, seed, request.first_otp(), request.next_otp(), now);
-    });
+    return UseToken(call.hsm, target.id, "OATH token resynchronised",
+                    [&](const OathState &state, const std::string &seed) {
+                        return ResyncOtp(state, seed, request.first_otp(), request.next_otp(), now);
+                    });
 }
 
 Result HandleOathCheck(Call &call, const pb::OathCheck &request, pb::OathCheckReply *) {
@@ -71,9 +74,10 @@ Result HandleOathCheck(Call &call, const pb::OathCheck &request, pb::OathCheckRe
         return r;
     if (request.otp().empty()) return Result::kOtpInvalid;
     int64_t now = call.hsm.clock.Now();
-    return UseToken(call.hsm, target.id, [&](const OathState &state, const std::string &seed) {
-        return VerifyOtp(state, seed, request.otp(), now);
-    });
+    return UseToken(call.hsm, target.id, "OTP checked",
+                    [&](const OathState &state, const std::string &seed) {
+                        return VerifyOtp(state, seed, request.otp(), now);
+                    });
 }
 
 }  // namespace

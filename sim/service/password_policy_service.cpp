@@ -38,7 +38,7 @@ std::optional<PasswordPolicy> Decode(const pb::PasswordPolicy &in) {
 
 Result HandleGetPasswordPolicy(Call &call, const pb::GetPasswordPolicy &,
                                pb::GetPasswordPolicyReply *reply) {
-    Encode(call.hsm.users.LoadPolicy(), reply->mutable_policy());
+    Encode(call.hsm.policy.Load(), reply->mutable_policy());
     return Result::kOk;
 }
 
@@ -46,7 +46,7 @@ Result HandleSetPasswordPolicy(Call &call, const pb::SetPasswordPolicy &request,
                                pb::SetPasswordPolicyReply *) {
     std::optional<PasswordPolicy> policy = Decode(request.policy());
     if (!policy) return Result::kInvalidParameter;
-    call.hsm.users.SavePolicy(*policy);
+    call.hsm.policy.Save(*policy);
     return Result::kOk;
 }
 

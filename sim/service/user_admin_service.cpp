@@ -31,7 +31,7 @@ Result HandleCreateUser(Call &call, const pb::CreateUser &request, pb::CreateUse
     if (!rights::MayAdminister(caller.acl, acl) || !rights::MayGrant(caller.acl, 0, acl, true))
         return Result::kAccessDenied;
     if (!ValidUserId(request.user())) return Result::kInvalidParameter;
-    if (Result r = CheckPassword(call.hsm.users.LoadPolicy(), request.password()); r != Result::kOk)
+    if (Result r = CheckPassword(call.hsm.policy.Load(), request.password()); r != Result::kOk)
         return r;
     return call.hsm.users.AddUser(request.user(), HashPassword(request.password()), acl);
 }

@@ -12,7 +12,7 @@ namespace {
 constexpr uint32_t kSecondFactorBits = pb::ACL_OATH_2FA | pb::ACL_X509_2FA;
 
 Result SetPasswordChecked(HsmContext &hsm, const std::string &user, const std::string &password) {
-    if (Result r = CheckPassword(hsm.users.LoadPolicy(), password); r != Result::kOk) return r;
+    if (Result r = CheckPassword(hsm.policy.Load(), password); r != Result::kOk) return r;
     return hsm.users.SetPassword(user, HashPassword(password));
 }
 

@@ -170,8 +170,7 @@ int Run(DataDirectory &data, const std::vector<std::string> &args, std::ostream 
         if (line.positional[0].size() > kMaxUserIdLength) throw UsageError{"user id too long"};
         std::string hash;
         SecretBytes token(NewAccessToken(line.positional[0], &hash));
-        if (int rc =
-                Report(users.AddAccessToken(hash, line.positional[0], expires), "add-token", err))
+        if (int rc = Report(data.tokens().Add(hash, line.positional[0], expires), "add-token", err))
             return rc;
         SecretBytes encoded(Base64Encode(token.view()));
         out << encoded.view() << "\n";
@@ -182,7 +181,7 @@ int Run(DataDirectory &data, const std::vector<std::string> &args, std::ostream 
         SecretBytes token(Base64Decode(line.positional[0]));
         std::optional<ParsedAccessToken> parsed = ParseAccessToken(token.view());
         if (!parsed) throw UsageError{"not an access token"};
-        return Report(users.RevokeAccessToken(parsed->secretHash), "revoke-token", err);
+        return Report(data.tokens().Revoke(parsed->secretHash), "revoke-token", err);
     }
     if (command == "expire-password") {
         CommandLine line = Split(args, 1, {});
@@ -197,7 +196,7 @@ int Run(DataDirectory &data, const std::vector<std::string> &args, std::ostream 
         policy.specials = static_cast<uint8_t>(Number(line.positional[3], 0, 16));
         policy.uppercase = static_cast<uint8_t>(Number(line.positional[4], 0, 16));
         policy.lowercase = static_cast<uint8_t>(Number(line.positional[5], 0, 16));
-        users.SavePolicy(policy);
+        data.policy().Save(policy);
         return 0;
     }
     if (command == "add-keys") {
@@ -220,6 +219,10 @@ int Run(DataDirectory &data, const std::vector<std::string> &args, std::ostream 
 
 const char *SimctlUsage() {
     return "Usage: orvena-simctl --data DIR <command>\n"
+           "       orvena-simctl verify-log --data DIR | FILE\n"
+           "       orvena-simctl export-log --data DIR [--out FILE]\n"
+           "       orvena-simctl --help\n"
+           "Commands on a data directory:\n"
            "  add-user ID PASSWORD [--acl N]\n"
            "  set-acl ID N\n"
            "  set-otp ID hotp|totp SEED_HEX [--counter N] [--step S] [--start T]\n"
@@ -231,7 +234,11 @@ const char *SimctlUsage() {
            "  block ID | unblock ID\n"
            "  add-keys ID COUNT [--algorithm N] [--prefix P]   COUNT keys named P0.. (default\n"
            "      AES-256, prefix key) in one transaction\n"
-           "Numbers are decimal or 0x hexadecimal.\n";
+           "Numbers are decimal or 0x hexadecimal.\n"
+           "verify-log checks the hash chain of a data directory's event log, or of a file\n"
+           "export-log wrote; it names the first broken or missing line and exits 1, or\n"
+           "prints the line count and exits 0. export-log writes the log to FILE (default:\n"
+           "standard output); sim/store/event_log_format.md describes the format.\n";
 }
 
 int RunSimctlCommand(DataDirectory &data, const std::vector<std::string> &args, std::ostream &out,

@@ -13,12 +13,12 @@ constexpr int kBusyTimeoutMs = 10000;
 
 }  // namespace
 
-Database::Database(const std::string &path) {
-    if (sqlite3_open_v2(path.c_str(), &db_,
+Database::Database(const DatabaseFile &file) {
+    if (sqlite3_open_v2(file.path.c_str(), &db_,
                         SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX,
-                        nullptr) != SQLITE_OK) {
+                        file.vfs.empty() ? nullptr : file.vfs.c_str()) != SQLITE_OK) {
         std::string message =
-            std::string("open ") + path + ": " + (db_ ? sqlite3_errmsg(db_) : "out of memory");
+            "open " + file.path + ": " + (db_ ? sqlite3_errmsg(db_) : "out of memory");
         sqlite3_close(db_);
         db_ = nullptr;
         throw StoreError(message);
@@ -121,8 +121,8 @@ bool Statement::IsNull(int column) const {
     return sqlite3_column_type(stmt_, column) == SQLITE_NULL;
 }
 
-Transaction::Transaction(Database &db) : db_(db) {
-    db_.Execute("BEGIN IMMEDIATE");
+Transaction::Transaction(Database &db, Kind kind) : db_(db) {
+    db_.Execute(kind == kWrite ? "BEGIN IMMEDIATE" : "BEGIN");
 }
 
 Transaction::~Transaction() {

@@ -18,11 +18,18 @@ class StoreError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// Where a connection opens: the file, and the SQLite VFS that reaches it (empty: SQLite's
+// default). Tests name a VFS that can fail writes, the way they hand in a clock.
+struct DatabaseFile {
+    std::string path;
+    std::string vfs;
+};
+
 // One connection. Not thread-safe: callers serialise access (see UserStore).
 class Database {
   public:
     // Opens or creates the file in WAL mode with synchronous=FULL.
-    explicit Database(const std::string &path);
+    explicit Database(const DatabaseFile &file);
     ~Database();
     Database(const Database &) = delete;
     Database &operator=(const Database &) = delete;
@@ -69,10 +76,12 @@ class Statement {
     sqlite3_stmt *stmt_ = nullptr;
 };
 
-// BEGIN IMMEDIATE on construction; rolls back unless Commit() was called.
+// BEGIN IMMEDIATE on construction (kRead: a plain BEGIN, one snapshot for several reads
+// that lets writers go on); rolls back unless Commit() was called.
 class Transaction {
   public:
-    explicit Transaction(Database &db);
+    enum Kind { kWrite, kRead };
+    explicit Transaction(Database &db, Kind kind = kWrite);
     ~Transaction();
     Transaction(const Transaction &) = delete;
     Transaction &operator=(const Transaction &) = delete;

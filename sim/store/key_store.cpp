@@ -1,40 +1,8 @@
 #include "store/key_store.h"
 
-#include <utility>
-
 namespace sim {
 
 namespace {
-
-constexpr const char *kCreateTable = R"sql(
-CREATE TABLE IF NOT EXISTS objects (
-    id INTEGER PRIMARY KEY AUTOINCREMENT,
-    owner TEXT NOT NULL,
-    name TEXT NOT NULL,
-    kind INTEGER NOT NULL,
-    algorithm INTEGER NOT NULL,
-    attributes INTEGER NOT NULL,
-    length INTEGER NOT NULL,
-    sealed BLOB,
-    public_exponent BLOB,
-    created INTEGER NOT NULL,
-    label TEXT NOT NULL DEFAULT '',
-    target TEXT NOT NULL DEFAULT '',
-    target_type INTEGER NOT NULL DEFAULT 0,
-    second TEXT NOT NULL DEFAULT '',
-    second_type INTEGER NOT NULL DEFAULT 0,
-    p11_label TEXT NOT NULL DEFAULT '',
-    UNIQUE (owner, name)
-);
-CREATE INDEX IF NOT EXISTS objects_owner_kind ON objects (owner, kind);
-)sql";
-
-// Columns added after the first release, in the order they came: name, then definition.
-constexpr std::pair<const char *, const char *> kAddedColumns[] = {
-    {"generated", "INTEGER NOT NULL DEFAULT 0"},
-    {"blocked", "INTEGER NOT NULL DEFAULT 0"},
-    {"certificate", "BLOB"},
-};
 
 constexpr const char *kColumns =
     "SELECT id, owner, name, kind, algorithm, attributes, length, public_exponent, created, "
@@ -64,29 +32,13 @@ StoredObject ReadRow(const Statement &st) {
 
 }  // namespace
 
-KeyStore::KeyStore(const std::string &path, const Clock &clock) : db_(path), clock_(clock) {
-    db_.Execute(kCreateTable);
-    UpgradeTable();
-}
-
-void KeyStore::UpgradeTable() {
-    std::lock_guard lock(mutex_);
-    // Immediate, so two processes opening an old file do not both add a column.
-    Transaction tx(db_);
-    for (const auto &[name, definition] : kAddedColumns) {
-        Statement present(db_, "SELECT 1 FROM pragma_table_info('objects') WHERE name = ?");
-        present.Bind(1, std::string_view(name));
-        if (present.Step()) continue;
-        db_.Execute(
-            (std::string("ALTER TABLE objects ADD COLUMN ") + name + " " + definition).c_str());
-    }
-    tx.Commit();
-}
+KeyStore::KeyStore(const DatabaseFile &file, const Clock &clock, const EventLog &events)
+    : db_(file), clock_(clock), events_(events) {}
 
 Result KeyStore::Insert(StoredObject *object, std::string_view event) {
     return inserts_.Run([&] {
         if (Result r = InsertLocked(object); r != Result::kOk) return r;
-        AppendEventLocked(object->owner, event);
+        LogLocked(object->owner, event);
         return Result::kOk;
     });
 }
@@ -95,7 +47,7 @@ Result KeyStore::InsertAll(std::vector<StoredObject> *objects, std::string_view 
     return inserts_.Run([&] {
         for (StoredObject &object : *objects) {
             if (Result r = InsertLocked(&object); r != Result::kOk) return r;
-            AppendEventLocked(object.owner, event);
+            LogLocked(object.owner, std::string(event) + ": " + object.name);
         }
         return Result::kOk;
     });
@@ -170,7 +122,7 @@ Result KeyStore::Remove(std::string_view owner, std::string_view name) {
         .Bind(2, name)
         .Run();
     if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;
-    AppendEventLocked(owner, "Object removed: " + std::string(name));
+    LogLocked(owner, "Object removed: " + std::string(name));
     tx.Commit();
     return Result::kOk;
 }
@@ -184,7 +136,7 @@ Result KeyStore::SetLabel(std::string_view owner, std::string_view name, std::st
         .Bind(3, name)
         .Run();
     if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;
-    AppendEventLocked(owner, "Object metadata written: " + std::string(name));
+    LogLocked(owner, "Object metadata written: " + std::string(name));
     tx.Commit();
     return Result::kOk;
 }
@@ -198,7 +150,7 @@ Result KeyStore::SetBlocked(const StoredObject &key, bool blocked) {
         .Bind(3, static_cast<int64_t>(ObjectKind::kKey))
         .Run();
     if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;
-    AppendEventLocked(key.owner, (blocked ? "Key blocked: " : "Key unblocked: ") + key.name);
+    LogLocked(key.owner, (blocked ? "Key blocked: " : "Key unblocked: ") + key.name);
     tx.Commit();
     return Result::kOk;
 }
@@ -219,7 +171,11 @@ std::string KeyStore::FirstPkcs11MapOf(std::string_view owner, std::string_view 
 
 void KeyStore::RemoveAll(std::string_view owner) {
     std::lock_guard lock(mutex_);
+    Transaction tx(db_);
     Statement(db_, "DELETE FROM objects WHERE owner = ?").Bind(1, owner).Run();
+    if (int removed = sqlite3_changes(db_.handle()); removed != 0)
+        LogLocked(owner, "Partition emptied: " + std::to_string(removed) + " objects removed");
+    tx.Commit();
 }
 
 std::vector<ObjectCount> KeyStore::CountByKind(std::string_view owner) {
@@ -233,12 +189,8 @@ std::vector<ObjectCount> KeyStore::CountByKind(std::string_view owner) {
     return counts;
 }
 
-void KeyStore::AppendEventLocked(std::string_view owner, std::string_view text) {
-    Statement(db_, "INSERT INTO event_log (time, user_id, text) VALUES (?, ?, ?)")
-        .Bind(1, clock_.Now())
-        .Bind(2, owner)
-        .Bind(3, text)
-        .Run();
+void KeyStore::LogLocked(std::string_view owner, std::string_view operation) {
+    events_.Append(db_, owner, operation, kEventOk);
 }
 
 }  // namespace sim

@@ -16,6 +16,7 @@
 #include "core/clock.h"
 #include "core/result.h"
 #include "store/database.h"
+#include "store/event_log.h"
 #include "store/group_commit.h"
 #include "store/partition_members.h"
 
@@ -55,14 +56,15 @@ struct StoredObject {
 
 class KeyStore {
   public:
-    // Opens the database file and creates the objects table when missing. `clock` must
-    // outlive the store.
-    KeyStore(const std::string &path, const Clock &clock);
+    // REQUIRES: the schema exists (EnsureSchema). `clock` and `events` must outlive the
+    // store.
+    KeyStore(const DatabaseFile &file, const Clock &clock, const EventLog &events);
 
-    // Stores a new object and sets object->id and object->created. kAlreadyExists when the
-    // partition holds the name.
+    // Stores a new object and sets object->id and object->created; `event` is the operation
+    // its log line names. kAlreadyExists when the partition holds the name.
     Result Insert(StoredObject *object, std::string_view event);
-    // Stores many objects in one transaction (bulk provisioning); all or none.
+    // Stores many objects in one transaction (bulk provisioning), one log line each; all or
+    // none.
     Result InsertAll(std::vector<StoredObject> *objects, std::string_view event);
     // With `withSecret` false the sealed material is left out.
     std::optional<StoredObject> Find(std::string_view owner, std::string_view name,
@@ -82,17 +84,16 @@ class KeyStore {
     std::vector<ObjectCount> CountByKind(std::string_view owner);
 
   private:
-    // Adds the columns that later versions brought to a table created before them.
-    void UpgradeTable();
     // REQUIRES: mutex_ held, inside a transaction.
     Result InsertLocked(StoredObject *object);
-    // REQUIRES: mutex_ held.
-    void AppendEventLocked(std::string_view owner, std::string_view text);
+    // Logs `operation` for `owner` as done. REQUIRES: mutex_ held, inside a transaction.
+    void LogLocked(std::string_view owner, std::string_view operation);
 
     std::mutex mutex_;
     Database db_;
     GroupCommit inserts_{db_, mutex_};
     const Clock &clock_;
+    const EventLog &events_;
 };
 
 }  // namespace sim

@@ -1,12 +1,17 @@
 #include "store/schema.h"
 
+#include <iterator>
 #include <string>
+
+#include "store/event_chain.h"
 
 namespace sim {
 
 namespace {
 
-constexpr const char *kVersion1 = R"sql(
+// Accounts, their second factors and tokens, the password policy and the first event log.
+void CreateAccounts(Database &db, std::string_view) {
+    db.Execute(R"sql(
 CREATE TABLE users (
     id TEXT PRIMARY KEY,
     password_hash TEXT NOT NULL,
@@ -47,20 +52,124 @@ CREATE TABLE event_log (
     text TEXT NOT NULL
 );
 CREATE INDEX event_log_time ON event_log(time);
-)sql";
+)sql");
+}
+
+// The objects of the partitions. Before this step the key store made the table itself, in
+// any of the shapes it had over time, so a file at version 1 may hold it already and lack
+// some of the later columns.
+void CreateObjects(Database &db, std::string_view) {
+    db.Execute(R"sql(
+CREATE TABLE IF NOT EXISTS objects (
+    id INTEGER PRIMARY KEY AUTOINCREMENT,
+    owner TEXT NOT NULL,
+    name TEXT NOT NULL,
+    kind INTEGER NOT NULL,
+    algorithm INTEGER NOT NULL,
+    attributes INTEGER NOT NULL,
+    length INTEGER NOT NULL,
+    sealed BLOB,
+    public_exponent BLOB,
+    created INTEGER NOT NULL,
+    label TEXT NOT NULL DEFAULT '',
+    target TEXT NOT NULL DEFAULT '',
+    target_type INTEGER NOT NULL DEFAULT 0,
+    second TEXT NOT NULL DEFAULT '',
+    second_type INTEGER NOT NULL DEFAULT 0,
+    p11_label TEXT NOT NULL DEFAULT '',
+    UNIQUE (owner, name)
+);
+CREATE INDEX IF NOT EXISTS objects_owner_kind ON objects (owner, kind);
+)sql");
+    constexpr const char *kLaterColumns[][2] = {
+        {"generated", "INTEGER NOT NULL DEFAULT 0"},
+        {"blocked", "INTEGER NOT NULL DEFAULT 0"},
+        {"certificate", "BLOB"},
+    };
+    for (const auto &[name, definition] : kLaterColumns) {
+        Statement present(db, "SELECT 1 FROM pragma_table_info('objects') WHERE name = ?");
+        if (present.Bind(1, std::string_view(name)).Step()) continue;
+        db.Execute(
+            (std::string("ALTER TABLE objects ADD COLUMN ") + name + " " + definition).c_str());
+    }
+}
+
+// The event log becomes a hash chain (event_log_format.md) that starts at the serial of the
+// HSM opening the file now. Lines written before are carried over as its first lines, with
+// boot 0, their text as the operation and an empty outcome. The chaining is spelt out here
+// rather than left to EventLog so that this step keeps doing what it did when later steps
+// change the table.
+void ChainEventLog(Database &db, std::string_view serial) {
+    db.Execute(R"sql(
+ALTER TABLE event_log RENAME TO event_log_unchained;
+DROP INDEX event_log_time;
+CREATE TABLE event_log (
+    seq INTEGER PRIMARY KEY,
+    boot INTEGER NOT NULL,
+    time INTEGER NOT NULL,
+    user_id TEXT NOT NULL,
+    operation TEXT NOT NULL,
+    outcome TEXT NOT NULL,
+    hash BLOB NOT NULL
+);
+CREATE INDEX event_log_time ON event_log(time);
+CREATE TABLE event_log_state (
+    id INTEGER PRIMARY KEY CHECK (id = 1),
+    serial TEXT NOT NULL,
+    boot INTEGER NOT NULL,
+    last_seq INTEGER NOT NULL,
+    last_hash BLOB NOT NULL
+);
+)sql");
+    std::string hash = ChainStart(serial);
+    EventLine line;
+    Statement old(db, "SELECT time, user_id, text FROM event_log_unchained ORDER BY seq");
+    while (old.Step()) {
+        line = {line.seq + 1, 0, old.Int(0), old.Text(1), old.Text(2), ""};
+        hash = ChainHash(hash, CanonicalText(line));
+        Statement(db,
+                  "INSERT INTO event_log (seq, boot, time, user_id, operation, outcome, hash) "
+                  "VALUES (?, 0, ?, ?, ?, '', ?)")
+            .Bind(1, line.seq)
+            .Bind(2, line.time)
+            .Bind(3, line.user)
+            .Bind(4, line.operation)
+            .BindBlob(5, hash)
+            .Run();
+    }
+    Statement(db, "INSERT INTO event_log_state VALUES (1, ?, 0, ?, ?)")
+        .Bind(1, serial)
+        .Bind(2, line.seq)
+        .BindBlob(3, hash)
+        .Run();
+}
+
+using Step = void (*)(Database &db, std::string_view serial);
+
+// Step n brings the file to user_version n. Append only: a released step never changes.
+constexpr Step kSteps[] = {CreateAccounts, CreateObjects, ChainEventLog};
+
+int64_t Version(Database &db) {
+    Statement read(db, "PRAGMA user_version");
+    return read.Step() ? read.Int(0) : 0;
+}
 
 }  // namespace
 
-void EnsureSchema(Database &db) {
-    Transaction tx(db);
-    Statement read(db, "PRAGMA user_version");
-    int64_t version = read.Step() ? read.Int(0) : 0;
-    if (version > kSchemaVersion)
-        throw StoreError("database schema " + std::to_string(version) + " is newer than " +
-                         std::to_string(kSchemaVersion));
-    if (version < 1) db.Execute(kVersion1);
-    db.Execute(("PRAGMA user_version=" + std::to_string(kSchemaVersion)).c_str());
-    tx.Commit();
+void EnsureSchema(Database &db, std::string_view serial) {
+    constexpr auto kKnown = static_cast<int64_t>(std::size(kSteps));
+    for (;;) {
+        // The version is read under the write lock: another process may be upgrading too.
+        Transaction tx(db);
+        int64_t version = Version(db);
+        if (version > kKnown)
+            throw StoreError("database schema " + std::to_string(version) + " is newer than " +
+                             std::to_string(kKnown));
+        if (version == kKnown) return;
+        kSteps[version](db, serial);
+        db.Execute(("PRAGMA user_version=" + std::to_string(version + 1)).c_str());
+        tx.Commit();
+    }
 }
 
 }  // namespace sim

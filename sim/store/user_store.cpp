@@ -1,10 +1,24 @@
 #include "store/user_store.h"
 
+#include <cstdio>
+
 #include "constants.pb.h"
+#include "store/password_policy_store.h"
 
 namespace sim {
 
-UserStore::UserStore(const std::string &path, const Clock &clock) : db_(path), clock_(clock) {}
+namespace {
+
+std::string Hex(uint32_t value) {
+    char text[11];
+    std::snprintf(text, sizeof text, "0x%08X", value);
+    return text;
+}
+
+}  // namespace
+
+UserStore::UserStore(const DatabaseFile &file, const Clock &clock, const EventLog &events)
+    : db_(file), clock_(clock), events_(events) {}
 
 std::optional<UserRecord> UserStore::FindUser(std::string_view id) {
     std::lock_guard lock(mutex_);
@@ -53,15 +67,20 @@ Result UserStore::AddUser(std::string_view id, const std::string &passwordHash, 
         .Bind(3, int64_t{acl})
         .Bind(4, clock_.Now())
         .Run();
-    AppendEventLocked(id, "User created");
+    events_.Append(db_, id, "User created with ACL " + Hex(acl), kEventOk);
     tx.Commit();
     return Result::kOk;
 }
 
-Result UserStore::UpdateUser(const char *sql, std::string_view id, int64_t value) {
-    Statement st(db_, sql);
-    st.Bind(1, value).Bind(2, id).Run();
-    return sqlite3_changes(db_.handle()) > 0 ? Result::kOk : Result::kNotFound;
+Result UserStore::UpdateUser(const char *sql, std::string_view id, int64_t value,
+                             std::string_view operation) {
+    std::lock_guard lock(mutex_);
+    Transaction tx(db_);
+    Statement(db_, sql).Bind(1, value).Bind(2, id).Run();
+    if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;
+    events_.Append(db_, id, operation, kEventOk);
+    tx.Commit();
+    return Result::kOk;
 }
 
 Result UserStore::RemoveUser(std::string_view id) {
@@ -73,21 +92,24 @@ Result UserStore::RemoveUser(std::string_view id) {
     Transaction tx(db_);
     Statement(db_, "DELETE FROM users WHERE id = ?").Bind(1, id).Run();
     if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;
-    AppendEventLocked(id, "User removed");
+    events_.Append(db_, id, "User removed", kEventOk);
     tx.Commit();
     return Result::kOk;
 }
 
 Result UserStore::SetAcl(std::string_view id, uint32_t acl) {
-    std::lock_guard lock(mutex_);
-    return UpdateUser("UPDATE users SET acl = ? WHERE id = ?", id, acl);
+    return UpdateUser("UPDATE users SET acl = ? WHERE id = ?", id, acl, "ACL set to " + Hex(acl));
 }
 
 Result UserStore::ChangeAclFlags(std::string_view id, uint32_t set, uint32_t clear) {
     std::lock_guard lock(mutex_);
+    Transaction tx(db_);
     Statement st(db_, "UPDATE users SET acl = (acl | ?) & ? WHERE id = ?");
     st.Bind(1, int64_t{set}).Bind(2, int64_t{~clear & 0xFFFFFFFFu}).Bind(3, id).Run();
-    return sqlite3_changes(db_.handle()) > 0 ? Result::kOk : Result::kNotFound;
+    if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;
+    events_.Append(db_, id, "ACL flags set " + Hex(set) + ", cleared " + Hex(clear), kEventOk);
+    tx.Commit();
+    return Result::kOk;
 }
 
 Result UserStore::SetPassword(std::string_view id, const std::string &passwordHash) {
@@ -102,37 +124,35 @@ Result UserStore::SetPassword(std::string_view id, const std::string &passwordHa
         .Bind(4, id)
         .Run();
     if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;
-    AppendEventLocked(id, "Password changed");
+    events_.Append(db_, id, "Password changed", kEventOk);
     tx.Commit();
     return Result::kOk;
 }
 
 Result UserStore::ExpirePassword(std::string_view id) {
-    std::lock_guard lock(mutex_);
     return UpdateUser("UPDATE users SET acl = acl | ? WHERE id = ?", id,
-                      wire::pb::ACL_CHANGE_PASSWORD);
+                      wire::pb::ACL_CHANGE_PASSWORD, "Password expired");
 }
 
 Result UserStore::SetBlocked(std::string_view id, bool blocked) {
-    std::lock_guard lock(mutex_);
-    Transaction tx(db_);
-    Result result = UpdateUser("UPDATE users SET blocked = ?, failed_logins = 0 WHERE id = ?", id,
-                               blocked ? 1 : 0);
-    if (result != Result::kOk) return result;
-    AppendEventLocked(id, blocked ? "User blocked" : "User unblocked");
-    tx.Commit();
-    return Result::kOk;
+    return UpdateUser("UPDATE users SET blocked = ?, failed_logins = 0 WHERE id = ?", id,
+                      blocked ? 1 : 0, blocked ? "User blocked" : "User unblocked");
 }
 
 Result UserStore::SetCertificate(std::string_view id, std::string_view der) {
     std::lock_guard lock(mutex_);
+    Transaction tx(db_);
     Statement st(db_, "UPDATE users SET certificate = ? WHERE id = ?");
     if (der.empty())
         st.BindNull(1);
     else
         st.BindBlob(1, der);
     st.Bind(2, id).Run();
-    return sqlite3_changes(db_.handle()) > 0 ? Result::kOk : Result::kNotFound;
+    if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;
+    events_.Append(db_, id, der.empty() ? "Certificate removed" : "Certificate registered",
+                   kEventOk);
+    tx.Commit();
+    return Result::kOk;
 }
 
 Result UserStore::SetOathToken(std::string_view id, const OathState &state,
@@ -152,33 +172,38 @@ Result UserStore::SetOathToken(std::string_view id, const OathState &state,
         .Bind(5, int64_t{state.step})
         .Bind(6, state.startTime)
         .Run();
-    AppendEventLocked(id, "OATH token assigned");
+    events_.Append(db_, id, "OATH token assigned", kEventOk);
     tx.Commit();
     return Result::kOk;
 }
 
-Result UserStore::UseOathToken(std::string_view id, const OtpCheck &verify) {
+Result UserStore::UseOathToken(std::string_view id, const OtpCheck &verify,
+                               std::string_view event) {
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
-    Statement st(db_,
-                 "SELECT kind, sealed_seed, counter, step, start_time FROM oath_tokens "
-                 "WHERE user_id = ?");
-    st.Bind(1, id);
-    if (!st.Step()) return Result::kOtpInvalid;
-    OathState state;
-    state.kind = static_cast<OathKind>(st.Int(0));
-    std::string sealed = st.Blob(1);
-    state.counter = static_cast<uint64_t>(st.Int(2));
-    state.step = static_cast<uint32_t>(st.Int(3));
-    state.startTime = st.Int(4);
-    std::optional<uint64_t> next = verify(state, sealed);
-    if (!next) return Result::kOtpInvalid;
-    Statement(db_, "UPDATE oath_tokens SET counter = ? WHERE user_id = ?")
-        .Bind(1, static_cast<int64_t>(*next))
-        .Bind(2, id)
-        .Run();
+    std::optional<uint64_t> next;
+    {
+        Statement st(db_,
+                     "SELECT kind, sealed_seed, counter, step, start_time FROM oath_tokens "
+                     "WHERE user_id = ?");
+        st.Bind(1, id);
+        if (st.Step()) {
+            OathState state;
+            state.kind = static_cast<OathKind>(st.Int(0));
+            state.counter = static_cast<uint64_t>(st.Int(2));
+            state.step = static_cast<uint32_t>(st.Int(3));
+            state.startTime = st.Int(4);
+            next = verify(state, st.Blob(1));
+        }
+    }
+    if (next)
+        Statement(db_, "UPDATE oath_tokens SET counter = ? WHERE user_id = ?")
+            .Bind(1, static_cast<int64_t>(*next))
+            .Bind(2, id)
+            .Run();
+    if (!event.empty()) events_.Append(db_, id, event, next ? kEventOk : "OTP invalid");
     tx.Commit();
-    return Result::kOk;
+    return next ? Result::kOk : Result::kOtpInvalid;
 }
 
 Result UserStore::RemoveOathToken(std::string_view id) {
@@ -191,7 +216,7 @@ Result UserStore::RemoveOathToken(std::string_view id) {
         .Bind(2, id)
         .Run();
     if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;
-    if (hadToken) AppendEventLocked(id, "OATH token removed");
+    events_.Append(db_, id, "OATH token removed", hadToken ? kEventOk : "no token assigned");
     tx.Commit();
     return Result::kOk;
 }
@@ -200,7 +225,7 @@ void UserStore::RecordLogin(std::string_view id, std::string_view how) {
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
     Statement(db_, "UPDATE users SET failed_logins = 0 WHERE id = ?").Bind(1, id).Run();
-    AppendEventLocked(id, std::string("Login (") + std::string(how) + ")");
+    events_.Append(db_, id, "Login (" + std::string(how) + ")", kEventOk);
     tx.Commit();
 }
 
@@ -210,141 +235,21 @@ void UserStore::RecordFailedLogin(std::string_view id, std::string_view why) {
     Statement(db_, "UPDATE users SET failed_logins = failed_logins + 1 WHERE id = ?")
         .Bind(1, id)
         .Run();
-    std::string text = std::string("Login failed (") + std::string(why) + ")";
-    Statement count(db_, "SELECT failed_logins, blocked FROM users WHERE id = ?");
-    count.Bind(1, id);
-    if (count.Step() && count.Int(1) == 0 &&
-        FailedLoginsBlock(LoadPolicyLocked(), static_cast<uint32_t>(count.Int(0)))) {
-        Statement(db_, "UPDATE users SET blocked = 1 WHERE id = ?").Bind(1, id).Run();
-        text += ", user blocked";
+    std::string outcome(why);
+    bool block = false;
+    {
+        Statement count(db_, "SELECT failed_logins, blocked FROM users WHERE id = ?");
+        count.Bind(1, id);
+        block =
+            count.Step() && count.Int(1) == 0 &&
+            FailedLoginsBlock(PasswordPolicyStore::Read(db_), static_cast<uint32_t>(count.Int(0)));
     }
-    AppendEventLocked(id, text);
+    if (block) {
+        Statement(db_, "UPDATE users SET blocked = 1 WHERE id = ?").Bind(1, id).Run();
+        outcome += "; user blocked";
+    }
+    events_.Append(db_, id, "Login", outcome);
     tx.Commit();
-}
-
-PasswordPolicy UserStore::LoadPolicy() {
-    std::lock_guard lock(mutex_);
-    return LoadPolicyLocked();
-}
-
-PasswordPolicy UserStore::LoadPolicyLocked() {
-    Statement st(db_,
-                 "SELECT invalid_logins, expiry_days, min_length, specials, uppercase, "
-                 "lowercase FROM password_policy WHERE id = 1");
-    PasswordPolicy policy;
-    if (!st.Step()) return policy;
-    policy.invalidLogins = static_cast<uint8_t>(st.Int(0));
-    policy.expiryDays = static_cast<uint8_t>(st.Int(1));
-    policy.minLength = static_cast<uint8_t>(st.Int(2));
-    policy.specials = static_cast<uint8_t>(st.Int(3));
-    policy.uppercase = static_cast<uint8_t>(st.Int(4));
-    policy.lowercase = static_cast<uint8_t>(st.Int(5));
-    return policy;
-}
-
-void UserStore::SavePolicy(const PasswordPolicy &policy) {
-    std::lock_guard lock(mutex_);
-    Transaction tx(db_);
-    Statement(db_,
-              "UPDATE password_policy SET invalid_logins = ?, expiry_days = ?, min_length = ?, "
-              "specials = ?, uppercase = ?, lowercase = ? WHERE id = 1")
-        .Bind(1, int64_t{policy.invalidLogins})
-        .Bind(2, int64_t{policy.expiryDays})
-        .Bind(3, int64_t{policy.minLength})
-        .Bind(4, int64_t{policy.specials})
-        .Bind(5, int64_t{policy.uppercase})
-        .Bind(6, int64_t{policy.lowercase})
-        .Run();
-    AppendEventLocked("", "Password policy changed");
-    tx.Commit();
-}
-
-Result UserStore::AddAccessToken(std::string_view secretHash, std::string_view userId,
-                                 int64_t expires) {
-    std::lock_guard lock(mutex_);
-    Transaction tx(db_);
-    Statement exists(db_, "SELECT 1 FROM users WHERE id = ?");
-    exists.Bind(1, userId);
-    if (!exists.Step()) return Result::kNotFound;
-    Statement(db_, "INSERT INTO access_tokens (secret_hash, user_id, expires) VALUES (?, ?, ?)")
-        .BindBlob(1, secretHash)
-        .Bind(2, userId)
-        .Bind(3, expires)
-        .Run();
-    AppendEventLocked(userId, "Access token created");
-    tx.Commit();
-    return Result::kOk;
-}
-
-std::optional<AccessTokenRecord> UserStore::FindAccessToken(std::string_view secretHash) {
-    std::lock_guard lock(mutex_);
-    Statement st(db_, "SELECT user_id, expires, revoked FROM access_tokens WHERE secret_hash = ?");
-    st.BindBlob(1, secretHash);
-    if (!st.Step()) return std::nullopt;
-    return AccessTokenRecord{st.Text(0), st.Int(1), st.Int(2) != 0};
-}
-
-Result UserStore::RevokeAccessToken(std::string_view secretHash) {
-    std::lock_guard lock(mutex_);
-    Statement(db_, "UPDATE access_tokens SET revoked = 1 WHERE secret_hash = ?")
-        .BindBlob(1, secretHash)
-        .Run();
-    return sqlite3_changes(db_.handle()) > 0 ? Result::kOk : Result::kNotFound;
-}
-
-std::vector<AccessTokenListing> UserStore::ListAccessTokens(std::string_view userId) {
-    std::lock_guard lock(mutex_);
-    Statement st(db_,
-                 "SELECT user_id, expires, secret_hash FROM access_tokens "
-                 "WHERE revoked = 0 AND (? = '' OR user_id = ?) ORDER BY rowid");
-    st.Bind(1, userId).Bind(2, userId);
-    std::vector<AccessTokenListing> tokens;
-    while (st.Step())
-        tokens.push_back({st.Text(0), st.Int(1), st.Blob(2)});
-    return tokens;
-}
-
-std::optional<AccessTokenListing> UserStore::FindAccessTokenByPrefix(std::string_view userId,
-                                                                     std::string_view hashPrefix) {
-    std::lock_guard lock(mutex_);
-    Statement st(db_,
-                 "SELECT user_id, expires, secret_hash FROM access_tokens "
-                 "WHERE revoked = 0 AND user_id = ? AND substr(secret_hash, 1, ?) = ?");
-    st.Bind(1, userId).Bind(2, static_cast<int64_t>(hashPrefix.size())).BindBlob(3, hashPrefix);
-    if (!st.Step()) return std::nullopt;
-    return AccessTokenListing{st.Text(0), st.Int(1), st.Blob(2)};
-}
-
-uint64_t UserStore::CountAccessTokens() {
-    std::lock_guard lock(mutex_);
-    Statement st(db_, "SELECT count(*) FROM access_tokens WHERE revoked = 0");
-    return st.Step() ? static_cast<uint64_t>(st.Int(0)) : 0;
-}
-
-uint64_t UserStore::CollectAccessTokens(int64_t now) {
-    std::lock_guard lock(mutex_);
-    Transaction tx(db_);
-    Statement(db_,
-              "DELETE FROM access_tokens WHERE revoked <> 0 OR (expires <> 0 AND expires <= ?)")
-        .Bind(1, now)
-        .Run();
-    auto removed = static_cast<uint64_t>(sqlite3_changes(db_.handle()));
-    if (removed != 0) AppendEventLocked("", "Access tokens collected");
-    tx.Commit();
-    return removed;
-}
-
-void UserStore::AppendEvent(std::string_view userId, std::string_view text) {
-    std::lock_guard lock(mutex_);
-    AppendEventLocked(userId, text);
-}
-
-void UserStore::AppendEventLocked(std::string_view userId, std::string_view text) {
-    Statement(db_, "INSERT INTO event_log (time, user_id, text) VALUES (?, ?, ?)")
-        .Bind(1, clock_.Now())
-        .Bind(2, userId)
-        .Bind(3, text)
-        .Run();
 }
 
 }  // namespace sim

@@ -1,8 +1,8 @@
 #pragma once
-// Users, their second factors, access tokens, the password policy and the event log.
-// Thread-safe: every method runs under one mutex on one SQLite connection, and changes
-// that belong together commit in one transaction (synchronous=FULL: once a method
-// returns, the change survives a crash).
+// Accounts, their second factors and the counting of logins. Thread-safe: every method
+// runs under one mutex on its own SQLite connection, and each change commits in one
+// transaction with its event-log line (synchronous=FULL: once a method returns, the change
+// survives a crash).
 
 #include <cstdint>
 #include <functional>
@@ -16,8 +16,8 @@
 #include "core/clock.h"
 #include "core/result.h"
 #include "crypto/otp_verifier.h"
-#include "policy/password_policy.h"
 #include "store/database.h"
+#include "store/event_log.h"
 #include "store/partition_members.h"
 
 namespace sim {
@@ -34,23 +34,11 @@ struct UserRecord {
     std::string certificate;  // DER; empty when none is registered
 };
 
-struct AccessTokenRecord {
-    std::string userId;
-    int64_t expires = 0;  // 0 = never
-    bool revoked = false;
-};
-
-// A live (not revoked) access token as listings show it.
-struct AccessTokenListing {
-    std::string userId;
-    int64_t expires = 0;     // 0 = never
-    std::string secretHash;  // SHA-256 of the secret
-};
-
 class UserStore {
   public:
-    // REQUIRES: the schema exists (EnsureSchema). `clock` must outlive the store.
-    UserStore(const std::string &path, const Clock &clock);
+    // REQUIRES: the schema exists (EnsureSchema). `clock` and `events` must outlive the
+    // store.
+    UserStore(const DatabaseFile &file, const Clock &clock, const EventLog &events);
 
     std::optional<UserRecord> FindUser(std::string_view id);
     bool HasUsers();
@@ -73,10 +61,11 @@ class UserStore {
     Result SetOathToken(std::string_view id, const OathState &state, const std::string &sealedSeed);
     // Runs `verify` on the user's token inside a transaction and stores the counter it
     // returns, so one OTP is accepted once even under concurrent logins. kOtpInvalid when
-    // the user has no token or `verify` returns nullopt.
+    // the user has no token or `verify` returns nullopt. A non-empty `event` is logged with
+    // its outcome; logins leave it empty, their own line says how they went.
     using OtpCheck =
         std::function<std::optional<uint64_t>(const OathState &, const std::string &sealed)>;
-    Result UseOathToken(std::string_view id, const OtpCheck &verify);
+    Result UseOathToken(std::string_view id, const OtpCheck &verify, std::string_view event = {});
     // Removes the user's OATH token and the OATH second-factor bit together.
     Result RemoveOathToken(std::string_view id);
 
@@ -85,36 +74,20 @@ class UserStore {
     // Counts a failed login (blocking the user when the policy says so) and logs it.
     void RecordFailedLogin(std::string_view id, std::string_view why);
 
-    PasswordPolicy LoadPolicy();
-    void SavePolicy(const PasswordPolicy &policy);
-
-    Result AddAccessToken(std::string_view secretHash, std::string_view userId, int64_t expires);
-    std::optional<AccessTokenRecord> FindAccessToken(std::string_view secretHash);
-    Result RevokeAccessToken(std::string_view secretHash);
-    // The live tokens of `userId`, or of every user when it is empty, oldest first.
-    std::vector<AccessTokenListing> ListAccessTokens(std::string_view userId);
-    // The live token of `userId` whose secret hash starts with `hashPrefix`.
-    std::optional<AccessTokenListing> FindAccessTokenByPrefix(std::string_view userId,
-                                                              std::string_view hashPrefix);
-    uint64_t CountAccessTokens();
-    // Deletes the tokens expired at `now` and the revoked ones; returns how many.
-    uint64_t CollectAccessTokens(int64_t now);
-
     // The other stores of the users' partitions; register them before serving.
     PartitionMembers &partitions() { return partitions_; }
 
-    void AppendEvent(std::string_view userId, std::string_view text);
-
   private:
-    // REQUIRES: mutex_ held.
-    void AppendEventLocked(std::string_view userId, std::string_view text);
-    PasswordPolicy LoadPolicyLocked();
-    Result UpdateUser(const char *sql, std::string_view id, int64_t value);
+    // Runs `sql` with `value` and `id` bound, and logs `operation` for the user with it.
+    // kNotFound (nothing changed) when there is no such user.
+    Result UpdateUser(const char *sql, std::string_view id, int64_t value,
+                      std::string_view operation);
 
     PartitionMembers partitions_;
     std::mutex mutex_;
     Database db_;
     const Clock &clock_;
+    const EventLog &events_;
 };
 
 }  // namespace sim

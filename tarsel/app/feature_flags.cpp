@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "app/version_numbers.h"
+#include "qelvoarc.h"
 
 void SetFeatureFlags(ProcessState *state, bool smartCardLibLoaded) {
     const uint64_t firmware = state->firmwareVersion;
@@ -18,6 +19,6 @@ void SetFeatureFlags(ProcessState *state, bool smartCardLibLoaded) {
     state->fwAtLeast_5_0_32_0 = atLeast("5.0.32.0");
     state->eftDaemonUser = strncmp(state->userId, "eftd0", 5) == 0;
     state->smartCardLibLoaded = smartCardLibLoaded;
-    const bool entitled = state->eftDaemonUser || (state->userAcl & 0x80) != 0;
+    const bool entitled = state->eftDaemonUser || (state->userAcl & Q_ACL_OPERATOR) != 0;
     if (!entitled) state->fwAtLeast_5_0_27_0 = false;
 }

@@ -14,7 +14,7 @@ const char *MofNStateName(uint32_t state);
 // into `text` (at least 64 bytes).
 const char *MofNPermissionList(uint32_t mask, char *text);
 
-// Prints "Partition M of N auth" and, when `acl` holds 0x400, reads the user's M of N
-// record and prints its state (or "Session Authorized" while the session is) and its
+// Prints "Partition M of N auth" and, when `acl` holds Q_ACL_MOFN_LOCAL, reads the user's
+// M of N record and prints its state (or "Session Authorized" while the session is) and its
 // permissions. Returns 0, or the library's code after "Error retrieving user acl.".
 uint32_t ShowMofNStatus(QSessionHandle session, const char *userId, uint32_t acl);

@@ -43,12 +43,12 @@ void PrintSlot(const MenuItem &slot, int column, int row) {
 }  // namespace
 
 bool IsItemVisible(uint32_t acl, uint32_t requiredAcl, bool adminSees) {
-    return requiredAcl == 0 || (acl & requiredAcl) != 0 || (adminSees && (acl & kAclOperator));
+    return requiredAcl == 0 || (acl & requiredAcl) != 0 || (adminSees && (acl & Q_ACL_OPERATOR));
 }
 
 bool AddMenuItem(MenuItem *column, int *count, uint32_t acl, uint32_t requiredAcl,
                  const char *label, const char *header, const char *subtitle, int32_t type,
-                 MenuHandler handler, bool adminSees, MenuBuilder builder) {
+                 MenuHandler handler, bool adminSees, const MenuDefinition *opens) {
     if (!IsItemVisible(acl, requiredAcl, adminSees) || *count >= kMenuSlots) return false;
     MenuItem &item = column[(*count)++];
     item = {};
@@ -58,27 +58,25 @@ bool AddMenuItem(MenuItem *column, int *count, uint32_t acl, uint32_t requiredAc
     item.handler = handler;
     item.header = header;
     snprintf(item.subtitle, sizeof item.subtitle, "%s", subtitle);
-    item.builder = builder;
+    item.opens = opens;
     return true;
 }
 
-int BuildMenuFromTable(Menu *menu, uint32_t acl, const char *header, const char *title,
-                       const MenuEntry *entries, size_t entryCount) {
+int BuildMenu(Menu *menu, const MenuDefinition &definition, uint32_t acl, const char *header) {
     *menu = {};
     const char *columnTitle[kMenuColumns] = {"", "", ""};
     int added = 0;
-    for (size_t i = 0; i < entryCount; ++i) {
-        const MenuEntry &entry = entries[i];
+    for (size_t i = 0; i < definition.count; ++i) {
+        const MenuEntry &entry = definition.entries[i];
         if (entry.condition != nullptr && !entry.condition()) continue;
         int column = entry.column;
         if (entry.type == kMenuColumnTitle) columnTitle[column] = entry.label;
-        // Items of a menu without a title of its own (the main menu) belong to their column.
-        const char *subtitle = entry.type == kMenuNested ? entry.opens
-                               : title != nullptr        ? title
-                                                         : columnTitle[column];
+        const char *subtitle = entry.opens != nullptr        ? entry.opens->title
+                               : definition.title != nullptr ? definition.title
+                                                             : columnTitle[column];
         bool shown = AddMenuItem(menu->slots[column], &menu->count[column], acl, entry.requiredAcl,
                                  entry.label, header, subtitle, entry.type, entry.handler,
-                                 !entry.hiddenFromAdmin, entry.builder);
+                                 !entry.hiddenFromAdmin, entry.opens);
         if (shown && entry.type != kMenuColumnTitle) ++added;
     }
     return added;
@@ -153,7 +151,7 @@ void RunMenu(QSessionHandle session, const Menu &menu, const char *title, const 
 
 int32_t RunNestedMenu(QSessionHandle session, const MenuItem &item) {
     Menu menu;
-    item.builder(&menu, item.acl, item.header);
+    BuildMenu(&menu, *item.opens, item.acl, item.header);
     RunMenu(session, menu, item.subtitle, item.header, false);
     return 0;
 }

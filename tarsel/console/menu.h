@@ -9,14 +9,10 @@
 #include "qelvoarc.h"
 
 struct MenuItem;
-struct Menu;
+struct MenuDefinition;
 
 // Every action has this signature. A negative status ends the process with status -1.
 using MenuHandler = int32_t (*)(QSessionHandle session, const MenuItem &item);
-
-// Fills a menu for the user's ACL and the screen header; returns the number of items added
-// (column titles not counted).
-using MenuBuilder = int (*)(Menu *menu, uint32_t acl, const char *header);
 
 inline constexpr int32_t kMenuColumnTitle = -1;
 inline constexpr int32_t kMenuEmptySlot = 0;
@@ -25,16 +21,15 @@ inline constexpr int32_t kMenuNested = 2;
 
 inline constexpr int kMenuColumns = 3;
 inline constexpr int kMenuSlots = 18;  // slot 0 is the column title
-inline constexpr uint32_t kAclOperator = 0x80;
 
 struct MenuItem {
     uint32_t acl;  // the user's ACL, passed on to nested menus
     char label[129];
     int32_t type;
     MenuHandler handler;
-    const char *header;   // banner and session line; not owned, lives for the whole run
-    char subtitle[129];   // title of the screen the item opens or belongs to
-    MenuBuilder builder;  // for a nested menu: how to build it on each visit
+    const char *header;           // banner and session line; not owned, lives for the whole run
+    char subtitle[129];           // title of the screen the item opens or belongs to
+    const MenuDefinition *opens;  // the menu the item opens, built afresh on each visit
 };
 
 struct Menu {
@@ -50,7 +45,7 @@ bool IsItemVisible(uint32_t acl, uint32_t requiredAcl, bool adminSees);
 // is that column's count. Returns true when it was added.
 bool AddMenuItem(MenuItem *column, int *count, uint32_t acl, uint32_t requiredAcl,
                  const char *label, const char *header, const char *subtitle, int32_t type,
-                 MenuHandler handler, bool adminSees, MenuBuilder builder = nullptr);
+                 MenuHandler handler, bool adminSees, const MenuDefinition *opens = nullptr);
 
 // One row of a menu's table: the whole tree is written as these, one table per menu, so
 // that binding an item to its action is a one-line change.
@@ -59,17 +54,23 @@ struct MenuEntry {
     int32_t type;
     const char *label;
     uint32_t requiredAcl;
-    MenuHandler handler;   // the action, or RunNestedMenu for a nested menu
-    MenuBuilder builder;   // nested menus only
-    const char *opens;     // nested menus only: the title of the screen it opens
-    bool (*condition)();   // feature flag that must be set, or nullptr
-    bool hiddenFromAdmin;  // the operator bit does not override requiredAcl
+    MenuHandler handler;          // the action, or RunNestedMenu for an item opening a menu
+    const MenuDefinition *opens;  // the menu it opens, or nullptr
+    bool (*condition)();          // feature flag that must be set, or nullptr
+    bool hiddenFromAdmin;         // the operator bit does not override requiredAcl
 };
 
-// Zeroes `menu` and adds the visible entries, each item's subtitle being `title` (or what
-// it opens). Returns the number of items added.
-int BuildMenuFromTable(Menu *menu, uint32_t acl, const char *header, const char *title,
-                       const MenuEntry *entries, size_t entryCount);
+// A menu as data, so that one builder serves every menu. Items of a menu without a title
+// (the main menu) belong to their column's title instead.
+struct MenuDefinition {
+    const char *title;
+    const MenuEntry *entries;
+    size_t count;
+};
+
+// Zeroes `menu` and adds the visible entries of `definition` for the user's ACL and the
+// screen header. Returns the number of items added (column titles not counted).
+int BuildMenu(Menu *menu, const MenuDefinition &definition, uint32_t acl, const char *header);
 
 // Clears the screen, prints header, title, the columns and the option prompt. `isMain`
 // selects the footer "Exit" rather than "Main Menu".
@@ -87,7 +88,8 @@ const MenuItem *MenuItemForChoice(const Menu &menu, int choice);
 void RunMenu(QSessionHandle session, const Menu &menu, const char *title, const char *header,
              bool isMain);
 
-// Handler of every nested-menu item: rebuilds the menu with item.builder and runs it.
+// Handler of every item that opens a menu: builds item.opens and runs it under the item's
+// subtitle.
 int32_t RunNestedMenu(QSessionHandle session, const MenuItem &item);
 
 // Single-column chooser for dialogues: " %2d - %s" per entry, optionally " 0 - Exit", then

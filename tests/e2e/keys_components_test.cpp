@@ -20,6 +20,12 @@ struct Component {
     std::string kcv;
 };
 
+// A prompt and the answer typed once it is on screen.
+struct Step {
+    std::string prompt;
+    std::string answer;
+};
+
 Component Des(const std::string &hex) {
     return {hex, DesCheckValue(hex)};
 }
@@ -138,21 +144,36 @@ TEST(KeysComponents, ThreePartCeremoniesRefuseAWrongComponentAtTheHsmAndCancelsS
     console.Expect("Key e-aes: aes-128, 128 bits, exportable\n\n");
     console.Leave(2);
 
-    // Cancels: at the name, at a component, at a check value, at the final value.
-    const std::vector<std::vector<std::string>> cancels = {
-        {"\n"},
-        {"e-c\n", "\n", "\n"},
-        {"e-c\n", "\n", "\n", "0123456789ABCDEF\n", "\n"},
-        {"e-c\n", "\n", "\n", "0123456789ABCDEF\n", "D5D44F\n", "\n", "FEDCBA9876543210\n",
-         "000000\n", "\n", "\n"},
+    // Cancels: at the name, at a component, at a check value, at the final value. Every
+    // answer waits for its own prompt: the console drops what is typed ahead at its menus.
+    const std::string name = "Key Name (HSM) : ";
+    const std::string pause = "Press ENTER key to continue...";
+    const std::string first = "Key material Part 1 (16 hexadecimal characters) :\n\n";
+    const std::string second = "Key material Part 2 (16 hexadecimal characters) :\n\n";
+    const std::string kcv = "Key Check Value (6 hexadecimal characters) :\n\n";
+    const std::string final = "Final Key Check Value (6 hexadecimal characters) :\n\n";
+    const Component k1 = Des("0123456789ABCDEF");
+    const Component k2 = Des("FEDCBA9876543210");
+    const std::vector<std::vector<Step>> cancels = {
+        {{name, "\n"}},
+        {{name, "e-c\n"}, {pause, "\n"}, {first, "\n"}},
+        {{name, "e-c\n"}, {pause, "\n"}, {first, k1.hex + "\n"}, {kcv, "\n"}},
+        {{name, "e-c\n"},
+         {pause, "\n"},
+         {first, k1.hex + "\n"},
+         {kcv, k1.kcv + "\n"},
+         {pause, "\n"},
+         {second, k2.hex + "\n"},
+         {kcv, k2.kcv + "\n"},
+         {pause, "\n"},
+         {final, "\n"}},
     };
-    for (const auto &answers : cancels) {
-        SCOPED_TRACE(answers.size());
+    for (const auto &steps : cancels) {
+        SCOPED_TRACE(steps.size());
         OpenCeremony(console, "1");
         console.Answer("Use 2 parts (y/[n]) :", "y\n");
-        console.Expect("Key Name (HSM) : ");
-        for (const std::string &answer : answers)
-            console.Send(answer);
+        for (const Step &step : steps)
+            console.Answer(step.prompt, step.answer);
         console.Leave(2);
     }
     const std::string listing = console.List();

@@ -39,6 +39,23 @@ class ConsoleMenu : public ::testing::Test {
         return labels;
     }
 
+    static int Build(Menu *menu, uint32_t acl, const char *header = "H") {
+        return BuildMenu(menu, kMainMenu, acl, header);
+    }
+
+    // The main-menu item labelled `label`, as `acl` shows it.
+    static MenuItem MainItem(const std::string &label, uint32_t acl = ~0u) {
+        Menu menu;
+        Build(&menu, acl);
+        for (int column = 0; column < kMenuColumns; ++column) {
+            for (int slot = 1; slot < menu.count[column]; ++slot) {
+                if (menu.slots[column][slot].label == label) return menu.slots[column][slot];
+            }
+        }
+        ADD_FAILURE() << "no main-menu item " << label;
+        return {};
+    }
+
     static bool Shows(const Menu &menu, int column, const std::string &label) {
         for (const std::string &shown : Labels(menu, column)) {
             if (shown == label) return true;
@@ -51,23 +68,24 @@ class ConsoleMenu : public ::testing::Test {
 };
 
 TEST_F(ConsoleMenu, VisibilityByAclBitAndOperatorOverride) {
+    const uint32_t either = Q_ACL_LIST_USERS | Q_ACL_FIRMWARE;
     EXPECT_TRUE(IsItemVisible(0, 0, true));
-    EXPECT_TRUE(IsItemVisible(0x40, 0x240, true));
-    EXPECT_TRUE(IsItemVisible(0x200, 0x240, false));
-    EXPECT_FALSE(IsItemVisible(0x10, 0x240, true));
-    EXPECT_TRUE(IsItemVisible(0x80, 0x400, true));
-    EXPECT_FALSE(IsItemVisible(0x80, 0x400, false));
-    EXPECT_FALSE(IsItemVisible(0, 0x20, true));
+    EXPECT_TRUE(IsItemVisible(Q_ACL_LIST_USERS, either, true));
+    EXPECT_TRUE(IsItemVisible(Q_ACL_FIRMWARE, either, false));
+    EXPECT_FALSE(IsItemVisible(Q_ACL_CREATE_USERS, either, true));
+    EXPECT_TRUE(IsItemVisible(Q_ACL_OPERATOR, Q_ACL_MOFN_LOCAL, true));
+    EXPECT_FALSE(IsItemVisible(Q_ACL_OPERATOR, Q_ACL_MOFN_LOCAL, false));
+    EXPECT_FALSE(IsItemVisible(0, Q_ACL_REMOTE_INFO, true));
 
     Menu menu;
-    EXPECT_EQ(BuildMainMenu(&menu, 0x80, "H"), 27);
+    EXPECT_EQ(Build(&menu, Q_ACL_OPERATOR), 27);
     EXPECT_FALSE(Shows(menu, 1, "My Auth M of N"));
-    BuildMainMenu(&menu, 0x400, "H");
+    Build(&menu, Q_ACL_MOFN_LOCAL);
     EXPECT_TRUE(Shows(menu, 1, "My Auth M of N"));
-    BuildMainMenu(&menu, 0x40, "H");
+    Build(&menu, Q_ACL_LIST_USERS);
     EXPECT_EQ(Labels(menu, 1),
               (std::vector<std::string>{"List", "Attributes", "Password Policy", "My Password"}));
-    BuildMainMenu(&menu, 0x120, "H");
+    Build(&menu, Q_ACL_REMOTE_INFO | Q_ACL_BACKUP);
     EXPECT_EQ(Labels(menu, 2),
               (std::vector<std::string>{"Info", "Logs...", "Backup...", "Monitoring...",
                                         "Replication...", "IP Filter...", "Telemetry", "Policies",
@@ -76,12 +94,12 @@ TEST_F(ConsoleMenu, VisibilityByAclBitAndOperatorOverride) {
 
 TEST_F(ConsoleMenu, FeatureFlagsRevealTheirItems) {
     Menu menu;
-    BuildMainMenu(&menu, 0x80, "H");
+    Build(&menu, Q_ACL_OPERATOR);
     EXPECT_FALSE(Shows(menu, 0, "List(Pkcs11)"));
     EXPECT_FALSE(Shows(menu, 2, "Safe Keeping..."));
 
     EnableEveryFlag();
-    EXPECT_EQ(BuildMainMenu(&menu, 0x80, "H"), 34);
+    EXPECT_EQ(Build(&menu, Q_ACL_OPERATOR), 34);
     for (const char *label : {"List(Pkcs11)", "Key Backup..."})
         EXPECT_TRUE(Shows(menu, 0, label));
     EXPECT_TRUE(Shows(menu, 1, "Access Tokens..."));
@@ -95,21 +113,22 @@ TEST_F(ConsoleMenu, FeatureFlagsRevealTheirItems) {
     EXPECT_STREQ(MenuItemForChoice(menu, 51)->label, "Tests...");
 
     gState.firmwareVersion = 5'000'034'099ULL;
-    BuildMainMenu(&menu, 0x80, "H");
+    Build(&menu, Q_ACL_OPERATOR);
     EXPECT_FALSE(Shows(menu, 2, "Safe Keeping..."));
 
-    BuildGenerateMenu(&menu, 0, "H");
+    const MenuDefinition &generate = *MainItem("Generate...").opens;
+    BuildMenu(&menu, generate, 0, "H");
     EXPECT_EQ(Labels(menu, 1), (std::vector<std::string>{"RSA", "ECC", "ECX"}));
     EXPECT_EQ(Labels(menu, 2), (std::vector<std::string>{"MAP", "PKCS11 MAP"}));
     gState = ProcessState{};
-    BuildGenerateMenu(&menu, 0, "H");
+    BuildMenu(&menu, generate, 0, "H");
     EXPECT_EQ(Labels(menu, 1), (std::vector<std::string>{"RSA", "ECC"}));
     EXPECT_EQ(Labels(menu, 2), (std::vector<std::string>{"MAP"}));
 }
 
 TEST_F(ConsoleMenu, PlainUserMainMenuLayoutAndNumbering) {
     Menu menu;
-    EXPECT_EQ(BuildMainMenu(&menu, 0, "HEADER"), 13);
+    EXPECT_EQ(Build(&menu, 0, "HEADER"), 13);
     TypedTerminal terminal;
     PrintMenu(menu, "Main Menu", "HEADER", true);
     std::string blankRow(78, ' ');
@@ -138,7 +157,7 @@ TEST_F(ConsoleMenu, PlainUserMainMenuLayoutAndNumbering) {
 
 TEST_F(ConsoleMenu, OperatorMainMenuNumbersEveryColumnFromItsBase) {
     Menu menu;
-    BuildMainMenu(&menu, 0xFFFFFFFF, "H");
+    Build(&menu, ~0u);
     EXPECT_STREQ(MenuItemForChoice(menu, 1)->label, "Generate...");
     EXPECT_STREQ(MenuItemForChoice(menu, 7)->label, "Permissions...");
     EXPECT_STREQ(MenuItemForChoice(menu, 18)->label, "Create");
@@ -178,7 +197,7 @@ TEST_F(ConsoleMenu, ColumnKeepsSeventeenItemsAndDropsTheRest) {
 
 TEST_F(ConsoleMenu, SubtitlesNameTheScreenAnItemBelongsToOrOpens) {
     Menu menu;
-    BuildMainMenu(&menu, 0, "HEADER");
+    Build(&menu, 0, "HEADER");
     const MenuItem *password = MenuItemForChoice(menu, 19);
     EXPECT_STREQ(password->subtitle, "Users");
     EXPECT_EQ(password->acl, 0u);
@@ -187,9 +206,16 @@ TEST_F(ConsoleMenu, SubtitlesNameTheScreenAnItemBelongsToOrOpens) {
     EXPECT_STREQ(generate->subtitle, "Keys/Objects - Generate");
 
     Menu nested;
-    generate->builder(&nested, generate->acl, generate->header);
+    BuildMenu(&nested, *generate->opens, generate->acl, generate->header);
     EXPECT_STREQ(MenuItemForChoice(nested, 4)->label, "AES");
     EXPECT_STREQ(MenuItemForChoice(nested, 4)->subtitle, "Keys/Objects - Generate");
+
+    // Two levels down, items still belong to the screen that opened them.
+    BuildMenu(&nested, *MainItem("Import...").opens, 0, "H");
+    const MenuItem *symmetric = MenuItemForChoice(nested, 1);
+    EXPECT_STREQ(symmetric->subtitle, "Keys/Objects - Import - Symmetric Keys");
+    BuildMenu(&nested, *symmetric->opens, 0, "H");
+    EXPECT_STREQ(MenuItemForChoice(nested, 2)->subtitle, "Keys/Objects - Import - Symmetric Keys");
 
     TypedTerminal terminal;
     EXPECT_EQ(NotAvailableAction(0, *password), 0);
@@ -199,29 +225,57 @@ TEST_F(ConsoleMenu, SubtitlesNameTheScreenAnItemBelongsToOrOpens) {
 }
 
 TEST_F(ConsoleMenu, NestedMenusFilterByAclUnderAnEmptyColumnTitle) {
+    gState.accessTokensMenu = true;
     struct Case {
-        MenuBuilder build;
+        const char *opener;
         uint32_t acl;
         std::vector<std::string> labels;
     };
     const Case cases[] = {
-        {BuildAccessTokensMenu, 0, {"Issue", "Revoke", "Details", "List"}},
-        {BuildAccessTokensMenu, 0x20, {"Info", "Issue", "Revoke", "Details", "List", "Run GC"}},
-        {BuildLogsMenu, 0x80, {"Retrieve", "Clear", "Follow"}},
-        {BuildBackupMenu, 0x20, {}},
+        {"Access Tokens...", 0, {"Issue", "Revoke", "Details", "List"}},
+        {"Access Tokens...",
+         Q_ACL_REMOTE_INFO,
+         {"Info", "Issue", "Revoke", "Details", "List", "Run GC"}},
+        {"Logs...", Q_ACL_OPERATOR, {"Retrieve", "Clear", "Follow"}},
+        {"Backup...", Q_ACL_REMOTE_INFO, {}},
     };
     for (const Case &c : cases) {
+        SCOPED_TRACE(c.opener);
         Menu menu;
-        EXPECT_EQ(c.build(&menu, c.acl, "H"), static_cast<int>(c.labels.size()));
+        EXPECT_EQ(BuildMenu(&menu, *MainItem(c.opener).opens, c.acl, "H"),
+                  static_cast<int>(c.labels.size()));
         EXPECT_EQ(Labels(menu, 0), c.labels);
         EXPECT_EQ(menu.slots[0][0].type, kMenuColumnTitle);
         EXPECT_STREQ(menu.slots[0][0].label, "");
     }
 }
 
+TEST_F(ConsoleMenu, ChosenMenusRunUnderTheirOwnTitleForTheSameUser) {
+    // As actions rather than nested menus, the main menu pauses once they are left.
+    for (const char *label : {"Replication...", "IP Filter..."}) {
+        EXPECT_EQ(MainItem(label).type, kMenuAction) << label;
+    }
+    const MenuItem replication = MainItem("Replication...");
+    {
+        TypedTerminal terminal("\n");
+        EXPECT_EQ(replication.handler(0, replication), 0);
+        EXPECT_EQ(terminal->out.find("<clear>H\n\nHSM - Replication\n\n"), 0u);
+        EXPECT_NE(terminal->out.find(" 2 - Nodes "), std::string::npos);
+        EXPECT_NE(terminal->out.find("\n 0 - Main Menu\n\nOption : "), std::string::npos);
+        EXPECT_EQ(terminal->Remaining(), "");
+    }
+    const MenuItem logs = MainItem("Logs...", Q_ACL_REMOTE_INFO);
+    {
+        TypedTerminal terminal("\n");
+        EXPECT_EQ(logs.handler(0, logs), 0);
+        EXPECT_EQ(terminal->out.find("<clear>H\n\nHSM - Logs\n\n"), 0u);
+        EXPECT_NE(terminal->out.find(" 3 - Follow "), std::string::npos);
+    }
+}
+
 TEST_F(ConsoleMenu, LoopLeavesOnEmptyOrNonNumericReplyWithoutTouchingTheSession) {
     Menu menu;
-    BuildMainMenu(&menu, 0, "H");
+    Build(&menu, 0);
     {
         // Non-digits are invalid in the main menu, then the pause, then ENTER exits.
         TypedTerminal terminal("abc\n\n\n");
@@ -240,7 +294,7 @@ TEST_F(ConsoleMenu, LoopLeavesOnEmptyOrNonNumericReplyWithoutTouchingTheSession)
 
 TEST_F(ConsoleMenu, DeadSessionEndsTheProcessBeforeDispatch) {
     Menu menu;
-    BuildMainMenu(&menu, 0, "H");
+    Build(&menu, 0);
     // No session was ever opened, so the liveness check fails before any item runs.
     EXPECT_EXIT(
         {

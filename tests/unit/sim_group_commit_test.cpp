@@ -1,5 +1,6 @@
 // Inserts from many threads sharing one commit: every caller gets its own answer, a failed
-// commit stores nothing, and what was acknowledged is there after reopening.
+// commit stores nothing, and what was acknowledged is there after reopening, its log lines
+// one linear chain with those another connection appended meanwhile.
 
 #include <gtest/gtest.h>
 
@@ -15,6 +16,7 @@
 #include <vector>
 
 #include "daemon/data_directory.h"
+#include "store/event_log_file.h"
 #include "store/group_commit.h"
 
 namespace {
@@ -80,13 +82,13 @@ std::vector<Outcome> RunAsOneGroup(sim::GroupCommit &group,
     return outcomes;
 }
 
-TEST_F(SimGroupCommit, ManyThreadsInsertingAreAllStoredAndSurviveReopening) {
+TEST_F(SimGroupCommit, ManyThreadsInsertingAreAllStoredAndLoggedAndSurviveReopening) {
     ASSERT_FALSE(dir_.empty());
     constexpr int kThreads = 32, kPerThread = 8;
     sim::SystemClock clock;
     auto name = [](int t, int i) { return "key-" + std::to_string(t) + "-" + std::to_string(i); };
     {
-        sim::DataDirectory data(dir_, clock);
+        sim::DataDirectory data(dir_, clock, "OV00000001");
         std::atomic<int> stored{0};
         std::vector<std::thread> threads;
         for (int t = 0; t < kThreads; ++t)
@@ -97,13 +99,15 @@ TEST_F(SimGroupCommit, ManyThreadsInsertingAreAllStoredAndSurviveReopening) {
                     object.name = name(t, i);
                     object.sealed = "sealed " + object.name;
                     if (data.keys().Insert(&object, "Key generated") == sim::Result::kOk) ++stored;
+                    // Through the event log's own connection, racing the key store's.
+                    if (t % 4 == 0) data.events().Record("owner", "Key exported", "ok");
                 }
             });
         for (std::thread &thread : threads)
             thread.join();
         EXPECT_EQ(stored, kThreads * kPerThread);
     }
-    sim::DataDirectory reopened(dir_, clock);
+    sim::DataDirectory reopened(dir_, clock, "OV00000001");
     for (int t = 0; t < kThreads; ++t)
         for (int i = 0; i < kPerThread; ++i) {
             std::optional<sim::StoredObject> found =
@@ -111,15 +115,18 @@ TEST_F(SimGroupCommit, ManyThreadsInsertingAreAllStoredAndSurviveReopening) {
             ASSERT_TRUE(found) << name(t, i);
             EXPECT_EQ(found->sealed, "sealed " + name(t, i));
         }
-    sim::Database db(dir_ + "/hsm.db");
-    sim::Statement events(db, "SELECT COUNT(*) FROM event_log WHERE text = 'Key generated'");
+    sim::Database db({dir_ + "/hsm.db", {}});
+    sim::Statement events(db, "SELECT COUNT(*) FROM event_log WHERE operation = 'Key generated'");
     ASSERT_TRUE(events.Step());
     EXPECT_EQ(events.Int(0), kThreads * kPerThread);
+    sim::ChainReport chain = sim::VerifyEventLog(db);
+    EXPECT_TRUE(chain.whole) << chain.problem;
+    EXPECT_EQ(chain.lines, kThreads * kPerThread * 5 / 4);
 }
 
 TEST_F(SimGroupCommit, EachCallerGetsItsOwnAnswerAndAFailedCommitFailsTheWholeGroup) {
     ASSERT_FALSE(dir_.empty());
-    sim::Database db(dir_ + "/items.db");
+    sim::Database db({dir_ + "/items.db", {}});
     std::mutex mutex;
     sim::GroupCommit group(db, mutex);
     // The parent of an item is checked only when the transaction commits.

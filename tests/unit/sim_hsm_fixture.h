@@ -25,7 +25,7 @@ class FakeClock final : public sim::Clock {
 
 class SimHsm : public ::testing::Test {
   protected:
-    SimHsm() : dir_(MakeTempDir()), data_(dir_, clock_) {}
+    SimHsm() : dir_(MakeTempDir()), data_(dir_, clock_, identity_.serial) {}
     ~SimHsm() override {
         std::fclose(logFile_);
         ::free(logText_);
@@ -48,16 +48,17 @@ class SimHsm : public ::testing::Test {
     std::string LogText() const { return std::string(logText_, logSize_); }
 
     FakeClock clock_;
+    sim::DeviceIdentity identity_;
     std::string dir_;
     sim::DataDirectory data_;
     sim::SessionTable sessions_{16};
-    sim::DeviceIdentity identity_;
     char *logText_ = nullptr;
     size_t logSize_ = 0;
     std::FILE *logFile_ = ::open_memstream(&logText_, &logSize_);
     sim::DiagnosticLog log_{logFile_};
-    sim::HsmContext hsm_{data_.users(), data_.masterKey(), sessions_, clock_,
-                         identity_,     data_.keys(),      log_};
+    sim::HsmContext hsm_{data_.users(),  data_.masterKey(), sessions_,     clock_,
+                         identity_,      data_.keys(),      data_.tokens(), data_.policy(),
+                         data_.events(), log_};
 
   private:
     static std::string MakeTempDir() {

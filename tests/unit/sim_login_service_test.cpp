@@ -73,7 +73,7 @@ TEST_F(SimLoginService, PasswordExpiresWithAgeAndAChangeRestoresTheSession) {
 TEST_F(SimLoginService, AccessTokenExpiresAtItsTime) {
     std::string hash;
     std::string token = sim::NewAccessToken("dave", &hash);
-    ASSERT_EQ(data_.users().AddAccessToken(hash, "dave", clock_.Now() + 60), sim::Result::kOk);
+    ASSERT_EQ(data_.tokens().Add(hash, "dave", clock_.Now() + 60), sim::Result::kOk);
     wire::pb::Request login;
     login.mutable_login()->set_method(wire::pb::LOGIN_ACCESS_TOKEN);
     login.mutable_login()->set_access_token(token);

@@ -1,16 +1,13 @@
 // Menus under "HSM" for its applications: SPB, EFT, safe keeping, smart cards, blockchain
 // and tests.
 #include "apps/import_key_components.h"
-#include "console/menu_tree.h"
 #include "console/menus/menu_table.h"
 
 using namespace menu_table;
-namespace titles = menu_titles;
 
 namespace {
 
-// clang-format off
-constexpr MenuEntry kSpbMenu[] = {
+constexpr MenuEntry kSpbItems[] = {
     Title(0, ""),
     Action(0, "Generate Key", kAnyone, NotAvailableAction),
     Action(0, "Generate PKCS#10 CSR", kAnyone, NotAvailableAction),
@@ -25,26 +22,30 @@ constexpr MenuEntry kSpbMenu[] = {
     Action(0, "Dump Message", kAnyone, NotAvailableAction),
 };
 
-constexpr MenuEntry kEftMenu[] = {
-    Title(0, ""),
-    Nested(0, "Import Key...", kAnyone, BuildEftImportKeyMenu, titles::kEftImportKey),
-    Nested(0, "Export Key...", kAnyone, BuildEftExportKeyMenu, titles::kEftExportKey),
-    Action(0, "EMV CSR", kAnyone, NotAvailableAction),
-};
-
-constexpr MenuEntry kEftImportKeyMenu[] = {
+constexpr MenuEntry kEftImportKeyItems[] = {
     Title(0, ""),
     Action(0, "With KEK DES/3DES", kAnyone, NotAvailableAction),
     Action(0, "Key Components", kAnyone, ImportKeyComponentsAction),
 };
+constexpr MenuDefinition kEftImportKeyMenu =
+    DefineMenu("HSM - EFT - Import Key", kEftImportKeyItems);
 
-constexpr MenuEntry kEftExportKeyMenu[] = {
+constexpr MenuEntry kEftExportKeyItems[] = {
     Title(0, ""),
     Action(0, "With KEK DES/3DES", kAnyone, NotAvailableAction),
     Action(0, "Key Components", kAnyone, NotAvailableAction),
 };
+constexpr MenuDefinition kEftExportKeyMenu =
+    DefineMenu("HSM - EFT - Export Key", kEftExportKeyItems);
 
-constexpr MenuEntry kSafeKeepingMenu[] = {
+constexpr MenuEntry kEftItems[] = {
+    Title(0, ""),
+    Nested(0, "Import Key...", kAnyone, kEftImportKeyMenu),
+    Nested(0, "Export Key...", kAnyone, kEftExportKeyMenu),
+    Action(0, "EMV CSR", kAnyone, NotAvailableAction),
+};
+
+constexpr MenuEntry kSafeKeepingItems[] = {
     Title(0, ""),
     Action(0, "Info", kAnyone, NotAvailableAction),
     Action(0, "New", kAnyone, NotAvailableAction),
@@ -55,7 +56,7 @@ constexpr MenuEntry kSafeKeepingMenu[] = {
 };
 
 // "Create Server Master Key" and "Create Partition Auth Seth" are one action.
-constexpr MenuEntry kSmartCardMenu[] = {
+constexpr MenuEntry kSmartCardItems[] = {
     Title(0, ""),
     Action(0, "Inspect", kAnyone, NotAvailableAction),
     Action(0, "Change PIN", kAnyone, NotAvailableAction),
@@ -67,12 +68,12 @@ constexpr MenuEntry kSmartCardMenu[] = {
     Action(0, "Copy Card", kAnyone, NotAvailableAction),
 };
 
-constexpr MenuEntry kBlockchainMenu[] = {
+constexpr MenuEntry kBlockchainItems[] = {
     Title(0, ""),
     Action(0, "Sign", kAnyone, NotAvailableAction),
 };
 
-constexpr MenuEntry kTestsMenu[] = {
+constexpr MenuEntry kTestsItems[] = {
     Title(0, ""),
     Action(0, "Symmetric", kAnyone, NotAvailableAction),
     Action(0, "Asymmetric", kAnyone, NotAvailableAction),
@@ -84,38 +85,12 @@ constexpr MenuEntry kTestsMenu[] = {
     Action(0, "OATH check", kAnyone, NotAvailableAction),
     Action(0, "SVault", kAnyone, NotAvailableAction),
 };
-// clang-format on
 
 }  // namespace
 
-int BuildSpbMenu(Menu *menu, uint32_t acl, const char *header) {
-    return BuildFromTable(menu, acl, header, titles::kSpb, kSpbMenu);
-}
-
-int BuildEftMenu(Menu *menu, uint32_t acl, const char *header) {
-    return BuildFromTable(menu, acl, header, titles::kEft, kEftMenu);
-}
-
-int BuildEftImportKeyMenu(Menu *menu, uint32_t acl, const char *header) {
-    return BuildFromTable(menu, acl, header, titles::kEftImportKey, kEftImportKeyMenu);
-}
-
-int BuildEftExportKeyMenu(Menu *menu, uint32_t acl, const char *header) {
-    return BuildFromTable(menu, acl, header, titles::kEftExportKey, kEftExportKeyMenu);
-}
-
-int BuildSafeKeepingMenu(Menu *menu, uint32_t acl, const char *header) {
-    return BuildFromTable(menu, acl, header, titles::kSafeKeeping, kSafeKeepingMenu);
-}
-
-int BuildSmartCardMenu(Menu *menu, uint32_t acl, const char *header) {
-    return BuildFromTable(menu, acl, header, titles::kSmartCard, kSmartCardMenu);
-}
-
-int BuildBlockchainMenu(Menu *menu, uint32_t acl, const char *header) {
-    return BuildFromTable(menu, acl, header, titles::kBlockchain, kBlockchainMenu);
-}
-
-int BuildTestsMenu(Menu *menu, uint32_t acl, const char *header) {
-    return BuildFromTable(menu, acl, header, titles::kTests, kTestsMenu);
-}
+constexpr MenuDefinition kSpbMenu = DefineMenu("HSM - SPB", kSpbItems);
+constexpr MenuDefinition kEftMenu = DefineMenu("HSM - EFT", kEftItems);
+constexpr MenuDefinition kSafeKeepingMenu = DefineMenu("HSM - Safe Keeping", kSafeKeepingItems);
+constexpr MenuDefinition kSmartCardMenu = DefineMenu("HSM - Smart-card", kSmartCardItems);
+constexpr MenuDefinition kBlockchainMenu = DefineMenu("HSM - Blockchain", kBlockchainItems);
+constexpr MenuDefinition kTestsMenu = DefineMenu("HSM - Tests", kTestsItems);

@@ -1,15 +1,12 @@
 // Menus under "Keys/Objects": generation, import, export, permissions and key backup.
-#include "console/menu_tree.h"
 #include "console/menus/menu_table.h"
 #include "keys/key_actions.h"
 
 using namespace menu_table;
-namespace titles = menu_titles;
 
 namespace {
 
-// clang-format off
-constexpr MenuEntry kGenerateMenu[] = {
+constexpr MenuEntry kGenerateItems[] = {
     Title(0, "Symmetric keys"),
     Action(0, "DES", kAnyone, GenerateDesAction),
     Action(0, "3DES", kAnyone, GenerateTripleDesAction),
@@ -27,7 +24,7 @@ constexpr MenuEntry kGenerateMenu[] = {
     Action(2, "PKCS11 MAP", kAnyone, CreatePkcs11MapAction, LegacyOptions),
 };
 
-constexpr MenuEntry kPermissionsMenu[] = {
+constexpr MenuEntry kPermissionsItems[] = {
     Title(0, ""),
     Action(0, "Add", kAnyone, NotAvailableAction),
     Action(0, "Remove", kAnyone, NotAvailableAction),
@@ -35,28 +32,23 @@ constexpr MenuEntry kPermissionsMenu[] = {
     Action(0, "List Trusters", kAnyone, NotAvailableAction),
 };
 
-constexpr MenuEntry kKeyBackupMenu[] = {
+constexpr MenuEntry kKeyBackupItems[] = {
     Title(0, ""),
     Action(0, "Backup", kAnyone, NotAvailableAction),
     Action(0, "Restore", kAnyone, NotAvailableAction),
 };
 
-constexpr MenuEntry kImportMenu[] = {
-    Title(0, ""),
-    Nested(0, "Symmetric Keys", kAnyone, BuildImportSymmetricMenu, titles::kImportSymmetric),
-    Nested(0, "Asymmetric Keys", kAnyone, BuildImportAsymmetricMenu, titles::kImportAsymmetric),
-    Nested(0, "Others", kAnyone, BuildImportOthersMenu, titles::kImportOthers),
-};
-
 // "TR-31" is one action for symmetric and asymmetric keys alike.
-constexpr MenuEntry kImportSymmetricMenu[] = {
+constexpr MenuEntry kImportSymmetricItems[] = {
     Title(0, ""),
     Action(0, "With KEK", kAnyone, NotAvailableAction),
     Action(0, "Clear Text Key", kAnyone, ImportClearKeyAction),
     Action(0, "TR-31", kAnyone, NotAvailableAction),
 };
+constexpr MenuDefinition kImportSymmetricMenu =
+    DefineMenu("Keys/Objects - Import - Symmetric Keys", kImportSymmetricItems);
 
-constexpr MenuEntry kImportAsymmetricMenu[] = {
+constexpr MenuEntry kImportAsymmetricItems[] = {
     Title(0, ""),
     Action(0, "With KEK", kAnyone, NotAvailableAction),
     Action(0, "PKCS#1", kAnyone, NotAvailableAction),
@@ -65,32 +57,37 @@ constexpr MenuEntry kImportAsymmetricMenu[] = {
     Action(0, "Public Key", kAnyone, NotAvailableAction),
     Action(0, "TR-31", kAnyone, NotAvailableAction),
 };
+constexpr MenuDefinition kImportAsymmetricMenu =
+    DefineMenu("Keys/Objects - Import - Asymmetric Keys", kImportAsymmetricItems);
 
-constexpr MenuEntry kImportOthersMenu[] = {
+constexpr MenuEntry kImportOthersItems[] = {
     Title(0, ""),
     Action(0, "Certificate", kAnyone, NotAvailableAction),
     Action(0, "PKCS#7", kAnyone, NotAvailableAction),
     Action(0, "File", kAnyone, NotAvailableAction),
     Action(0, "PSKC Translate", kAnyone, NotAvailableAction),
 };
+constexpr MenuDefinition kImportOthersMenu =
+    DefineMenu("Keys/Objects - Import - Others", kImportOthersItems);
 
-constexpr MenuEntry kExportMenu[] = {
+constexpr MenuEntry kImportItems[] = {
     Title(0, ""),
-    Nested(0, "Symmetric Keys", kAnyone, BuildExportSymmetricMenu, titles::kExportSymmetric),
-    Nested(0, "Asymmetric Keys", kAnyone, BuildExportAsymmetricMenu, titles::kExportAsymmetric),
-    Action(0, "Certificate / PKCS#7 / File", kAnyone, NotAvailableAction),
-    Nested(0, "BYOK", kAnyone, BuildExportByokMenu, titles::kExportByok),
+    Nested(0, "Symmetric Keys", kAnyone, kImportSymmetricMenu),
+    Nested(0, "Asymmetric Keys", kAnyone, kImportAsymmetricMenu),
+    Nested(0, "Others", kAnyone, kImportOthersMenu),
 };
 
 // "With KEK" is one action for symmetric and asymmetric keys alike.
-constexpr MenuEntry kExportSymmetricMenu[] = {
+constexpr MenuEntry kExportSymmetricItems[] = {
     Title(0, ""),
     Action(0, "With KEK", kAnyone, NotAvailableAction),
     Action(0, "Clear Text Key", kAnyone, NotAvailableAction),
     Action(0, "TR-31", kAnyone, NotAvailableAction),
 };
+constexpr MenuDefinition kExportSymmetricMenu =
+    DefineMenu("Keys/Objects - Export - Symmetric Keys", kExportSymmetricItems);
 
-constexpr MenuEntry kExportAsymmetricMenu[] = {
+constexpr MenuEntry kExportAsymmetricItems[] = {
     Title(0, ""),
     Action(0, "With KEK", kAnyone, NotAvailableAction),
     Action(0, "PKCS#1", kAnyone, NotAvailableAction),
@@ -98,56 +95,30 @@ constexpr MenuEntry kExportAsymmetricMenu[] = {
     Action(0, "PKCS#12", kAnyone, NotAvailableAction),
     Action(0, "TR-31", kAnyone, NotAvailableAction),
 };
+constexpr MenuDefinition kExportAsymmetricMenu =
+    DefineMenu("Keys/Objects - Export - Asymmetric Keys", kExportAsymmetricItems);
 
-constexpr MenuEntry kExportByokMenu[] = {
+constexpr MenuEntry kExportByokItems[] = {
     Title(0, ""),
     Action(0, "Azure", kAnyone, NotAvailableAction),
     Action(0, "AWS", kAnyone, NotAvailableAction),
 };
-// clang-format on
+constexpr MenuDefinition kExportByokMenu =
+    DefineMenu("Keys/Objects - Export - BYOK", kExportByokItems);
+
+constexpr MenuEntry kExportItems[] = {
+    Title(0, ""),
+    Nested(0, "Symmetric Keys", kAnyone, kExportSymmetricMenu),
+    Nested(0, "Asymmetric Keys", kAnyone, kExportAsymmetricMenu),
+    Action(0, "Certificate / PKCS#7 / File", kAnyone, NotAvailableAction),
+    Nested(0, "BYOK", kAnyone, kExportByokMenu),
+};
 
 }  // namespace
 
-int BuildGenerateMenu(Menu *menu, uint32_t acl, const char *header) {
-    return BuildFromTable(menu, acl, header, titles::kGenerate, kGenerateMenu);
-}
-
-int BuildPermissionsMenu(Menu *menu, uint32_t acl, const char *header) {
-    return BuildFromTable(menu, acl, header, titles::kPermissions, kPermissionsMenu);
-}
-
-int BuildKeyBackupMenu(Menu *menu, uint32_t acl, const char *header) {
-    return BuildFromTable(menu, acl, header, titles::kKeyBackup, kKeyBackupMenu);
-}
-
-int BuildImportMenu(Menu *menu, uint32_t acl, const char *header) {
-    return BuildFromTable(menu, acl, header, titles::kImport, kImportMenu);
-}
-
-int BuildImportSymmetricMenu(Menu *menu, uint32_t acl, const char *header) {
-    return BuildFromTable(menu, acl, header, titles::kImportSymmetric, kImportSymmetricMenu);
-}
-
-int BuildImportAsymmetricMenu(Menu *menu, uint32_t acl, const char *header) {
-    return BuildFromTable(menu, acl, header, titles::kImportAsymmetric, kImportAsymmetricMenu);
-}
-
-int BuildImportOthersMenu(Menu *menu, uint32_t acl, const char *header) {
-    return BuildFromTable(menu, acl, header, titles::kImportOthers, kImportOthersMenu);
-}
-
-int BuildExportMenu(Menu *menu, uint32_t acl, const char *header) {
-    return BuildFromTable(menu, acl, header, titles::kExport, kExportMenu);
-}
-
-int BuildExportSymmetricMenu(Menu *menu, uint32_t acl, const char *header) {
-    return BuildFromTable(menu, acl, header, titles::kExportSymmetric, kExportSymmetricMenu);
-}
-
-int BuildExportAsymmetricMenu(Menu *menu, uint32_t acl, const char *header) {
-    return BuildFromTable(menu, acl, header, titles::kExportAsymmetric, kExportAsymmetricMenu);
-}
-
-int BuildExportByokMenu(Menu *menu, uint32_t acl, const char *header) {
-    return BuildFromTable(menu, acl, header, titles::kExportByok, kExportByokMenu);
-}
+constexpr MenuDefinition kGenerateMenu = DefineMenu("Keys/Objects - Generate", kGenerateItems);
+constexpr MenuDefinition kImportMenu = DefineMenu("Keys/Objects - Import", kImportItems);
+constexpr MenuDefinition kExportMenu = DefineMenu("Keys/Objects - Export", kExportItems);
+constexpr MenuDefinition kPermissionsMenu =
+    DefineMenu("Keys/Objects - Permissions", kPermissionsItems);
+constexpr MenuDefinition kKeyBackupMenu = DefineMenu("Keys/Objects - Key Backup", kKeyBackupItems);

@@ -6,7 +6,6 @@
 #include "keys/key_actions.h"
 
 using namespace menu_table;
-namespace titles = menu_titles;
 
 bool menu_table::FirmwareHasSafeKeeping() {
     return FirmwareAtLeast("5.0.35.0");
@@ -18,63 +17,55 @@ constexpr int kKeys = 0;
 constexpr int kUsers = 1;
 constexpr int kHsm = 2;
 
-// clang-format off
-constexpr MenuEntry kMainMenu[] = {
+constexpr MenuEntry kMainItems[] = {
     Title(kKeys, "Keys/Objects"),
-    Nested(kKeys, "Generate...", kAnyone, BuildGenerateMenu, titles::kGenerate),
+    Nested(kKeys, "Generate...", kAnyone, kGenerateMenu),
     Action(kKeys, "Remove", kAnyone, RemoveObjectAction),
     Action(kKeys, "Attributes", kAnyone, ShowKeyInfoAction),
-    Nested(kKeys, "Import...", kAnyone, BuildImportMenu, titles::kImport),
-    Nested(kKeys, "Export...", kAnyone, BuildExportMenu, titles::kExport),
+    Nested(kKeys, "Import...", kAnyone, kImportMenu),
+    Nested(kKeys, "Export...", kAnyone, kExportMenu),
     Action(kKeys, "List", kAnyone, ListObjectsAction),
     Action(kKeys, "List(Pkcs11)", kAnyone, ListPkcs11MapsAction, LegacyOptions),
-    Nested(kKeys, "Permissions...", kAnyone, BuildPermissionsMenu, titles::kPermissions),
-    Nested(kKeys, "Key Backup...", kAnyone, BuildKeyBackupMenu, titles::kKeyBackup,
-           FirmwareHasKeyBackup),
+    Nested(kKeys, "Permissions...", kAnyone, kPermissionsMenu),
+    Nested(kKeys, "Key Backup...", kAnyone, kKeyBackupMenu, FirmwareHasKeyBackup),
 
     Title(kUsers, "Users"),
-    Action(kUsers, "Create", kAclManageUsers, CreateUser),
-    Action(kUsers, "Remove", kAclManageUsers, RemoveUser),
-    Action(kUsers, "List", kAclListUsers, ListUsers),
+    Action(kUsers, "Create", Q_ACL_CREATE_USERS, CreateUser),
+    Action(kUsers, "Remove", Q_ACL_CREATE_USERS, RemoveUser),
+    Action(kUsers, "List", Q_ACL_LIST_USERS, ListUsers),
     Action(kUsers, "Attributes", kAnyone, ChangeUser),
-    Action(kUsers, "Trust Relations", kAclOperatorOnly, ShowTrustRelations),
+    Action(kUsers, "Trust Relations", Q_ACL_OPERATOR, ShowTrustRelations),
     Action(kUsers, "Password Policy", kAclPasswordPolicy, PasswordPolicy),
     Action(kUsers, "My Password", kAnyone, ChangeMyPassword),
-    ActionForAclOnly(kUsers, "My Auth M of N", kAclMofNLocal, NotAvailableAction),
-    Nested(kUsers, "Access Tokens...", kAnyone, BuildAccessTokensMenu, titles::kAccessTokens,
-           AccessTokensMenu),
+    ActionForAclOnly(kUsers, "My Auth M of N", Q_ACL_MOFN_LOCAL, NotAvailableAction),
+    Nested(kUsers, "Access Tokens...", kAnyone, kAccessTokensMenu, AccessTokensMenu),
 
     Title(kHsm, "HSM"),
-    Action(kHsm, "Info", kAclHsmOperation, NotAvailableAction),
-    Nested(kHsm, "Logs...", kAclHsmOperation, BuildLogsMenu, titles::kLogs),
-    Nested(kHsm, "Backup...", kAclBackup, BuildBackupMenu, titles::kBackup),
-    Nested(kHsm, "Monitoring...", kAclHsmOperation, BuildMonitoringMenu, titles::kMonitoring),
-    Action(kHsm, "Firmware Update", kAclFirmware, NotAvailableAction),
-    Action(kHsm, "Replication...", kAclHsmOperation, RunReplicationMenu),
-    Action(kHsm, "IP Filter...", kAclHsmOperation, RunIpFilterMenu),
-    Action(kHsm, "Telemetry", kAclHsmOperation, NotAvailableAction),
-    Action(kHsm, "Policies", kAclHsmOperation, NotAvailableAction),
-    Action(kHsm, "Hardware logs", kAclHsmOperation, NotAvailableAction, HardwareLogs),
-    Nested(kHsm, "Tools...", kAclHsmOperation, BuildToolsMenu, titles::kTools, FirmwareHasTools),
-    Nested(kHsm, "SPB...", kAnyone, BuildSpbMenu, titles::kSpb),
-    Nested(kHsm, "EFT...", kAnyone, BuildEftMenu, titles::kEft),
-    Nested(kHsm, "Safe Keeping...", kAnyone, BuildSafeKeepingMenu, titles::kSafeKeeping,
-           FirmwareHasSafeKeeping),
-    Nested(kHsm, "Smart-card...", kAnyone, BuildSmartCardMenu, titles::kSmartCard,
-           SmartCardLibLoaded),
-    Nested(kHsm, "Blockchain...", kAnyone, BuildBlockchainMenu, titles::kBlockchain),
-    Nested(kHsm, "Tests...", kAnyone, BuildTestsMenu, titles::kTests),
+    Action(kHsm, "Info", Q_ACL_REMOTE_INFO, NotAvailableAction),
+    Nested(kHsm, "Logs...", Q_ACL_REMOTE_INFO, kLogsMenu),
+    Nested(kHsm, "Backup...", Q_ACL_BACKUP, kBackupMenu),
+    Nested(kHsm, "Monitoring...", Q_ACL_REMOTE_INFO, kMonitoringMenu),
+    Action(kHsm, "Firmware Update", Q_ACL_FIRMWARE, NotAvailableAction),
+    NestedAction(kHsm, "Replication...", Q_ACL_REMOTE_INFO, kReplicationMenu),
+    NestedAction(kHsm, "IP Filter...", Q_ACL_REMOTE_INFO, kIpFilterMenu),
+    Action(kHsm, "Telemetry", Q_ACL_REMOTE_INFO, NotAvailableAction),
+    Action(kHsm, "Policies", Q_ACL_REMOTE_INFO, NotAvailableAction),
+    Action(kHsm, "Hardware logs", Q_ACL_REMOTE_INFO, NotAvailableAction, HardwareLogs),
+    Nested(kHsm, "Tools...", Q_ACL_REMOTE_INFO, kToolsMenu, FirmwareHasTools),
+    Nested(kHsm, "SPB...", kAnyone, kSpbMenu),
+    Nested(kHsm, "EFT...", kAnyone, kEftMenu),
+    Nested(kHsm, "Safe Keeping...", kAnyone, kSafeKeepingMenu, FirmwareHasSafeKeeping),
+    Nested(kHsm, "Smart-card...", kAnyone, kSmartCardMenu, SmartCardLibLoaded),
+    Nested(kHsm, "Blockchain...", kAnyone, kBlockchainMenu),
+    Nested(kHsm, "Tests...", kAnyone, kTestsMenu),
 };
-// clang-format on
 
 }  // namespace
 
-int BuildMainMenu(Menu *menu, uint32_t acl, const char *header) {
-    return BuildFromTable(menu, acl, header, nullptr, kMainMenu);
-}
+constexpr MenuDefinition kMainMenu = DefineMenu(nullptr, kMainItems);
 
 void RunMainMenu(QSessionHandle session, uint32_t acl, const char *header) {
     Menu menu;
-    BuildMainMenu(&menu, acl, header);
+    BuildMenu(&menu, kMainMenu, acl, header);
     RunMenu(session, menu, "Main Menu", header, true);
 }

@@ -1,6 +1,8 @@
 #pragma once
-// Shorthands for writing the menu tables, and the feature-flag conditions they test.
+// Shorthands for writing the menu tables, the feature-flag conditions they test and the
+// menus the main menu opens.
 
+#include <cstddef>
 #include <cstdint>
 
 #include "app/process_state.h"
@@ -8,38 +10,40 @@
 
 namespace menu_table {
 
+template <size_t N>
+constexpr MenuDefinition DefineMenu(const char *title, const MenuEntry (&entries)[N]) {
+    return {title, entries, N};
+}
+
 constexpr MenuEntry Title(int column, const char *label) {
-    return {column, kMenuColumnTitle, label, 0, nullptr, nullptr, nullptr, nullptr, false};
+    return {column, kMenuColumnTitle, label, 0, nullptr, nullptr, nullptr, false};
 }
 
 constexpr MenuEntry Action(int column, const char *label, uint32_t requiredAcl, MenuHandler handler,
                            bool (*condition)() = nullptr) {
-    return {column, kMenuAction, label, requiredAcl, handler, nullptr, nullptr, condition, false};
+    return {column, kMenuAction, label, requiredAcl, handler, nullptr, condition, false};
 }
 
 // An item the operator bit does not reveal: only the ACL bit itself shows it.
 constexpr MenuEntry ActionForAclOnly(int column, const char *label, uint32_t requiredAcl,
                                      MenuHandler handler) {
-    return {column, kMenuAction, label, requiredAcl, handler, nullptr, nullptr, nullptr, true};
+    return {column, kMenuAction, label, requiredAcl, handler, nullptr, nullptr, true};
 }
 
-constexpr MenuEntry Nested(int column, const char *label, uint32_t requiredAcl, MenuBuilder builder,
-                           const char *opens, bool (*condition)() = nullptr) {
-    return {column,  kMenuNested, label,     requiredAcl, RunNestedMenu,
-            builder, opens,       condition, false};
+constexpr MenuEntry Nested(int column, const char *label, uint32_t requiredAcl,
+                           const MenuDefinition &opens, bool (*condition)() = nullptr) {
+    return {column, kMenuNested, label, requiredAcl, RunNestedMenu, &opens, condition, false};
 }
 
-// Required ACL bits of the tree.
+// A nested menu run as an action, so that the menu it was chosen from pauses after it.
+constexpr MenuEntry NestedAction(int column, const char *label, uint32_t requiredAcl,
+                                 const MenuDefinition &opens) {
+    return {column, kMenuAction, label, requiredAcl, RunNestedMenu, &opens, nullptr, false};
+}
+
 inline constexpr uint32_t kAnyone = 0;
-inline constexpr uint32_t kAclManageUsers = 0x10;
-inline constexpr uint32_t kAclHsmOperation = 0x20;
-inline constexpr uint32_t kAclListUsers = 0x40;
-inline constexpr uint32_t kAclBackup = 0x100;
-inline constexpr uint32_t kAclFirmware = 0x200;
-inline constexpr uint32_t kAclMofNLocal = 0x400;
-inline constexpr uint32_t kAclOperatorOnly = kAclOperator;
 // Either bit shows the password policy: list users or firmware update.
-inline constexpr uint32_t kAclPasswordPolicy = kAclListUsers | kAclFirmware;
+inline constexpr uint32_t kAclPasswordPolicy = Q_ACL_LIST_USERS | Q_ACL_FIRMWARE;
 
 inline bool LegacyOptions() {
     return gState.legacyOptions;
@@ -66,40 +70,22 @@ bool FirmwareHasSafeKeeping();
 
 }  // namespace menu_table
 
-// Screen titles of the nested menus, shared by the item that opens each and its builder.
-namespace menu_titles {
-inline constexpr const char *kGenerate = "Keys/Objects - Generate";
-inline constexpr const char *kImport = "Keys/Objects - Import";
-inline constexpr const char *kImportSymmetric = "Keys/Objects - Import - Symmetric Keys";
-inline constexpr const char *kImportAsymmetric = "Keys/Objects - Import - Asymmetric Keys";
-inline constexpr const char *kImportOthers = "Keys/Objects - Import - Others";
-inline constexpr const char *kExport = "Keys/Objects - Export";
-inline constexpr const char *kExportSymmetric = "Keys/Objects - Export - Symmetric Keys";
-inline constexpr const char *kExportAsymmetric = "Keys/Objects - Export - Asymmetric Keys";
-inline constexpr const char *kExportByok = "Keys/Objects - Export - BYOK";
-inline constexpr const char *kPermissions = "Keys/Objects - Permissions";
-inline constexpr const char *kKeyBackup = "Keys/Objects - Key Backup";
-inline constexpr const char *kAccessTokens = "Users - Access Tokens";
-inline constexpr const char *kLogs = "HSM - Logs";
-inline constexpr const char *kBackup = "HSM - Backup";
-inline constexpr const char *kMonitoring = "HSM - Monitoring";
-inline constexpr const char *kReplication = "HSM - Replication";
-inline constexpr const char *kReplicationNodes = "HSM - Replication - Nodes";
-inline constexpr const char *kIpFilter = "HSM - IP Filter";
-inline constexpr const char *kTools = "HSM - Tools";
-inline constexpr const char *kSpb = "HSM - SPB";
-inline constexpr const char *kEft = "HSM - EFT";
-inline constexpr const char *kEftImportKey = "HSM - EFT - Import Key";
-inline constexpr const char *kEftExportKey = "HSM - EFT - Export Key";
-inline constexpr const char *kSafeKeeping = "HSM - Safe Keeping";
-inline constexpr const char *kSmartCard = "HSM - Smart-card";
-inline constexpr const char *kBlockchain = "HSM - Blockchain";
-inline constexpr const char *kTests = "HSM - Tests";
-}  // namespace menu_titles
-
-// Builds a menu from a table of entries under the given title (null: column titles).
-template <size_t N>
-int BuildFromTable(Menu *menu, uint32_t acl, const char *header, const char *title,
-                   const MenuEntry (&entries)[N]) {
-    return BuildMenuFromTable(menu, acl, header, title, entries, N);
-}
+// The menus the main menu opens, each defined with its neighbours under the same column.
+extern const MenuDefinition kGenerateMenu;
+extern const MenuDefinition kImportMenu;
+extern const MenuDefinition kExportMenu;
+extern const MenuDefinition kPermissionsMenu;
+extern const MenuDefinition kKeyBackupMenu;
+extern const MenuDefinition kAccessTokensMenu;
+extern const MenuDefinition kLogsMenu;
+extern const MenuDefinition kBackupMenu;
+extern const MenuDefinition kMonitoringMenu;
+extern const MenuDefinition kReplicationMenu;
+extern const MenuDefinition kIpFilterMenu;
+extern const MenuDefinition kToolsMenu;
+extern const MenuDefinition kSpbMenu;
+extern const MenuDefinition kEftMenu;
+extern const MenuDefinition kSafeKeepingMenu;
+extern const MenuDefinition kSmartCardMenu;
+extern const MenuDefinition kBlockchainMenu;
+extern const MenuDefinition kTestsMenu;

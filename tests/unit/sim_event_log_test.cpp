@@ -1,0 +1,223 @@
+// The event log's chain as verify-log sees it (in the database and in an exported file),
+// its counters across restarts, and the upgrade of a database older than the chain.
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+
+#include "daemon/data_directory.h"
+#include "sim_temp_dir.h"
+#include "store/event_log_file.h"
+
+namespace {
+
+constexpr const char *kSerial = "OV12345678";
+
+int64_t LastSeq(const std::string &database) {
+    sim::Database db({database, {}});
+    sim::Transaction snapshot(db, sim::Transaction::kRead);
+    return sim::ReadEventLogEnds(db).lastSeq;
+}
+
+TEST(SimEventChain, CanonicalTextEscapesWhatCouldForgeAFieldOrALine) {
+    sim::EventLine line{7, 2, 1714555800, "alice", "Key generated (algorithm 9): k|1", "ok"};
+    EXPECT_EQ(sim::CanonicalText(line),
+              "7|2|2024-05-01T09:30:00Z|alice|Key generated (algorithm 9): k\\|1|ok");
+    sim::EventLine shifted{7, 2, 1714555800, "alice|Key generated (algorithm 9): k", "1", "ok"};
+    EXPECT_NE(sim::CanonicalText(line), sim::CanonicalText(shifted));
+    EXPECT_EQ(sim::EscapeField("a\\b\nc\x7f"), "a\\\\b\\x0ac\\x7f");
+    std::string back;
+    ASSERT_TRUE(sim::UnescapeField("a\\\\b\\x0ac\\x7f", &back));
+    EXPECT_EQ(back, "a\\b\nc\x7f");
+    EXPECT_FALSE(sim::UnescapeField("\\x41", &back));  // not how EscapeField writes "A"
+}
+
+// How one line of the log is damaged: in the database, and in an exported file.
+struct Damage {
+    const char *name;
+    const char *sql;
+    void (*edit)(std::vector<std::string> *lines);  // lines[0] is the header
+    int64_t firstBad;
+};
+
+void PrintTo(const Damage &damage, std::ostream *out) {
+    *out << damage.name;
+}
+
+class SimEventLogDamage : public ::testing::TestWithParam<Damage> {
+  protected:
+    // Five lines: the daemon's start, two users, a key, a policy.
+    SimEventLogDamage() {
+        sim::SystemClock clock;
+        sim::DataDirectory data(dir_.path(), clock, kSerial);
+        data.events().Boot();
+        EXPECT_EQ(data.users().AddUser("alice", "hash", 0), sim::Result::kOk);
+        EXPECT_EQ(data.users().AddUser("bob", "hash", 0), sim::Result::kOk);
+        sim::StoredObject key;
+        key.owner = "alice";
+        key.name = "k|1";
+        EXPECT_EQ(data.keys().Insert(&key, "Key generated"), sim::Result::kOk);
+        data.policy().Save(sim::PasswordPolicy{});
+    }
+
+    std::vector<std::string> ExportedLines() {
+        sim::Database db({dir_.database(), {}});
+        std::stringstream file;
+        EXPECT_EQ(sim::ExportEventLog(db, file), 5);
+        std::vector<std::string> lines;
+        for (std::string line; std::getline(file, line);)
+            lines.push_back(line);
+        return lines;
+    }
+
+    static sim::ChainReport VerifyFile(const std::vector<std::string> &lines) {
+        std::stringstream file;
+        for (const std::string &line : lines)
+            file << line << '\n';
+        return sim::VerifyEventLogFile(file);
+    }
+
+    sim::ChainReport VerifyDatabase() {
+        sim::Database db({dir_.database(), {}});
+        return sim::VerifyEventLog(db);
+    }
+
+    SimTempDir dir_;
+};
+
+TEST_P(SimEventLogDamage, VerifyNamesTheFirstBadLineInTheDatabaseAndInAnExport) {
+    std::vector<std::string> lines = ExportedLines();
+    ASSERT_EQ(lines.size(), 6u);
+    sim::ChainReport whole = VerifyFile(lines);
+    EXPECT_TRUE(whole.whole) << whole.problem;
+    EXPECT_EQ(whole.lines, 5);
+    EXPECT_TRUE(VerifyDatabase().whole);
+
+    GetParam().edit(&lines);
+    sim::ChainReport file = VerifyFile(lines);
+    EXPECT_FALSE(file.whole);
+    EXPECT_EQ(file.firstBad, GetParam().firstBad) << file.problem;
+
+    sim::Database(sim::DatabaseFile{dir_.database(), {}}).Execute(GetParam().sql);
+    sim::ChainReport database = VerifyDatabase();
+    EXPECT_FALSE(database.whole);
+    EXPECT_EQ(database.firstBad, GetParam().firstBad) << database.problem;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Lines, SimEventLogDamage,
+    ::testing::Values(
+        Damage{"Tampered", "UPDATE event_log SET user_id = 'mallory' WHERE seq = 3",
+               [](std::vector<std::string> *lines) {
+                   std::string &line = (*lines)[3];
+                   line.replace(line.find("|bob|"), 5, "|mallory|");
+               },
+               3},
+        Damage{"Removed", "DELETE FROM event_log WHERE seq = 3",
+               [](std::vector<std::string> *lines) { lines->erase(lines->begin() + 3); }, 3},
+        Damage{"Reordered",
+               "UPDATE event_log SET seq = -seq WHERE seq IN (3, 4);"
+               "UPDATE event_log SET seq = 7 + seq WHERE seq < 0",
+               [](std::vector<std::string> *lines) { std::swap((*lines)[3], (*lines)[4]); }, 3},
+        Damage{"CutAtTheEnd", "DELETE FROM event_log WHERE seq = 5",
+               [](std::vector<std::string> *lines) { lines->pop_back(); }, 5}),
+    [](const ::testing::TestParamInfo<Damage> &instance) {
+        return std::string(instance.param.name);
+    });
+
+// The command itself, once: its exit status and report for a database and a file.
+TEST_F(SimEventLogDamage, SimctlVerifyLogExitsNonZeroOnlyForABrokenLog) {
+    auto run = [](const std::string &args, std::string *output) {
+        FILE *pipe = ::popen((std::string(ORVENA_SIMCTL_PATH) + " " + args).c_str(), "r");
+        char buffer[256];
+        output->clear();
+        while (std::fgets(buffer, sizeof buffer, pipe) != nullptr)
+            *output += buffer;
+        return WEXITSTATUS(::pclose(pipe));
+    };
+    std::string file = dir_.path() + "/exported.log", output;
+    ASSERT_EQ(run("export-log --data " + dir_.path() + " --out " + file, &output), 0) << output;
+    EXPECT_EQ(run("verify-log " + file, &output), 0);
+    EXPECT_EQ(output, "event log whole: 5 lines\n");
+    sim::Database(sim::DatabaseFile{dir_.database(), {}})
+        .Execute("UPDATE event_log SET outcome = 'failed' WHERE seq = 2");
+    EXPECT_EQ(run("verify-log --data " + dir_.path(), &output), 1);
+    EXPECT_EQ(output, "event log broken: line 2 does not match its hash\n");
+}
+
+TEST(SimEventLog, BootCounterAndSequenceContinueAfterReopening) {
+    SimTempDir dir;
+    sim::SystemClock clock;
+    {
+        sim::DataDirectory data(dir.path(), clock, kSerial);
+        EXPECT_EQ(data.events().Boot(), 1);
+        EXPECT_EQ(data.users().AddUser("alice", "hash", 0), sim::Result::kOk);
+    }
+    EXPECT_EQ(LastSeq(dir.database()), 2);
+    // Another serial on the command line does not move the start of an existing chain.
+    sim::DataDirectory data(dir.path(), clock, "OV99999999");
+    EXPECT_EQ(data.events().Boot(), 2);
+    sim::Database db({dir.database(), {}});
+    sim::Statement last(db, "SELECT seq, boot, operation FROM event_log ORDER BY seq DESC");
+    ASSERT_TRUE(last.Step());
+    EXPECT_EQ(last.Int(0), 3);
+    EXPECT_EQ(last.Int(1), 2);
+    EXPECT_EQ(last.Text(2), "HSM started");
+    EXPECT_TRUE(sim::VerifyEventLog(db).whole);
+}
+
+TEST(SimEventLog, DatabaseOfTheFirstReleaseIsUpgradedAndANewerOneRefused) {
+    SimTempDir dir;
+    {
+        // What the first release left: its version-1 tables (those the upgrade touches) and
+        // the objects table as the key store made it before its later columns.
+        sim::Database old({dir.database(), {}});
+        old.Execute(R"sql(
+CREATE TABLE event_log (seq INTEGER PRIMARY KEY AUTOINCREMENT, time INTEGER NOT NULL,
+                        user_id TEXT NOT NULL, text TEXT NOT NULL);
+CREATE INDEX event_log_time ON event_log(time);
+INSERT INTO event_log (time, user_id, text) VALUES (1700000000, 'master', 'User created'),
+                                                   (1700000060, 'alice', 'Login failed (x|y)');
+CREATE TABLE objects (id INTEGER PRIMARY KEY AUTOINCREMENT, owner TEXT NOT NULL,
+    name TEXT NOT NULL, kind INTEGER NOT NULL, algorithm INTEGER NOT NULL,
+    attributes INTEGER NOT NULL, length INTEGER NOT NULL, sealed BLOB, public_exponent BLOB,
+    created INTEGER NOT NULL, label TEXT NOT NULL DEFAULT '', target TEXT NOT NULL DEFAULT '',
+    target_type INTEGER NOT NULL DEFAULT 0, second TEXT NOT NULL DEFAULT '',
+    second_type INTEGER NOT NULL DEFAULT 0, p11_label TEXT NOT NULL DEFAULT '',
+    UNIQUE (owner, name));
+INSERT INTO objects (owner, name, kind, algorithm, attributes, length, created)
+    VALUES ('alice', 'old', 1, 9, 0, 32, 1700000000);
+PRAGMA user_version = 1;
+)sql");
+    }
+    sim::SystemClock clock;
+    {
+        sim::DataDirectory data(dir.path(), clock, kSerial);
+        std::optional<sim::StoredObject> old = data.keys().Find("alice", "old", false);
+        ASSERT_TRUE(old);
+        EXPECT_FALSE(old->blocked);
+        EXPECT_TRUE(data.keys().Find("alice", "old", true)->sealed.empty());
+        EXPECT_EQ(data.keys().SetBlocked(*old, true), sim::Result::kOk);
+        EXPECT_TRUE(data.keys().Find("alice", "old", false)->blocked);
+    }
+    sim::Database db({dir.database(), {}});
+    sim::Statement version(db, "PRAGMA user_version");
+    ASSERT_TRUE(version.Step());
+    EXPECT_EQ(version.Int(0), 3);
+    std::stringstream file;
+    EXPECT_EQ(sim::ExportEventLog(db, file), 3);
+    std::string header, first, second;
+    std::getline(std::getline(std::getline(file, header), first), second);
+    EXPECT_EQ(header, std::string("orvena-event-log 1 3 ") + kSerial);
+    // Each after its hash and a space: old lines keep their text, with boot 0, no outcome.
+    EXPECT_EQ(first.substr(65), "1|0|2023-11-14T22:13:20Z|master|User created|");
+    EXPECT_EQ(second.substr(65), "2|0|2023-11-14T22:14:20Z|alice|Login failed (x\\|y)|");
+    EXPECT_TRUE(sim::VerifyEventLog(db).whole);
+
+    db.Execute("PRAGMA user_version = 99");
+    EXPECT_THROW(sim::DataDirectory(dir.path(), clock, kSerial), sim::StoreError);
+}
+
+}  // namespace
