@@ -56,9 +56,9 @@ class SimHsm : public ::testing::Test {
     size_t logSize_ = 0;
     std::FILE *logFile_ = ::open_memstream(&logText_, &logSize_);
     sim::DiagnosticLog log_{logFile_};
-    sim::HsmContext hsm_{data_.users(),  data_.masterKey(), sessions_,     clock_,
-                         identity_,      data_.keys(),      data_.tokens(), data_.policy(),
-                         data_.events(), log_};
+    sim::HsmContext hsm_{
+        data_.users(), data_.masterKey(), sessions_,      clock_,         identity_,
+        data_.keys(),  data_.tokens(),    data_.policy(), data_.events(), log_};
 
   private:
     static std::string MakeTempDir() {
