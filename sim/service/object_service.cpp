@@ -8,9 +8,6 @@ namespace sim {
 
 namespace {
 
-constexpr uint32_t kOpenDefault = 0;
-constexpr uint32_t kOpenMofN = 2;
-constexpr uint32_t kSlotKeyByName = 0;
 constexpr size_t kMaxLabelBytes = 1024;
 constexpr size_t kMaxPkcs11LabelBytes = 128;
 
@@ -62,7 +59,7 @@ StoredObject NewMap(Call &call, const std::string &name, ObjectKind kind, uint32
 }
 
 Result HandleOpenObject(Call &call, const pb::OpenObject &request, pb::OpenObjectReply *reply) {
-    if (request.options() != kOpenDefault && request.options() != kOpenMofN)
+    if (request.options() != pb::OPEN_DEFAULT && request.options() != pb::OPEN_MOFN)
         return Result::kInvalidParameter;
     if (Result r = CheckObjectName(request.name()); r != Result::kOk) return r;
     std::optional<StoredObject> object =
@@ -87,7 +84,8 @@ Result HandleListObjects(Call &call, const pb::ListObjects &request, pb::ListObj
 
 Result HandleCreateMap(Call &call, const pb::CreateMap &request, pb::CreateMapReply *) {
     if (Result r = CheckObjectName(request.name()); r != Result::kOk) return r;
-    if (request.slot1_type() != kSlotKeyByName || request.slot2_type() != kSlotKeyByName)
+    if (request.slot1_type() != pb::SLOT_KEY_BY_NAME ||
+        request.slot2_type() != pb::SLOT_KEY_BY_NAME)
         return Result::kInvalidParameter;
     for (const std::string &slot : {request.slot1(), request.slot2()})
         if (Result r = CheckKind(call, slot, IsKey); r != Result::kOk) return r;
