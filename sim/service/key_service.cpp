@@ -60,7 +60,8 @@ Result StoreKey(Call &call, const std::string &name, const KeyAlgorithm &algorit
     object.sealed = hsm.masterKey.Seal(material.secret.view(), SealingContext(object.owner, name));
     object.publicExponent = material.publicExponent;
     object.generated = origin == KeyOrigin::kGenerated;
-    if (Result r = hsm.keys.Insert(&object, event + ": " + name); r != Result::kOk) return r;
+    if (Result r = hsm.keys.Insert(call.actor(), &object, event + ": " + name); r != Result::kOk)
+        return r;
     DescribeObject(hsm.keys, object, info);
     return Result::kOk;
 }
@@ -159,7 +160,8 @@ Result HandleSetKeyBlocked(Call &call, const pb::SetKeyBlocked &request,
         return r;
     if (key.kind != ObjectKind::kKey) return Result::kWrongObjectType;
     key.blocked = request.blocked();
-    if (Result r = call.hsm.keys.SetBlocked(key, key.blocked); r != Result::kOk) return r;
+    if (Result r = call.hsm.keys.SetBlocked(call.actor(), key, key.blocked); r != Result::kOk)
+        return r;
     DescribeObject(call.hsm.keys, key, reply->mutable_object());
     return Result::kOk;
 }

@@ -71,7 +71,7 @@ Result HandleOpenObject(Call &call, const pb::OpenObject &request, pb::OpenObjec
 
 Result HandleRemoveObject(Call &call, const pb::RemoveObject &request, pb::RemoveObjectReply *) {
     if (Result r = CheckObjectName(request.name()); r != Result::kOk) return r;
-    return call.hsm.keys.Remove(call.session().user, request.name());
+    return call.hsm.keys.Remove(call.actor(), call.session().user, request.name());
 }
 
 // Every object, or the PKCS#11 maps alone.
@@ -94,7 +94,7 @@ Result HandleCreateMap(Call &call, const pb::CreateMap &request, pb::CreateMapRe
     map.targetType = request.slot1_type();
     map.second = request.slot2();
     map.secondType = request.slot2_type();
-    return call.hsm.keys.Insert(&map, "Map created: " + map.name);
+    return call.hsm.keys.Insert(call.actor(), &map, "Map created: " + map.name);
 }
 
 Result HandleCreatePkcs11Map(Call &call, const pb::CreatePkcs11Map &request,
@@ -109,14 +109,15 @@ Result HandleCreatePkcs11Map(Call &call, const pb::CreatePkcs11Map &request,
                               request.key_name());
     map.second = request.cert_name();
     map.p11Label = request.label();
-    return call.hsm.keys.Insert(&map, "PKCS#11 map created: " + map.name);
+    return call.hsm.keys.Insert(call.actor(), &map, "PKCS#11 map created: " + map.name);
 }
 
 Result HandleSetObjectLabel(Call &call, const pb::SetObjectLabel &request,
                             pb::SetObjectLabelReply *) {
     if (Result r = CheckObjectName(request.name()); r != Result::kOk) return r;
     if (request.label().size() > kMaxLabelBytes) return Result::kInvalidLength;
-    return call.hsm.keys.SetLabel(call.session().user, request.name(), request.label());
+    return call.hsm.keys.SetLabel(call.actor(), call.session().user, request.name(),
+                                  request.label());
 }
 
 }  // namespace
