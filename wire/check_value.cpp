@@ -12,19 +12,7 @@ namespace wire {
 
 namespace {
 
-// Device library algorithm identifiers.
-constexpr uint32_t kDes = 1, kTdes112 = 2, kTdes168 = 3, kAes128 = 7, kAes192 = 8, kAes256 = 9,
-                   kArc4 = 10, kArc5 = 89, kDesx = 91;
-
 constexpr unsigned char kZeroBlock[16] = {};
-
-bool IsDesFamily(uint32_t algorithm) {
-    return algorithm == kDes || algorithm == kTdes112 || algorithm == kTdes168;
-}
-
-bool IsAes(uint32_t algorithm) {
-    return algorithm == kAes128 || algorithm == kAes192 || algorithm == kAes256;
-}
 
 // Single and two-key DES keys run as three-key DES with repeated parts, which computes the
 // same function and needs no legacy provider.
@@ -95,51 +83,62 @@ Status CmacOfZeroBlock(const char *cipherName, const WipedString &key, size_t bl
 
 }  // namespace
 
+bool IsDesFamily(uint32_t algorithm) {
+    return algorithm == pb::ALG_DES || algorithm == pb::ALG_3DES_112 ||
+           algorithm == pb::ALG_3DES_168;
+}
+
+bool IsAes(uint32_t algorithm) {
+    return algorithm == pb::ALG_AES_128 || algorithm == pb::ALG_AES_192 ||
+           algorithm == pb::ALG_AES_256;
+}
+
 uint32_t SymmetricKeyLength(uint32_t algorithm) {
     switch (algorithm) {
-        case kDes:
+        case pb::ALG_DES:
             return 8;
-        case kTdes112:
-        case kAes128:
-        case kArc4:
-        case kArc5:
-        case 92:  // HMAC MD5
+        case pb::ALG_3DES_112:
+        case pb::ALG_AES_128:
+        case pb::ALG_ARC4:
+        case pb::ALG_ARC5:
+        case pb::ALG_HMAC_MD5:
             return 16;
-        case kTdes168:
-        case kAes192:
-        case kDesx:
-            return 24;
-        case kAes256:
-        case 94:  // HMAC SHA-256
-        case 99:  // HMAC SHA3-256
-            return 32;
-        case 93:  // HMAC SHA-1
+        case pb::ALG_HMAC_SHA1:
             return 20;
-        case 97:  // HMAC SHA-224
-        case 98:  // HMAC SHA3-224
+        case pb::ALG_3DES_168:
+        case pb::ALG_AES_192:
+        case pb::ALG_DESX:
+            return 24;
+        case pb::ALG_HMAC_SHA224:
+        case pb::ALG_HMAC_SHA3_224:
             return 28;
-        case 95:   // HMAC SHA-384
-        case 100:  // HMAC SHA3-384
+        case pb::ALG_AES_256:
+        case pb::ALG_HMAC_SHA256:
+        case pb::ALG_HMAC_SHA3_256:
+            return 32;
+        case pb::ALG_HMAC_SHA384:
+        case pb::ALG_HMAC_SHA3_384:
             return 48;
-        case 96:   // HMAC SHA-512
-        case 101:  // HMAC SHA3-512
+        case pb::ALG_HMAC_SHA512:
+        case pb::ALG_HMAC_SHA3_512:
             return 64;
         default:
             return 0;
     }
 }
 
-Status ComputeCheckValue(uint32_t algorithm, CheckValueFormat format, std::string_view key,
+Status ComputeCheckValue(uint32_t algorithm, pb::CheckValueFormat format, std::string_view key,
                          CheckValue *out) {
+    if (format != pb::KCV_CLASSIC && format != pb::KCV_CMAC) return ERR_INVALID_PARAMETER;
     if (!IsDesFamily(algorithm) && !IsAes(algorithm)) return ERR_BAD_ALGORITHM;
     if (key.size() != SymmetricKeyLength(algorithm)) return ERR_INVALID_LENGTH;
     if (IsDesFamily(algorithm)) {
         WipedString des(ToThreeKeyDes(key));
-        return format == CheckValueFormat::kKcv ? EncryptZeroBlock(EVP_des_ede3_ecb(), des, out)
-                                                : CmacOfZeroBlock("DES-EDE3-CBC", des, 8, out);
+        return format == pb::KCV_CLASSIC ? EncryptZeroBlock(EVP_des_ede3_ecb(), des, out)
+                                         : CmacOfZeroBlock("DES-EDE3-CBC", des, 8, out);
     }
     WipedString aes{std::string(key)};
-    if (format == CheckValueFormat::kKcv) {
+    if (format == pb::KCV_CLASSIC) {
         const EVP_CIPHER *cipher = key.size() == 16   ? EVP_aes_128_ecb()
                                    : key.size() == 24 ? EVP_aes_192_ecb()
                                                       : EVP_aes_256_ecb();

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "constants.pb.h"
 #include "status.h"
 
 namespace wire {
@@ -13,19 +14,20 @@ namespace wire {
 inline constexpr size_t kCheckValueBytes = 3;
 using CheckValue = std::array<uint8_t, kCheckValueBytes>;
 
-enum class CheckValueFormat {
-    kKcv,   // the first bytes of a zero block encrypted in ECB mode
-    kCmac,  // the first bytes of the CMAC of a zero block
-};
+// DES and both 3DES lengths: keys with parity, whose components carry a check value each.
+bool IsDesFamily(uint32_t algorithm);
+bool IsAes(uint32_t algorithm);
 
 // Key length in bytes of a symmetric algorithm identifier (DES, 3DES, DESX, AES, ARC4, ARC5,
 // HMAC); 0 for anything else.
 uint32_t SymmetricKeyLength(uint32_t algorithm);
 
-// The check value of DES, 3DES (112/168) or AES key material. Returns OK, ERR_BAD_ALGORITHM
-// for other algorithms, ERR_INVALID_LENGTH when the key does not have the algorithm's
-// length, or ERR_INTERNAL when OpenSSL fails.
-[[nodiscard]] Status ComputeCheckValue(uint32_t algorithm, CheckValueFormat format,
+// The check value of DES, 3DES (112/168) or AES key material: KCV_CLASSIC, the first bytes
+// of a zero block encrypted in ECB mode, or KCV_CMAC, those of its CMAC. Returns OK,
+// ERR_INVALID_PARAMETER for another format, ERR_BAD_ALGORITHM for other algorithms,
+// ERR_INVALID_LENGTH when the key does not have the algorithm's length, or ERR_INTERNAL
+// when OpenSSL fails.
+[[nodiscard]] Status ComputeCheckValue(uint32_t algorithm, pb::CheckValueFormat format,
                                        std::string_view key, CheckValue *out);
 
 }  // namespace wire

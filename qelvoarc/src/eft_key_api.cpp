@@ -16,14 +16,6 @@
 namespace qelvoarc {
 namespace {
 
-bool IsDesFamily(uint32_t algorithm) {
-    return algorithm == Q_ALG_DES || algorithm == Q_ALG_3DES_112 || algorithm == Q_ALG_3DES_168;
-}
-
-bool IsAes(uint32_t algorithm) {
-    return algorithm == Q_ALG_AES_128 || algorithm == Q_ALG_AES_192 || algorithm == Q_ALG_AES_256;
-}
-
 [[nodiscard]] uint32_t PutCheckValue(const wire::CheckValue &value, uint8_t *kcv,
                                      uint32_t *kcvLength) {
     if (*kcvLength < value.size()) {
@@ -67,14 +59,14 @@ void AddAesComponents(const QEftAesComponentRecord &record, size_t keyLength,
     std::string name;
     if (record == nullptr) return wire::ERR_INVALID_PARAMETER;
     if ((status = ObjectName(keyName, &name)) != wire::OK) return status;
-    if (!IsDesFamily(algorithm) && !IsAes(algorithm)) return wire::ERR_BAD_ALGORITHM;
+    if (!wire::IsDesFamily(algorithm) && !wire::IsAes(algorithm)) return wire::ERR_BAD_ALGORITHM;
     if (format != Q_KCV_FORMAT_KCV && format != Q_KCV_FORMAT_CMAC)
         return wire::ERR_INVALID_PARAMETER;
     const size_t keyLength = wire::SymmetricKeyLength(algorithm);
     pb::ImportKeyComponents request;
     request.set_name(name);
     request.set_algorithm(static_cast<pb::Algorithm>(algorithm));
-    if (IsDesFamily(algorithm)) {
+    if (wire::IsDesFamily(algorithm)) {
         QEftComponentRecord des;
         std::memcpy(&des, record, sizeof des);
         AddDesComponents(des, keyLength, &request);
@@ -99,8 +91,7 @@ void AddAesComponents(const QEftAesComponentRecord &record, size_t keyLength,
         return wire::ERR_INVALID_PARAMETER;
     wire::CheckValue value{};
     wire::Status status = wire::ComputeCheckValue(
-        algorithm,
-        format == Q_KCV_OFFLINE_CMAC ? wire::CheckValueFormat::kCmac : wire::CheckValueFormat::kKcv,
+        algorithm, format == Q_KCV_OFFLINE_CMAC ? pb::KCV_CMAC : pb::KCV_CLASSIC,
         std::string_view(reinterpret_cast<const char *>(key), keyLength), &value);
     // The entry was right but the computation failed: the custodian may simply try again.
     if (status == wire::ERR_INTERNAL) return wire::ERR_KCV_RETRY;

@@ -21,9 +21,25 @@ constexpr uint64_t kSign = 0x1, kVerify = 0x2, kEncrypt = 0x4, kDecrypt = 0x8, k
                    kDerive = 0x200, kKeyAgreement = 0x800;
 
 bool IsRsa(uint32_t algorithm) {
-    return algorithm == Q_ALG_RSA_512 || algorithm == Q_ALG_RSA_1024 ||
-           algorithm == Q_ALG_RSA_2048 || algorithm == Q_ALG_RSA_4096 ||
-           (algorithm >= Q_ALG_RSA_1152 && algorithm <= Q_ALG_RSA_1536 && algorithm != 125);
+    switch (algorithm) {
+        case Q_ALG_RSA_512:
+        case Q_ALG_RSA_1024:
+        case Q_ALG_RSA_1152:
+        case Q_ALG_RSA_1408:
+        case Q_ALG_RSA_1536:
+        case Q_ALG_RSA_1976:
+        case Q_ALG_RSA_1984:
+        case Q_ALG_RSA_2048:
+        case Q_ALG_RSA_2304:
+        case Q_ALG_RSA_2560:
+        case Q_ALG_RSA_2816:
+        case Q_ALG_RSA_3072:
+        case Q_ALG_RSA_4096:
+        case Q_ALG_RSA_8192:
+            return true;
+        default:
+            return false;
+    }
 }
 
 // What a key of this algorithm may be used for.

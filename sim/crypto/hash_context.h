@@ -26,7 +26,6 @@ class HashContext {
     Result SetKey(std::string_view key);
     // kBadState before the key of a keyed hash or after Finish.
     Result Update(std::string_view data);
-    size_t size() const { return size_; }
     // Writes the digest; the context then accepts nothing more.
     Result Finish(std::string *digest);
 

@@ -78,14 +78,6 @@ constexpr KeyAlgorithm kAlgorithms[] = {
 
 }  // namespace
 
-bool IsDesFamily(uint32_t id) {
-    return id == pb::ALG_DES || id == pb::ALG_3DES_112 || id == pb::ALG_3DES_168;
-}
-
-bool IsAes(uint32_t id) {
-    return id == pb::ALG_AES_128 || id == pb::ALG_AES_192 || id == pb::ALG_AES_256;
-}
-
 const KeyAlgorithm *FindKeyAlgorithm(uint32_t id) {
     for (const KeyAlgorithm &algorithm : kAlgorithms)
         if (algorithm.id == id) return &algorithm;

@@ -23,10 +23,6 @@ struct KeyAlgorithm {
     const char *openSslName;  // curve or key type name; null for symmetric keys
 };
 
-// DES and both 3DES lengths: the keys that carry parity and check values per component.
-bool IsDesFamily(uint32_t id);
-bool IsAes(uint32_t id);
-
 // The algorithm of an identifier (wire::pb::Algorithm), or null when this HSM cannot serve it.
 const KeyAlgorithm *FindKeyAlgorithm(uint32_t id);
 

@@ -107,11 +107,11 @@ Result DesxCheckValue(std::string_view key, wire::CheckValue *out) {
 
 }  // namespace
 
-Result KeyCheckValue(uint32_t id, wire::CheckValueFormat format, std::string_view key,
+Result KeyCheckValue(uint32_t id, wire::pb::CheckValueFormat format, std::string_view key,
                      wire::CheckValue *out) {
     if (id != ALG_ARC4 && id != ALG_ARC5 && id != ALG_DESX)
         return FromWire(wire::ComputeCheckValue(id, format, key, out));
-    if (format != wire::CheckValueFormat::kKcv) return Result::kBadAlgorithm;
+    if (format != wire::pb::KCV_CLASSIC) return Result::kBadAlgorithm;
     if (key.size() != wire::SymmetricKeyLength(id)) return Result::kInvalidLength;
     if (id == ALG_ARC4) return Arc4CheckValue(key, out);
     if (id == ALG_ARC5) return Arc5CheckValue(key, out);

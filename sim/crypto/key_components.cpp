@@ -3,14 +3,13 @@
 #include <cstring>
 #include <string>
 
-#include "crypto/key_algorithm.h"
 #include "crypto/key_generator.h"
 
 namespace sim {
 
 namespace {
 
-bool Matches(uint32_t algorithm, wire::CheckValueFormat format, std::string_view key,
+bool Matches(uint32_t algorithm, wire::pb::CheckValueFormat format, std::string_view key,
              std::string_view expected) {
     wire::CheckValue value{};
     return expected.size() == value.size() &&
@@ -39,11 +38,11 @@ bool WellFormed(const KeyComponents &components, size_t length, bool checkedPart
 }  // namespace
 
 Result JoinKeyComponents(uint32_t algorithm, const KeyComponents &components, SecretBytes *key) {
-    const bool des = IsDesFamily(algorithm);
-    if (!des && !IsAes(algorithm)) return Result::kBadAlgorithm;
+    const bool des = wire::IsDesFamily(algorithm);
+    if (!des && !wire::IsAes(algorithm)) return Result::kBadAlgorithm;
     const size_t length = wire::SymmetricKeyLength(algorithm);
     if (!WellFormed(components, length, des)) return Result::kInvalidLength;
-    const wire::CheckValueFormat format = des ? wire::CheckValueFormat::kKcv : components.format;
+    const wire::pb::CheckValueFormat format = des ? wire::pb::KCV_CLASSIC : components.format;
     SecretBytes joined(std::string(length, '\0'));
     for (size_t i = 0; i < kKeyComponentCount; ++i) {
         if (des && !Matches(algorithm, format, components.parts[i], components.partCheckValues[i]))

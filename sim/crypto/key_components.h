@@ -18,7 +18,7 @@ struct KeyComponents {
     std::vector<std::string_view> parts;  // kKeyComponentCount; a 2-part DES key adds zeros
     std::vector<std::string_view> partCheckValues;  // DES family: a KCV per part; AES: none
     std::string_view keyCheckValue;                 // of the joined key
-    wire::CheckValueFormat format;  // of keyCheckValue for AES; the DES family uses KCVs
+    wire::pb::CheckValueFormat format;  // of keyCheckValue for AES; the DES family uses KCVs
 };
 
 // Joins the parts (XOR) into a key of `algorithm` (DES, 3DES or AES), each part of the key's

@@ -10,6 +10,8 @@
 #include <bit>
 #include <memory>
 
+#include "check_value.h"
+
 namespace sim {
 
 namespace {
@@ -23,7 +25,7 @@ Result RandomKey(const KeyAlgorithm &algorithm, KeyMaterial *out) {
                         static_cast<int>(key.size())) != 1)
         return Result::kInternal;
     SecretBytes secret(std::move(key));
-    if (IsDesFamily(algorithm.id)) {
+    if (wire::IsDesFamily(algorithm.id)) {
         SetDesParity(secret.mutable_bytes());
     } else if (algorithm.id == wire::pb::ALG_DESX) {
         // Only the DES part has parity; the two whitening keys are used whole.

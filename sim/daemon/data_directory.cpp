@@ -53,17 +53,17 @@ DataDirectory::DataDirectory(const std::string &dir, const Clock &clock, const s
       tokens_(file_, events_),
       policy_(file_, events_),
       keys_(file_, clock, events_) {
-    users_.partitions().Add(
-        PartitionMember{[this](std::string_view userId) { keys_.RemoveAll(userId); },
-                        [this](std::string_view userId) { return keys_.CountByKind(userId); }});
+    users_.partitions().Add(PartitionMember{
+        [this](Actor actor, std::string_view userId) { keys_.RemoveAll(actor, userId); },
+        [this](std::string_view userId) { return keys_.CountByKind(userId); }});
 }
 
 std::optional<std::string> CreateMasterUser(DataDirectory &data,
                                             const std::optional<std::string> &initPassword) {
     if (data.users().HasUsers()) return std::nullopt;
     std::string password = initPassword ? *initPassword : RandomPassword();
-    Result result =
-        data.users().AddUser(kMasterUser, HashPassword(password), wire::pb::ACL_OPERATOR);
+    Result result = data.users().AddUser(Actor::Daemon(), kMasterUser, HashPassword(password),
+                                         wire::pb::ACL_OPERATOR);
     if (result != Result::kOk) throw std::runtime_error("cannot create operator master");
     if (initPassword) {
         OPENSSL_cleanse(password.data(), password.size());

@@ -43,7 +43,9 @@ Result HandleIssueAccessToken(Call &call, const pb::IssueAccessToken &request,
     }
     std::string secretHash;
     SecretBytes token(NewAccessToken(caller.id, &secretHash));
-    if (Result r = call.hsm.tokens.Add(secretHash, caller.id, expires); r != Result::kOk) return r;
+    if (Result r = call.hsm.tokens.Add(call.actor(), secretHash, caller.id, expires);
+        r != Result::kOk)
+        return r;
     reply->set_token(token.view());
     return Result::kOk;
 }
@@ -54,7 +56,7 @@ Result HandleRevokeAccessToken(Call &call, const pb::RevokeAccessToken &request,
     std::optional<AccessTokenListing> token = Resolve(call.hsm, request.token());
     // Another user's token is answered as absent, so its existence is not disclosed.
     if (!token || (token->userId != caller.id && !SeesEveryToken(caller))) return Result::kNotFound;
-    return call.hsm.tokens.Revoke(token->secretHash);
+    return call.hsm.tokens.Revoke(call.actor(), token->secretHash);
 }
 
 Result HandleListAccessTokens(Call &call, const pb::ListAccessTokens &request,
@@ -79,7 +81,7 @@ Result HandleCountAccessTokens(Call &call, const pb::CountAccessTokens &,
 
 Result HandleCollectAccessTokens(Call &call, const pb::CollectAccessTokens &,
                                  pb::CollectAccessTokensReply *reply) {
-    reply->set_collected(call.hsm.tokens.Collect(call.hsm.clock.Now()));
+    reply->set_collected(call.hsm.tokens.Collect(call.actor(), call.hsm.clock.Now()));
     return Result::kOk;
 }
 

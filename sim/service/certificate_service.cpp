@@ -19,7 +19,8 @@ Result ImportCertificate(Call &call, const pb::ImportKey &request, pb::ObjectInf
     certificate.attributes = pb::KEY_EXPORTABLE;
     certificate.length = static_cast<uint32_t>(der->size());
     certificate.certificate = std::move(*der);
-    if (Result r = call.hsm.keys.Insert(&certificate, "Certificate imported: " + certificate.name);
+    if (Result r = call.hsm.keys.Insert(call.actor(), &certificate,
+                                        "Certificate imported: " + certificate.name);
         r != Result::kOk)
         return r;
     DescribeObject(call.hsm.keys, certificate, info);

@@ -12,6 +12,7 @@
 #include "core/result.h"
 #include "envelope.pb.h"
 #include "service/hsm_context.h"
+#include "store/actor.h"
 #include "store/user_store.h"
 
 namespace sim {
@@ -28,6 +29,8 @@ struct Call {
 
     // REQUIRES: a session (every request but Login).
     Session &session() const { return *conn.session; }
+    // Who the changes a request makes are logged as: its session's user. REQUIRES: a session.
+    Actor actor() const { return Actor::User(session().user); }
 };
 
 // The right a request's caller must hold, whatever the request names. Rules that depend on

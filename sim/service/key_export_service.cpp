@@ -14,13 +14,13 @@ bool IsSecretKey(const StoredObject &object) {
            (algorithm->keyClass == KeyClass::kSymmetric || algorithm->keyClass == KeyClass::kHmac);
 }
 
-Result ExportClearKey(HsmContext &hsm, const StoredObject &key, pb::ExportKeyReply *reply) {
+Result ExportClearKey(Call &call, const StoredObject &key, pb::ExportKeyReply *reply) {
     if (!IsSecretKey(key)) return Result::kWrongObjectType;
     if ((key.attributes & pb::KEY_EXPORTABLE) == 0) return Result::kNotExportable;
     if (key.blocked) return Result::kKeyBlocked;
     SecretBytes material;
-    if (Result r = UnsealMaterial(hsm.masterKey, key, &material); r != Result::kOk) return r;
-    hsm.events.Record(key.owner, "Key exported in clear: " + key.name, kEventOk);
+    if (Result r = UnsealMaterial(call.hsm.masterKey, key, &material); r != Result::kOk) return r;
+    call.hsm.events.Record(call.actor(), "Key exported in clear: " + key.name, kEventOk);
     reply->set_material(material.view());
     return Result::kOk;
 }
@@ -35,7 +35,7 @@ Result HandleExportKey(Call &call, const pb::ExportKey &request, pb::ExportKeyRe
                              request.object_id(), blobType == pb::BLOB_CLEAR_SYMMETRIC, &object);
         r != Result::kOk)
         return r;
-    if (blobType == pb::BLOB_CLEAR_SYMMETRIC) return ExportClearKey(call.hsm, object, reply);
+    if (blobType == pb::BLOB_CLEAR_SYMMETRIC) return ExportClearKey(call, object, reply);
     if (object.kind != ObjectKind::kCertificate) return Result::kWrongObjectType;
     reply->set_material(object.certificate);
     return Result::kOk;

@@ -27,7 +27,7 @@ bool ProfileAllowed(const KeyAlgorithm &algorithm, uint32_t profile) {
     if (profile == 0) return true;
     if (algorithm.id == pb::ALG_3DES_112 || algorithm.id == pb::ALG_3DES_168)
         return In(profile, {2, 3, 4, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 19, 20, 21, 23});
-    if (IsAes(algorithm.id)) return In(profile, {2, 3, 7, 18, 23});
+    if (wire::IsAes(algorithm.id)) return In(profile, {2, 3, 7, 18, 23});
     if (algorithm.keyClass == KeyClass::kRsa)
         return In(profile, {1, 2, 3, 4, 5, 6, 7, 8, 22, 24, 25});
     return true;
@@ -60,7 +60,8 @@ Result StoreKey(Call &call, const std::string &name, const KeyAlgorithm &algorit
     object.sealed = hsm.masterKey.Seal(material.secret.view(), SealingContext(object.owner, name));
     object.publicExponent = material.publicExponent;
     object.generated = origin == KeyOrigin::kGenerated;
-    if (Result r = hsm.keys.Insert(&object, event + ": " + name); r != Result::kOk) return r;
+    if (Result r = hsm.keys.Insert(call.actor(), &object, event + ": " + name); r != Result::kOk)
+        return r;
     DescribeObject(hsm.keys, object, info);
     return Result::kOk;
 }
@@ -73,12 +74,6 @@ Result OpenKey(Call &call, const std::string &name, StoredObject *object, Secret
     if (Result r = UnsealMaterial(call.hsm.masterKey, *found, material); r != Result::kOk) return r;
     *object = std::move(*found);
     return Result::kOk;
-}
-
-std::optional<wire::CheckValueFormat> FormatOf(pb::CheckValueFormat format) {
-    if (format == pb::KCV_CLASSIC) return wire::CheckValueFormat::kKcv;
-    if (format == pb::KCV_CMAC) return wire::CheckValueFormat::kCmac;
-    return std::nullopt;
 }
 
 std::string AlgorithmNote(const char *what, const KeyAlgorithm &algorithm) {
@@ -120,13 +115,12 @@ Result HandleImportKey(Call &call, const pb::ImportKey &request, pb::ImportKeyRe
 
 Result HandleGetKeyCheckValue(Call &call, const pb::GetKeyCheckValue &request,
                               pb::GetKeyCheckValueReply *reply) {
-    std::optional<wire::CheckValueFormat> format = FormatOf(request.format());
-    if (!format) return Result::kInvalidParameter;
+    if (!pb::CheckValueFormat_IsValid(request.format())) return Result::kInvalidParameter;
     StoredObject object;
     SecretBytes material;
     if (Result r = OpenKey(call, request.name(), &object, &material); r != Result::kOk) return r;
     wire::CheckValue value{};
-    Result r = KeyCheckValue(object.algorithm, *format, material.view(), &value);
+    Result r = KeyCheckValue(object.algorithm, request.format(), material.view(), &value);
     if (r == Result::kInvalidLength) return Result::kInternal;
     if (r != Result::kOk) return r;
     reply->set_check_value(value.data(), value.size());
@@ -138,19 +132,18 @@ Result HandleGetKeyCheckValue(Call &call, const pb::GetKeyCheckValue &request,
 Result HandleImportKeyComponents(Call &call, const pb::ImportKeyComponents &request,
                                  pb::ImportKeyComponentsReply *reply) {
     if (Result r = CheckObjectName(request.name()); r != Result::kOk) return r;
-    std::optional<wire::CheckValueFormat> format = FormatOf(request.format());
-    if (!format) return Result::kInvalidParameter;
+    if (!pb::CheckValueFormat_IsValid(request.format())) return Result::kInvalidParameter;
     const KeyAlgorithm *algorithm = FindKeyAlgorithm(request.algorithm());
     if (algorithm == nullptr) return Result::kBadAlgorithm;
     KeyComponents components{
         {request.components().begin(), request.components().end()},
         {request.component_check_values().begin(), request.component_check_values().end()},
         request.key_check_value(),
-        *format};
+        request.format()};
     KeyMaterial material;
     if (Result r = JoinKeyComponents(algorithm->id, components, &material.secret); r != Result::kOk)
         return r;
-    uint32_t attributes = IsAes(algorithm->id) ? request.attributes() : 0;
+    uint32_t attributes = wire::IsAes(algorithm->id) ? request.attributes() : 0;
     if (Result r = CheckAttributes(*algorithm, attributes); r != Result::kOk) return r;
     return StoreKey(call, request.name(), *algorithm, attributes, material, KeyOrigin::kImported,
                     AlgorithmNote("Key imported from components", *algorithm),
@@ -167,7 +160,8 @@ Result HandleSetKeyBlocked(Call &call, const pb::SetKeyBlocked &request,
         return r;
     if (key.kind != ObjectKind::kKey) return Result::kWrongObjectType;
     key.blocked = request.blocked();
-    if (Result r = call.hsm.keys.SetBlocked(key, key.blocked); r != Result::kOk) return r;
+    if (Result r = call.hsm.keys.SetBlocked(call.actor(), key, key.blocked); r != Result::kOk)
+        return r;
     DescribeObject(call.hsm.keys, key, reply->mutable_object());
     return Result::kOk;
 }

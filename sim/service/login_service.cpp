@@ -11,7 +11,8 @@ namespace {
 Result CheckOtp(HsmContext &hsm, const std::string &user, const std::string &otp) {
     int64_t now = hsm.clock.Now();
     return hsm.users.UseOathToken(
-        user, [&](const OathState &state, const std::string &sealed) -> std::optional<uint64_t> {
+        Actor::User(user), user,
+        [&](const OathState &state, const std::string &sealed) -> std::optional<uint64_t> {
             std::optional<SecretBytes> seed = hsm.masterKey.Open(sealed);
             if (!seed) return std::nullopt;
             return VerifyOtp(state, seed->view(), otp, now);
@@ -74,11 +75,11 @@ Result PasswordLogin(HsmContext &hsm, ConnectionState &conn, const pb::Login &lo
     std::optional<UserRecord> user = hsm.users.FindUser(login.user());
     if (!user) {
         VerifyPasswordOfNobody(login.password());
-        hsm.events.Record(login.user(), "Login", "unknown user");
+        hsm.events.Record(Actor::User(login.user()), "Login", "unknown user");
         return Result::kAuthFailed;
     }
     if (user->blocked) {
-        hsm.events.Record(user->id, "Login", "user blocked");
+        hsm.events.Record(Actor::User(user->id), "Login", "user blocked");
         return Result::kUserBlocked;
     }
     if (!VerifyPassword(user->passwordHash, login.password())) {
@@ -102,17 +103,19 @@ Result AccessTokenLogin(HsmContext &hsm, ConnectionState &conn, const pb::Login 
     if (!token) return Result::kTokenInvalid;
     std::optional<AccessTokenRecord> record = hsm.tokens.Find(token->secretHash);
     if (!record || record->revoked || record->userId != token->userId) {
-        hsm.events.Record(token->userId, "Login (access token)", "invalid access token");
+        hsm.events.Record(Actor::User(token->userId), "Login (access token)",
+                          "invalid access token");
         return Result::kTokenInvalid;
     }
     if (record->expires != 0 && record->expires <= hsm.clock.Now()) {
-        hsm.events.Record(token->userId, "Login (access token)", "access token expired");
+        hsm.events.Record(Actor::User(token->userId), "Login (access token)",
+                          "access token expired");
         return Result::kTokenExpired;
     }
     std::optional<UserRecord> user = hsm.users.FindUser(record->userId);
     if (!user) return Result::kTokenInvalid;
     if (user->blocked) {
-        hsm.events.Record(user->id, "Login (access token)", "user blocked");
+        hsm.events.Record(Actor::User(user->id), "Login (access token)", "user blocked");
         return Result::kUserBlocked;
     }
     hsm.users.RecordLogin(user->id, "access token");

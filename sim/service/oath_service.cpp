@@ -8,17 +8,19 @@ namespace sim {
 
 namespace {
 
-// Runs `check` with the user's opened seed and stores the counter it returns.
+// Runs `check` with the user's opened seed and stores the counter it returns; logs
+// "<what> of <user>".
 template <class Check>
-Result UseToken(HsmContext &hsm, const std::string &user, const char *event, Check &&check) {
+Result UseToken(Call &call, const std::string &user, const char *what, Check &&check) {
+    HsmContext &hsm = call.hsm;
     return hsm.users.UseOathToken(
-        user,
+        call.actor(), user,
         [&](const OathState &state, const std::string &sealed) -> std::optional<uint64_t> {
             std::optional<SecretBytes> seed = hsm.masterKey.Open(sealed);
             if (!seed) return std::nullopt;
             return check(state, seed->view());
         },
-        event);
+        std::string(what) + " of " + user);
 }
 
 Result HandleAssignOathToken(Call &call, const pb::AssignOathToken &request,
@@ -42,10 +44,11 @@ Result HandleAssignOathToken(Call &call, const pb::AssignOathToken &request,
         return Result::kInvalidParameter;
     }
     HsmContext &hsm = call.hsm;
-    if (Result r = hsm.users.SetOathToken(target.id, state, hsm.masterKey.Seal(request.seed()));
+    if (Result r = hsm.users.SetOathToken(call.actor(), target.id, state,
+                                          hsm.masterKey.Seal(request.seed()));
         r != Result::kOk)
         return r;
-    return hsm.users.ChangeAclFlags(target.id, pb::ACL_OATH_2FA, 0);
+    return hsm.users.ChangeAclFlags(call.actor(), target.id, pb::ACL_OATH_2FA, 0);
 }
 
 Result HandleUnassignOathToken(Call &call, const pb::UnassignOathToken &request,
@@ -53,7 +56,7 @@ Result HandleUnassignOathToken(Call &call, const pb::UnassignOathToken &request,
     UserRecord target;
     if (Result r = FindAdministrable(call, request.user(), false, &target); r != Result::kOk)
         return r;
-    return call.hsm.users.RemoveOathToken(target.id);
+    return call.hsm.users.RemoveOathToken(call.actor(), target.id);
 }
 
 Result HandleOathResync(Call &call, const pb::OathResync &request, pb::OathResyncReply *) {
@@ -62,7 +65,7 @@ Result HandleOathResync(Call &call, const pb::OathResync &request, pb::OathResyn
         return r;
     if (request.first_otp().empty() || request.next_otp().empty()) return Result::kOtpInvalid;
     int64_t now = call.hsm.clock.Now();
-    return UseToken(call.hsm, target.id, "OATH token resynchronised",
+    return UseToken(call, target.id, "OATH token resynchronised",
                     [&](const OathState &state, const std::string &seed) {
                         return ResyncOtp(state, seed, request.first_otp(), request.next_otp(), now);
                     });
@@ -74,7 +77,7 @@ Result HandleOathCheck(Call &call, const pb::OathCheck &request, pb::OathCheckRe
         return r;
     if (request.otp().empty()) return Result::kOtpInvalid;
     int64_t now = call.hsm.clock.Now();
-    return UseToken(call.hsm, target.id, "OTP checked",
+    return UseToken(call, target.id, "OTP checked",
                     [&](const OathState &state, const std::string &seed) {
                         return VerifyOtp(state, seed, request.otp(), now);
                     });

@@ -8,9 +8,6 @@ namespace sim {
 
 namespace {
 
-constexpr uint32_t kOpenDefault = 0;
-constexpr uint32_t kOpenMofN = 2;
-constexpr uint32_t kSlotKeyByName = 0;
 constexpr size_t kMaxLabelBytes = 1024;
 constexpr size_t kMaxPkcs11LabelBytes = 128;
 
@@ -62,7 +59,7 @@ StoredObject NewMap(Call &call, const std::string &name, ObjectKind kind, uint32
 }
 
 Result HandleOpenObject(Call &call, const pb::OpenObject &request, pb::OpenObjectReply *reply) {
-    if (request.options() != kOpenDefault && request.options() != kOpenMofN)
+    if (request.options() != pb::OPEN_DEFAULT && request.options() != pb::OPEN_MOFN)
         return Result::kInvalidParameter;
     if (Result r = CheckObjectName(request.name()); r != Result::kOk) return r;
     std::optional<StoredObject> object =
@@ -74,7 +71,7 @@ Result HandleOpenObject(Call &call, const pb::OpenObject &request, pb::OpenObjec
 
 Result HandleRemoveObject(Call &call, const pb::RemoveObject &request, pb::RemoveObjectReply *) {
     if (Result r = CheckObjectName(request.name()); r != Result::kOk) return r;
-    return call.hsm.keys.Remove(call.session().user, request.name());
+    return call.hsm.keys.Remove(call.actor(), call.session().user, request.name());
 }
 
 // Every object, or the PKCS#11 maps alone.
@@ -87,7 +84,8 @@ Result HandleListObjects(Call &call, const pb::ListObjects &request, pb::ListObj
 
 Result HandleCreateMap(Call &call, const pb::CreateMap &request, pb::CreateMapReply *) {
     if (Result r = CheckObjectName(request.name()); r != Result::kOk) return r;
-    if (request.slot1_type() != kSlotKeyByName || request.slot2_type() != kSlotKeyByName)
+    if (request.slot1_type() != pb::SLOT_KEY_BY_NAME ||
+        request.slot2_type() != pb::SLOT_KEY_BY_NAME)
         return Result::kInvalidParameter;
     for (const std::string &slot : {request.slot1(), request.slot2()})
         if (Result r = CheckKind(call, slot, IsKey); r != Result::kOk) return r;
@@ -96,7 +94,7 @@ Result HandleCreateMap(Call &call, const pb::CreateMap &request, pb::CreateMapRe
     map.targetType = request.slot1_type();
     map.second = request.slot2();
     map.secondType = request.slot2_type();
-    return call.hsm.keys.Insert(&map, "Map created: " + map.name);
+    return call.hsm.keys.Insert(call.actor(), &map, "Map created: " + map.name);
 }
 
 Result HandleCreatePkcs11Map(Call &call, const pb::CreatePkcs11Map &request,
@@ -111,14 +109,15 @@ Result HandleCreatePkcs11Map(Call &call, const pb::CreatePkcs11Map &request,
                               request.key_name());
     map.second = request.cert_name();
     map.p11Label = request.label();
-    return call.hsm.keys.Insert(&map, "PKCS#11 map created: " + map.name);
+    return call.hsm.keys.Insert(call.actor(), &map, "PKCS#11 map created: " + map.name);
 }
 
 Result HandleSetObjectLabel(Call &call, const pb::SetObjectLabel &request,
                             pb::SetObjectLabelReply *) {
     if (Result r = CheckObjectName(request.name()); r != Result::kOk) return r;
     if (request.label().size() > kMaxLabelBytes) return Result::kInvalidLength;
-    return call.hsm.keys.SetLabel(call.session().user, request.name(), request.label());
+    return call.hsm.keys.SetLabel(call.actor(), call.session().user, request.name(),
+                                  request.label());
 }
 
 }  // namespace

@@ -46,7 +46,7 @@ Result HandleSetPasswordPolicy(Call &call, const pb::SetPasswordPolicy &request,
                                pb::SetPasswordPolicyReply *) {
     std::optional<PasswordPolicy> policy = Decode(request.policy());
     if (!policy) return Result::kInvalidParameter;
-    call.hsm.policy.Save(*policy);
+    call.hsm.policy.Save(call.actor(), *policy);
     return Result::kOk;
 }
 

@@ -64,13 +64,6 @@ Result HandleSetHashKey(Call &call, const pb::SetHashKey &request, pb::SetHashKe
     return hash->SetKey(request.key());
 }
 
-Result HandleGetHashSize(Call &call, const pb::GetHashSize &request, pb::GetHashSizeReply *reply) {
-    HashContext *hash = FindHash(call, request.hash_id());
-    if (hash == nullptr) return Result::kInvalidHandle;
-    reply->set_size(static_cast<uint32_t>(hash->size()));
-    return Result::kOk;
-}
-
 Result HandleFinishHash(Call &call, const pb::FinishHash &request, pb::FinishHashReply *reply) {
     HashContext *hash = FindHash(call, request.hash_id());
     if (hash == nullptr) return Result::kInvalidHandle;
@@ -93,8 +86,6 @@ void RegisterRandomHashService(DispatchTable &table) {
         HandleUpdateHash, Needs::Nothing(), kNormalSessions);
     table.Add<&pb::Request::set_hash_key, &pb::Response::mutable_set_hash_key>(
         HandleSetHashKey, Needs::Nothing(), kNormalSessions);
-    table.Add<&pb::Request::get_hash_size, &pb::Response::mutable_get_hash_size>(
-        HandleGetHashSize, Needs::Nothing(), kNormalSessions);
     table.Add<&pb::Request::finish_hash, &pb::Response::mutable_finish_hash>(
         HandleFinishHash, Needs::Nothing(), kNormalSessions);
     table.Add<&pb::Request::destroy_hash, &pb::Response::mutable_destroy_hash>(

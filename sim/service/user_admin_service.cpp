@@ -33,7 +33,8 @@ Result HandleCreateUser(Call &call, const pb::CreateUser &request, pb::CreateUse
     if (!ValidUserId(request.user())) return Result::kInvalidParameter;
     if (Result r = CheckPassword(call.hsm.policy.Load(), request.password()); r != Result::kOk)
         return r;
-    return call.hsm.users.AddUser(request.user(), HashPassword(request.password()), acl);
+    return call.hsm.users.AddUser(call.actor(), request.user(), HashPassword(request.password()),
+                                  acl);
 }
 
 Result HandleRemoveUser(Call &call, const pb::RemoveUser &request, pb::RemoveUserReply *) {
@@ -43,7 +44,7 @@ Result HandleRemoveUser(Call &call, const pb::RemoveUser &request, pb::RemoveUse
     if (!rights::MayAdminister(caller.acl, target->acl)) return Result::kAccessDenied;
     // An account cannot pull the floor from under its own session.
     if (target->id == caller.id) return Result::kBadState;
-    if (Result r = call.hsm.users.RemoveUser(target->id); r != Result::kOk) return r;
+    if (Result r = call.hsm.users.RemoveUser(call.actor(), target->id); r != Result::kOk) return r;
     call.hsm.sessions.EndSessionsOf(target->id);
     return Result::kOk;
 }

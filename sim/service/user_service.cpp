@@ -11,9 +11,9 @@ namespace {
 
 constexpr uint32_t kSecondFactorBits = pb::ACL_OATH_2FA | pb::ACL_X509_2FA;
 
-Result SetPasswordChecked(HsmContext &hsm, const std::string &user, const std::string &password) {
-    if (Result r = CheckPassword(hsm.policy.Load(), password); r != Result::kOk) return r;
-    return hsm.users.SetPassword(user, HashPassword(password));
+Result SetPasswordChecked(Call &call, const std::string &user, const std::string &password) {
+    if (Result r = CheckPassword(call.hsm.policy.Load(), password); r != Result::kOk) return r;
+    return call.hsm.users.SetPassword(call.actor(), user, HashPassword(password));
 }
 
 Result HandleGetUserAcl(Call &call, const pb::GetUserAcl &request, pb::GetUserAclReply *reply) {
@@ -46,7 +46,7 @@ Result HandleSetUserAcl(Call &call, const pb::SetUserAcl &request, pb::SetUserAc
     uint32_t acl =
         (request.acl() & ~kSecondFactorBits) | (request.acl() & target.acl & kSecondFactorBits);
     if (!rights::MayGrant(call.caller->acl, target.acl, acl, false)) return Result::kAccessDenied;
-    return call.hsm.users.SetAcl(target.id, acl);
+    return call.hsm.users.SetAcl(call.actor(), target.id, acl);
 }
 
 Result HandleSetUserCertificate(Call &call, const pb::SetUserCertificate &request,
@@ -56,13 +56,14 @@ Result HandleSetUserCertificate(Call &call, const pb::SetUserCertificate &reques
         return r;
     UserStore &users = call.hsm.users;
     if (request.reset()) {
-        if (Result r = users.SetCertificate(target.id, ""); r != Result::kOk) return r;
-        return users.ChangeAclFlags(target.id, 0, pb::ACL_X509_2FA);
+        if (Result r = users.SetCertificate(call.actor(), target.id, ""); r != Result::kOk)
+            return r;
+        return users.ChangeAclFlags(call.actor(), target.id, 0, pb::ACL_X509_2FA);
     }
     std::optional<std::string> der = CertificateToDer(request.certificate());
     if (!der) return Result::kInvalidParameter;
-    if (Result r = users.SetCertificate(target.id, *der); r != Result::kOk) return r;
-    return users.ChangeAclFlags(target.id, pb::ACL_X509_2FA, 0);
+    if (Result r = users.SetCertificate(call.actor(), target.id, *der); r != Result::kOk) return r;
+    return users.ChangeAclFlags(call.actor(), target.id, pb::ACL_X509_2FA, 0);
 }
 
 Result HandleSetOwnPassword(Call &call, const pb::SetOwnPassword &request,
@@ -70,7 +71,7 @@ Result HandleSetOwnPassword(Call &call, const pb::SetOwnPassword &request,
     Session &session = call.session();
     // A token holder never proved the password, so it may not replace it.
     if (session.byAccessToken) return Result::kAccessDenied;
-    if (Result r = SetPasswordChecked(call.hsm, session.user, request.password()); r != Result::kOk)
+    if (Result r = SetPasswordChecked(call, session.user, request.password()); r != Result::kOk)
         return r;
     if (session.kind == SessionKind::kPasswordChange) session.kind = SessionKind::kUser;
     return Result::kOk;
@@ -81,7 +82,7 @@ Result HandleSetUserPassword(Call &call, const pb::SetUserPassword &request,
     UserRecord target;
     if (Result r = FindAdministrable(call, request.user(), false, &target); r != Result::kOk)
         return r;
-    return SetPasswordChecked(call.hsm, target.id, request.password());
+    return SetPasswordChecked(call, target.id, request.password());
 }
 
 Result HandleSetUserBlocked(Call &call, const pb::SetUserBlocked &request,
@@ -89,7 +90,7 @@ Result HandleSetUserBlocked(Call &call, const pb::SetUserBlocked &request,
     UserRecord target;
     if (Result r = FindAdministrable(call, request.user(), false, &target); r != Result::kOk)
         return r;
-    return call.hsm.users.SetBlocked(target.id, request.blocked());
+    return call.hsm.users.SetBlocked(call.actor(), target.id, request.blocked());
 }
 
 }  // namespace

@@ -122,6 +122,8 @@ int Report(Result result, const std::string &what, std::ostream &err) {
 int Run(DataDirectory &data, const std::vector<std::string> &args, std::ostream &out,
         std::ostream &err) {
     UserStore &users = data.users();
+    // Provisioning acts as the HSM itself, not as one of its accounts.
+    const Actor actor = Actor::Daemon();
     const std::string &command = args.at(0);
     if (command == "add-user") {
         CommandLine line = Split(args, 2, {"--acl"});
@@ -129,13 +131,13 @@ int Run(DataDirectory &data, const std::vector<std::string> &args, std::ostream 
         auto acl = static_cast<uint32_t>(Number(Optional(line, "--acl", "0"), 0, 0xFFFFFFFF));
         if (password.empty() || password.size() > kMaxPasswordBytes)
             throw UsageError{"the password must have 1 to 16 characters"};
-        return Report(users.AddUser(line.positional[0], HashPassword(password.view()), acl),
+        return Report(users.AddUser(actor, line.positional[0], HashPassword(password.view()), acl),
                       "add-user", err);
     }
     if (command == "set-acl") {
         CommandLine line = Split(args, 2, {});
         auto acl = static_cast<uint32_t>(Number(line.positional[1], 0, 0xFFFFFFFF));
-        return Report(users.SetAcl(line.positional[0], acl), "set-acl", err);
+        return Report(users.SetAcl(actor, line.positional[0], acl), "set-acl", err);
     }
     if (command == "set-otp") {
         CommandLine line = Split(args, 3, {"--counter", "--step", "--start"});
@@ -150,9 +152,9 @@ int Run(DataDirectory &data, const std::vector<std::string> &args, std::ostream 
             Number(Optional(line, "--start", "0"), 0, std::numeric_limits<int64_t>::max());
         if (state.kind == OathKind::kTime) state.counter = 0;
         SecretBytes seed(HexToBytes(line.positional[2]));
-        return Report(
-            users.SetOathToken(line.positional[0], state, data.masterKey().Seal(seed.view())),
-            "set-otp", err);
+        return Report(users.SetOathToken(actor, line.positional[0], state,
+                                         data.masterKey().Seal(seed.view())),
+                      "set-otp", err);
     }
     if (command == "set-cert") {
         CommandLine line = Split(args, 2, {});
@@ -161,7 +163,7 @@ int Run(DataDirectory &data, const std::vector<std::string> &args, std::ostream 
             err << "orvena-simctl: cannot read a certificate from " << line.positional[1] << "\n";
             return kFailure;
         }
-        return Report(users.SetCertificate(line.positional[0], *der), "set-cert", err);
+        return Report(users.SetCertificate(actor, line.positional[0], *der), "set-cert", err);
     }
     if (command == "add-token") {
         CommandLine line = Split(args, 1, {"--expires"});
@@ -170,7 +172,8 @@ int Run(DataDirectory &data, const std::vector<std::string> &args, std::ostream 
         if (line.positional[0].size() > kMaxUserIdLength) throw UsageError{"user id too long"};
         std::string hash;
         SecretBytes token(NewAccessToken(line.positional[0], &hash));
-        if (int rc = Report(data.tokens().Add(hash, line.positional[0], expires), "add-token", err))
+        if (int rc = Report(data.tokens().Add(actor, hash, line.positional[0], expires),
+                            "add-token", err))
             return rc;
         SecretBytes encoded(Base64Encode(token.view()));
         out << encoded.view() << "\n";
@@ -181,11 +184,11 @@ int Run(DataDirectory &data, const std::vector<std::string> &args, std::ostream 
         SecretBytes token(Base64Decode(line.positional[0]));
         std::optional<ParsedAccessToken> parsed = ParseAccessToken(token.view());
         if (!parsed) throw UsageError{"not an access token"};
-        return Report(data.tokens().Revoke(parsed->secretHash), "revoke-token", err);
+        return Report(data.tokens().Revoke(actor, parsed->secretHash), "revoke-token", err);
     }
     if (command == "expire-password") {
         CommandLine line = Split(args, 1, {});
-        return Report(users.ExpirePassword(line.positional[0]), "expire-password", err);
+        return Report(users.ExpirePassword(actor, line.positional[0]), "expire-password", err);
     }
     if (command == "set-policy") {
         CommandLine line = Split(args, 6, {});
@@ -196,7 +199,7 @@ int Run(DataDirectory &data, const std::vector<std::string> &args, std::ostream 
         policy.specials = static_cast<uint8_t>(Number(line.positional[3], 0, 16));
         policy.uppercase = static_cast<uint8_t>(Number(line.positional[4], 0, 16));
         policy.lowercase = static_cast<uint8_t>(Number(line.positional[5], 0, 16));
-        data.policy().Save(policy);
+        data.policy().Save(actor, policy);
         return 0;
     }
     if (command == "add-keys") {
@@ -210,7 +213,8 @@ int Run(DataDirectory &data, const std::vector<std::string> &args, std::ostream 
     }
     if (command == "block" || command == "unblock") {
         CommandLine line = Split(args, 1, {});
-        return Report(users.SetBlocked(line.positional[0], command == "block"), command, err);
+        return Report(users.SetBlocked(actor, line.positional[0], command == "block"), command,
+                      err);
     }
     throw UsageError{"unknown command " + command};
 }

@@ -5,7 +5,7 @@ namespace sim {
 AccessTokenStore::AccessTokenStore(const DatabaseFile &file, const EventLog &events)
     : db_(file), events_(events) {}
 
-Result AccessTokenStore::Add(std::string_view secretHash, std::string_view userId,
+Result AccessTokenStore::Add(Actor actor, std::string_view secretHash, std::string_view userId,
                              int64_t expires) {
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
@@ -17,7 +17,7 @@ Result AccessTokenStore::Add(std::string_view secretHash, std::string_view userI
         .Bind(2, userId)
         .Bind(3, expires)
         .Run();
-    events_.Append(db_, userId, "Access token created", kEventOk);
+    events_.Append(db_, actor, "Access token of " + std::string(userId) + " created", kEventOk);
     tx.Commit();
     return Result::kOk;
 }
@@ -30,7 +30,7 @@ std::optional<AccessTokenRecord> AccessTokenStore::Find(std::string_view secretH
     return AccessTokenRecord{st.Text(0), st.Int(1), st.Int(2) != 0};
 }
 
-Result AccessTokenStore::Revoke(std::string_view secretHash) {
+Result AccessTokenStore::Revoke(Actor actor, std::string_view secretHash) {
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
     std::string owner;
@@ -40,7 +40,7 @@ Result AccessTokenStore::Revoke(std::string_view secretHash) {
         if (!st.BindBlob(1, secretHash).Step()) return Result::kNotFound;
         owner = st.Text(0);
     }
-    events_.Append(db_, owner, "Access token revoked", kEventOk);
+    events_.Append(db_, actor, "Access token of " + owner + " revoked", kEventOk);
     tx.Commit();
     return Result::kOk;
 }
@@ -74,7 +74,7 @@ uint64_t AccessTokenStore::Count() {
     return st.Step() ? static_cast<uint64_t>(st.Int(0)) : 0;
 }
 
-uint64_t AccessTokenStore::Collect(int64_t now) {
+uint64_t AccessTokenStore::Collect(Actor actor, int64_t now) {
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
     Statement(db_,
@@ -83,7 +83,7 @@ uint64_t AccessTokenStore::Collect(int64_t now) {
         .Run();
     auto removed = static_cast<uint64_t>(sqlite3_changes(db_.handle()));
     if (removed != 0)
-        events_.Append(db_, "", "Access tokens collected: " + std::to_string(removed), kEventOk);
+        events_.Append(db_, actor, "Access tokens collected: " + std::to_string(removed), kEventOk);
     tx.Commit();
     return removed;
 }

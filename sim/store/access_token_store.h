@@ -1,6 +1,7 @@
 #pragma once
 // Access tokens: only the SHA-256 of each secret is kept. Thread-safe: every method runs
-// under one mutex on its own SQLite connection; a change commits with its event-log line.
+// under one mutex on its own SQLite connection; a change commits with its event-log line,
+// whose user is the change's actor and whose operation names the token's owner.
 
 #include <cstdint>
 #include <mutex>
@@ -34,9 +35,9 @@ class AccessTokenStore {
     AccessTokenStore(const DatabaseFile &file, const EventLog &events);
 
     // kNotFound when `userId` has no account.
-    Result Add(std::string_view secretHash, std::string_view userId, int64_t expires);
+    Result Add(Actor actor, std::string_view secretHash, std::string_view userId, int64_t expires);
     std::optional<AccessTokenRecord> Find(std::string_view secretHash);
-    Result Revoke(std::string_view secretHash);
+    Result Revoke(Actor actor, std::string_view secretHash);
     // The live tokens of `userId`, or of every user when it is empty, oldest first.
     std::vector<AccessTokenListing> List(std::string_view userId);
     // The live token of `userId` whose secret hash starts with `hashPrefix`.
@@ -44,7 +45,7 @@ class AccessTokenStore {
                                                    std::string_view hashPrefix);
     uint64_t Count();
     // Deletes the tokens expired at `now` and the revoked ones; returns how many.
-    uint64_t Collect(int64_t now);
+    uint64_t Collect(Actor actor, int64_t now);
 
   private:
     std::mutex mutex_;

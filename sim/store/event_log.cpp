@@ -4,12 +4,12 @@ namespace sim {
 
 EventLog::EventLog(const DatabaseFile &file, const Clock &clock) : db_(file), clock_(clock) {}
 
-void EventLog::Append(Database &db, std::string_view user, std::string_view operation,
+void EventLog::Append(Database &db, Actor actor, std::string_view operation,
                       std::string_view outcome) const {
     if (sqlite3_get_autocommit(db.handle()) != 0)
         throw StoreError("event log line outside a transaction");
     EventLine line{
-        0, 0, clock_.Now(), std::string(user), std::string(operation), std::string(outcome)};
+        0, 0, clock_.Now(), std::string(actor.id()), std::string(operation), std::string(outcome)};
     std::string previous;
     {
         Statement end(db, "SELECT boot, last_seq, last_hash FROM event_log_state WHERE id = 1");
@@ -36,10 +36,10 @@ void EventLog::Append(Database &db, std::string_view user, std::string_view oper
         .Run();
 }
 
-void EventLog::Record(std::string_view user, std::string_view operation, std::string_view outcome) {
+void EventLog::Record(Actor actor, std::string_view operation, std::string_view outcome) {
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
-    Append(db_, user, operation, outcome);
+    Append(db_, actor, operation, outcome);
     tx.Commit();
 }
 
@@ -47,7 +47,7 @@ int64_t EventLog::Boot() {
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
     db_.Execute("UPDATE event_log_state SET boot = boot + 1 WHERE id = 1");
-    Append(db_, "", "HSM started", kEventOk);
+    Append(db_, Actor::Daemon(), "HSM started", kEventOk);
     int64_t boot = ReadEventLogEnds(db_).boot;
     tx.Commit();
     return boot;

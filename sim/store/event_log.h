@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "core/clock.h"
+#include "store/actor.h"
 #include "store/database.h"
 #include "store/event_chain.h"
 
@@ -28,11 +29,11 @@ class EventLog {
     // and moved under that transaction's write lock, which every connection and process
     // shares, so concurrent appends stay one linear chain. Throws StoreError outside a
     // transaction. Thread-safe; the caller serialises its own `db` as always.
-    void Append(Database &db, std::string_view user, std::string_view operation,
+    void Append(Database &db, Actor actor, std::string_view operation,
                 std::string_view outcome) const;
     // Appends a line in a transaction of its own, for events that change nothing else (a
     // refused login, an export). Thread-safe.
-    void Record(std::string_view user, std::string_view operation, std::string_view outcome);
+    void Record(Actor actor, std::string_view operation, std::string_view outcome);
     // Counts one more start of the daemon and logs it; returns the new count. Thread-safe.
     int64_t Boot();
 

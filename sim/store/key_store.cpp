@@ -35,19 +35,20 @@ StoredObject ReadRow(const Statement &st) {
 KeyStore::KeyStore(const DatabaseFile &file, const Clock &clock, const EventLog &events)
     : db_(file), clock_(clock), events_(events) {}
 
-Result KeyStore::Insert(StoredObject *object, std::string_view event) {
+Result KeyStore::Insert(Actor actor, StoredObject *object, std::string_view event) {
     return inserts_.Run([&] {
         if (Result r = InsertLocked(object); r != Result::kOk) return r;
-        LogLocked(object->owner, event);
+        LogLocked(actor, object->owner, event);
         return Result::kOk;
     });
 }
 
-Result KeyStore::InsertAll(std::vector<StoredObject> *objects, std::string_view event) {
+Result KeyStore::InsertAll(Actor actor, std::vector<StoredObject> *objects,
+                           std::string_view event) {
     return inserts_.Run([&] {
         for (StoredObject &object : *objects) {
             if (Result r = InsertLocked(&object); r != Result::kOk) return r;
-            LogLocked(object.owner, std::string(event) + ": " + object.name);
+            LogLocked(actor, object.owner, std::string(event) + ": " + object.name);
         }
         return Result::kOk;
     });
@@ -114,7 +115,7 @@ std::vector<StoredObject> KeyStore::List(std::string_view owner, uint32_t kind) 
     return objects;
 }
 
-Result KeyStore::Remove(std::string_view owner, std::string_view name) {
+Result KeyStore::Remove(Actor actor, std::string_view owner, std::string_view name) {
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
     Statement(db_, "DELETE FROM objects WHERE owner = ? AND name = ?")
@@ -122,12 +123,13 @@ Result KeyStore::Remove(std::string_view owner, std::string_view name) {
         .Bind(2, name)
         .Run();
     if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;
-    LogLocked(owner, "Object removed: " + std::string(name));
+    LogLocked(actor, owner, "Object removed: " + std::string(name));
     tx.Commit();
     return Result::kOk;
 }
 
-Result KeyStore::SetLabel(std::string_view owner, std::string_view name, std::string_view label) {
+Result KeyStore::SetLabel(Actor actor, std::string_view owner, std::string_view name,
+                          std::string_view label) {
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
     Statement(db_, "UPDATE objects SET label = ? WHERE owner = ? AND name = ?")
@@ -136,12 +138,12 @@ Result KeyStore::SetLabel(std::string_view owner, std::string_view name, std::st
         .Bind(3, name)
         .Run();
     if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;
-    LogLocked(owner, "Object metadata written: " + std::string(name));
+    LogLocked(actor, owner, "Object metadata written: " + std::string(name));
     tx.Commit();
     return Result::kOk;
 }
 
-Result KeyStore::SetBlocked(const StoredObject &key, bool blocked) {
+Result KeyStore::SetBlocked(Actor actor, const StoredObject &key, bool blocked) {
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
     Statement(db_, "UPDATE objects SET blocked = ? WHERE id = ? AND kind = ?")
@@ -150,7 +152,7 @@ Result KeyStore::SetBlocked(const StoredObject &key, bool blocked) {
         .Bind(3, static_cast<int64_t>(ObjectKind::kKey))
         .Run();
     if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;
-    LogLocked(key.owner, (blocked ? "Key blocked: " : "Key unblocked: ") + key.name);
+    LogLocked(actor, key.owner, (blocked ? "Key blocked: " : "Key unblocked: ") + key.name);
     tx.Commit();
     return Result::kOk;
 }
@@ -169,12 +171,12 @@ std::string KeyStore::FirstPkcs11MapOf(std::string_view owner, std::string_view 
     return st.Step() ? st.Text(0) : std::string();
 }
 
-void KeyStore::RemoveAll(std::string_view owner) {
+void KeyStore::RemoveAll(Actor actor, std::string_view owner) {
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
     Statement(db_, "DELETE FROM objects WHERE owner = ?").Bind(1, owner).Run();
     if (int removed = sqlite3_changes(db_.handle()); removed != 0)
-        LogLocked(owner, "Partition emptied: " + std::to_string(removed) + " objects removed");
+        LogLocked(actor, owner, "Objects removed: " + std::to_string(removed));
     tx.Commit();
 }
 
@@ -189,8 +191,13 @@ std::vector<ObjectCount> KeyStore::CountByKind(std::string_view owner) {
     return counts;
 }
 
-void KeyStore::LogLocked(std::string_view owner, std::string_view operation) {
-    events_.Append(db_, owner, operation, kEventOk);
+void KeyStore::LogLocked(Actor actor, std::string_view owner, std::string_view operation) {
+    if (actor.id() == owner) {
+        events_.Append(db_, actor, operation, kEventOk);
+        return;
+    }
+    events_.Append(db_, actor,
+                   std::string(operation) + " (partition of " + std::string(owner) + ")", kEventOk);
 }
 
 }  // namespace sim

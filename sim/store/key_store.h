@@ -2,8 +2,8 @@
 // The objects of every user's partition: keys (material sealed under the master key, the
 // partition and the name), certificates, map objects and PKCS#11 maps. Names are unique per
 // partition. Thread-safe: every method runs under one mutex on its own SQLite connection,
-// and each change commits together with its event-log line. Concurrent inserts share one
-// commit.
+// and each change commits together with its event-log line, whose user is the change's
+// actor. Concurrent inserts share one commit.
 
 #include <cstdint>
 #include <mutex>
@@ -62,32 +62,34 @@ class KeyStore {
 
     // Stores a new object and sets object->id and object->created; `event` is the operation
     // its log line names. kAlreadyExists when the partition holds the name.
-    Result Insert(StoredObject *object, std::string_view event);
+    Result Insert(Actor actor, StoredObject *object, std::string_view event);
     // Stores many objects in one transaction (bulk provisioning), one log line each; all or
     // none.
-    Result InsertAll(std::vector<StoredObject> *objects, std::string_view event);
+    Result InsertAll(Actor actor, std::vector<StoredObject> *objects, std::string_view event);
     // With `withSecret` false the sealed material is left out.
     std::optional<StoredObject> Find(std::string_view owner, std::string_view name,
                                      bool withSecret);
     // The partition's objects in name order, without material; kind 0 = every kind.
     std::vector<StoredObject> List(std::string_view owner, uint32_t kind);
-    Result Remove(std::string_view owner, std::string_view name);
-    Result SetLabel(std::string_view owner, std::string_view name, std::string_view label);
+    Result Remove(Actor actor, std::string_view owner, std::string_view name);
+    Result SetLabel(Actor actor, std::string_view owner, std::string_view name,
+                    std::string_view label);
     // Blocks or unblocks `key` (found by its id); kNotFound when it is gone meanwhile.
-    Result SetBlocked(const StoredObject &key, bool blocked);
+    Result SetBlocked(Actor actor, const StoredObject &key, bool blocked);
     // The first PKCS#11 map (by name) of the partition whose target or certificate is
     // `name`; empty when there is none.
     std::string FirstPkcs11MapOf(std::string_view owner, std::string_view name);
     // Every object of a partition, for the removal of its user.
-    void RemoveAll(std::string_view owner);
+    void RemoveAll(Actor actor, std::string_view owner);
     // The partition's object totals, one entry per kind it holds, in kind order.
     std::vector<ObjectCount> CountByKind(std::string_view owner);
 
   private:
     // REQUIRES: mutex_ held, inside a transaction.
     Result InsertLocked(StoredObject *object);
-    // Logs `operation` for `owner` as done. REQUIRES: mutex_ held, inside a transaction.
-    void LogLocked(std::string_view owner, std::string_view operation);
+    // Logs `operation` on the partition of `owner` as done by `actor`; the line names the
+    // partition when it is not the actor's own. REQUIRES: mutex_ held, inside a transaction.
+    void LogLocked(Actor actor, std::string_view owner, std::string_view operation);
 
     std::mutex mutex_;
     Database db_;

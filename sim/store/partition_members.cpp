@@ -7,10 +7,10 @@ void PartitionMembers::Add(PartitionMember member) {
     members_.push_back(std::move(member));
 }
 
-void PartitionMembers::RemoveAll(std::string_view userId) const {
+void PartitionMembers::RemoveAll(Actor actor, std::string_view userId) const {
     std::lock_guard lock(mutex_);
     for (const PartitionMember &member : members_)
-        member.removeAll(userId);
+        member.removeAll(actor, userId);
 }
 
 std::vector<ObjectCount> PartitionMembers::Count(std::string_view userId) const {

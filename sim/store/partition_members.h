@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "store/actor.h"
+
 namespace sim {
 
 struct ObjectCount {
@@ -17,8 +19,9 @@ struct ObjectCount {
 };
 
 struct PartitionMember {
-    // Removes everything of the partition; throws (StoreError) when it cannot.
-    std::function<void(std::string_view userId)> removeAll;
+    // Removes everything of the partition on behalf of `actor`; throws (StoreError) when it
+    // cannot.
+    std::function<void(Actor actor, std::string_view userId)> removeAll;
     // The partition's objects by type; types without objects may be left out.
     std::function<std::vector<ObjectCount>(std::string_view userId)> count;
 };
@@ -28,7 +31,7 @@ class PartitionMembers {
     // REQUIRES: both functions set; they must stay callable for the store's life.
     void Add(PartitionMember member);
     // Runs every member's removeAll; the first exception stops and propagates.
-    void RemoveAll(std::string_view userId) const;
+    void RemoveAll(Actor actor, std::string_view userId) const;
     // Every member's counts, in registration order.
     std::vector<ObjectCount> Count(std::string_view userId) const;
 

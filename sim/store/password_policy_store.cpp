@@ -27,7 +27,7 @@ PasswordPolicy PasswordPolicyStore::Read(Database &db) {
     return policy;
 }
 
-void PasswordPolicyStore::Save(const PasswordPolicy &policy) {
+void PasswordPolicyStore::Save(Actor actor, const PasswordPolicy &policy) {
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
     Statement(db_,
@@ -41,7 +41,7 @@ void PasswordPolicyStore::Save(const PasswordPolicy &policy) {
         .Bind(6, int64_t{policy.lowercase})
         .Run();
     auto number = [](uint8_t value) { return std::to_string(value); };
-    events_.Append(db_, "",
+    events_.Append(db_, actor,
                    "Password policy set: invalid logins " + number(policy.invalidLogins) +
                        ", expiry days " + number(policy.expiryDays) + ", minimum length " +
                        number(policy.minLength) + ", specials " + number(policy.specials) +

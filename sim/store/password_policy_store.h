@@ -16,7 +16,7 @@ class PasswordPolicyStore {
     PasswordPolicyStore(const DatabaseFile &file, const EventLog &events);
 
     PasswordPolicy Load();
-    void Save(const PasswordPolicy &policy);
+    void Save(Actor actor, const PasswordPolicy &policy);
 
     // The policy as `db` sees it, for a store that needs it inside its own transaction.
     static PasswordPolicy Read(Database &db);

@@ -15,6 +15,16 @@ std::string Hex(uint32_t value) {
     return text;
 }
 
+// How a line names the account a change acted on: "<what> of <id>" for a part of it,
+// "User <id>" for the account itself.
+std::string Of(std::string_view what, std::string_view id) {
+    return std::string(what) + " of " + std::string(id);
+}
+
+std::string UserNamed(std::string_view id) {
+    return "User " + std::string(id);
+}
+
 }  // namespace
 
 UserStore::UserStore(const DatabaseFile &file, const Clock &clock, const EventLog &events)
@@ -53,7 +63,8 @@ std::vector<std::pair<std::string, uint32_t>> UserStore::ListUsers() {
     return users;
 }
 
-Result UserStore::AddUser(std::string_view id, const std::string &passwordHash, uint32_t acl) {
+Result UserStore::AddUser(Actor actor, std::string_view id, const std::string &passwordHash,
+                          uint32_t acl) {
     if (id.empty() || id.size() > kMaxUserIdLength) return Result::kInvalidParameter;
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
@@ -67,52 +78,54 @@ Result UserStore::AddUser(std::string_view id, const std::string &passwordHash, 
         .Bind(3, int64_t{acl})
         .Bind(4, clock_.Now())
         .Run();
-    events_.Append(db_, id, "User created with ACL " + Hex(acl), kEventOk);
+    events_.Append(db_, actor, UserNamed(id) + " created with ACL " + Hex(acl), kEventOk);
     tx.Commit();
     return Result::kOk;
 }
 
-Result UserStore::UpdateUser(const char *sql, std::string_view id, int64_t value,
+Result UserStore::UpdateUser(Actor actor, const char *sql, std::string_view id, int64_t value,
                              std::string_view operation) {
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
     Statement(db_, sql).Bind(1, value).Bind(2, id).Run();
     if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;
-    events_.Append(db_, id, operation, kEventOk);
+    events_.Append(db_, actor, operation, kEventOk);
     tx.Commit();
     return Result::kOk;
 }
 
-Result UserStore::RemoveUser(std::string_view id) {
+Result UserStore::RemoveUser(Actor actor, std::string_view id) {
     if (!FindUser(id)) return Result::kNotFound;
     // Other stores first: should one fail, the account remains and removal can be retried,
     // whereas the reverse order could leave keys behind that no account owns.
-    partitions_.RemoveAll(id);
+    partitions_.RemoveAll(actor, id);
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
     Statement(db_, "DELETE FROM users WHERE id = ?").Bind(1, id).Run();
     if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;
-    events_.Append(db_, id, "User removed", kEventOk);
+    events_.Append(db_, actor, UserNamed(id) + " removed", kEventOk);
     tx.Commit();
     return Result::kOk;
 }
 
-Result UserStore::SetAcl(std::string_view id, uint32_t acl) {
-    return UpdateUser("UPDATE users SET acl = ? WHERE id = ?", id, acl, "ACL set to " + Hex(acl));
+Result UserStore::SetAcl(Actor actor, std::string_view id, uint32_t acl) {
+    return UpdateUser(actor, "UPDATE users SET acl = ? WHERE id = ?", id, acl,
+                      Of("ACL", id) + " set to " + Hex(acl));
 }
 
-Result UserStore::ChangeAclFlags(std::string_view id, uint32_t set, uint32_t clear) {
+Result UserStore::ChangeAclFlags(Actor actor, std::string_view id, uint32_t set, uint32_t clear) {
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
     Statement st(db_, "UPDATE users SET acl = (acl | ?) & ? WHERE id = ?");
     st.Bind(1, int64_t{set}).Bind(2, int64_t{~clear & 0xFFFFFFFFu}).Bind(3, id).Run();
     if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;
-    events_.Append(db_, id, "ACL flags set " + Hex(set) + ", cleared " + Hex(clear), kEventOk);
+    events_.Append(db_, actor, Of("ACL flags", id) + " set " + Hex(set) + ", cleared " + Hex(clear),
+                   kEventOk);
     tx.Commit();
     return Result::kOk;
 }
 
-Result UserStore::SetPassword(std::string_view id, const std::string &passwordHash) {
+Result UserStore::SetPassword(Actor actor, std::string_view id, const std::string &passwordHash) {
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
     Statement(db_,
@@ -124,22 +137,22 @@ Result UserStore::SetPassword(std::string_view id, const std::string &passwordHa
         .Bind(4, id)
         .Run();
     if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;
-    events_.Append(db_, id, "Password changed", kEventOk);
+    events_.Append(db_, actor, Of("Password", id) + " changed", kEventOk);
     tx.Commit();
     return Result::kOk;
 }
 
-Result UserStore::ExpirePassword(std::string_view id) {
-    return UpdateUser("UPDATE users SET acl = acl | ? WHERE id = ?", id,
-                      wire::pb::ACL_CHANGE_PASSWORD, "Password expired");
+Result UserStore::ExpirePassword(Actor actor, std::string_view id) {
+    return UpdateUser(actor, "UPDATE users SET acl = acl | ? WHERE id = ?", id,
+                      wire::pb::ACL_CHANGE_PASSWORD, Of("Password", id) + " expired");
 }
 
-Result UserStore::SetBlocked(std::string_view id, bool blocked) {
-    return UpdateUser("UPDATE users SET blocked = ?, failed_logins = 0 WHERE id = ?", id,
-                      blocked ? 1 : 0, blocked ? "User blocked" : "User unblocked");
+Result UserStore::SetBlocked(Actor actor, std::string_view id, bool blocked) {
+    return UpdateUser(actor, "UPDATE users SET blocked = ?, failed_logins = 0 WHERE id = ?", id,
+                      blocked ? 1 : 0, UserNamed(id) + (blocked ? " blocked" : " unblocked"));
 }
 
-Result UserStore::SetCertificate(std::string_view id, std::string_view der) {
+Result UserStore::SetCertificate(Actor actor, std::string_view id, std::string_view der) {
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
     Statement st(db_, "UPDATE users SET certificate = ? WHERE id = ?");
@@ -149,13 +162,13 @@ Result UserStore::SetCertificate(std::string_view id, std::string_view der) {
         st.BindBlob(1, der);
     st.Bind(2, id).Run();
     if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;
-    events_.Append(db_, id, der.empty() ? "Certificate removed" : "Certificate registered",
+    events_.Append(db_, actor, Of("Certificate", id) + (der.empty() ? " removed" : " registered"),
                    kEventOk);
     tx.Commit();
     return Result::kOk;
 }
 
-Result UserStore::SetOathToken(std::string_view id, const OathState &state,
+Result UserStore::SetOathToken(Actor actor, std::string_view id, const OathState &state,
                                const std::string &sealedSeed) {
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
@@ -172,12 +185,12 @@ Result UserStore::SetOathToken(std::string_view id, const OathState &state,
         .Bind(5, int64_t{state.step})
         .Bind(6, state.startTime)
         .Run();
-    events_.Append(db_, id, "OATH token assigned", kEventOk);
+    events_.Append(db_, actor, Of("OATH token", id) + " assigned", kEventOk);
     tx.Commit();
     return Result::kOk;
 }
 
-Result UserStore::UseOathToken(std::string_view id, const OtpCheck &verify,
+Result UserStore::UseOathToken(Actor actor, std::string_view id, const OtpCheck &verify,
                                std::string_view event) {
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
@@ -201,12 +214,12 @@ Result UserStore::UseOathToken(std::string_view id, const OtpCheck &verify,
             .Bind(1, static_cast<int64_t>(*next))
             .Bind(2, id)
             .Run();
-    if (!event.empty()) events_.Append(db_, id, event, next ? kEventOk : "OTP invalid");
+    if (!event.empty()) events_.Append(db_, actor, event, next ? kEventOk : "OTP invalid");
     tx.Commit();
     return next ? Result::kOk : Result::kOtpInvalid;
 }
 
-Result UserStore::RemoveOathToken(std::string_view id) {
+Result UserStore::RemoveOathToken(Actor actor, std::string_view id) {
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
     Statement(db_, "DELETE FROM oath_tokens WHERE user_id = ?").Bind(1, id).Run();
@@ -216,7 +229,8 @@ Result UserStore::RemoveOathToken(std::string_view id) {
         .Bind(2, id)
         .Run();
     if (sqlite3_changes(db_.handle()) == 0) return Result::kNotFound;
-    events_.Append(db_, id, "OATH token removed", hadToken ? kEventOk : "no token assigned");
+    events_.Append(db_, actor, Of("OATH token", id) + " removed",
+                   hadToken ? kEventOk : "no token assigned");
     tx.Commit();
     return Result::kOk;
 }
@@ -225,7 +239,7 @@ void UserStore::RecordLogin(std::string_view id, std::string_view how) {
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
     Statement(db_, "UPDATE users SET failed_logins = 0 WHERE id = ?").Bind(1, id).Run();
-    events_.Append(db_, id, "Login (" + std::string(how) + ")", kEventOk);
+    events_.Append(db_, Actor::User(id), "Login (" + std::string(how) + ")", kEventOk);
     tx.Commit();
 }
 
@@ -248,7 +262,7 @@ void UserStore::RecordFailedLogin(std::string_view id, std::string_view why) {
         Statement(db_, "UPDATE users SET blocked = 1 WHERE id = ?").Bind(1, id).Run();
         outcome += "; user blocked";
     }
-    events_.Append(db_, id, "Login", outcome);
+    events_.Append(db_, Actor::User(id), "Login", outcome);
     tx.Commit();
 }
 

@@ -5,8 +5,8 @@
 
 #include "qelvoarc.h"
 
-// Session flag bits the interactive console always adds to TLS (1) or clear text (4).
-inline constexpr uint32_t kInteractiveSessionFlags = 0x28;
+// Session flag bits the interactive console always adds to TLS or clear text.
+inline constexpr uint32_t kInteractiveSessionFlags = Q_SESSION_KEEPALIVE | Q_SESSION_RESERVED_20;
 
 // Parses the command line into gState, asks for what it did not give, initialises the
 // library and opens the session. On 0, *session is open, or with -g the certificate has

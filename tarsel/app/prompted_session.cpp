@@ -10,7 +10,7 @@
 namespace {
 
 // Session flags of the anonymous information session.
-constexpr uint32_t kAnonymousSessionFlags = 0x18;
+constexpr uint32_t kAnonymousSessionFlags = Q_SESSION_KEEPALIVE | Q_SESSION_FAST_CONNECT;
 
 template <size_t N>
 void CopyField(char (&field)[N], const char *text) {

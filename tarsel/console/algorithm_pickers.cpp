@@ -4,6 +4,7 @@
 
 #include "app/process_state.h"
 #include "console/pickers.h"
+#include "qelvoarc.h"
 
 namespace {
 
@@ -17,37 +18,44 @@ bool ChooseWithoutSha3OnOldFirmware(const char *title, const OptionItem<T> (&ite
 }
 
 constexpr OptionItem<int32_t> kHashes[] = {
-    {"MD5", 1},     {"SHA-1", 2},    {"SHA-224", 7},  {"SHA-256", 4},   {"SHA-384", 5},
-    {"SHA-512", 6}, {"SHA3-224", 8}, {"SHA3-256", 9}, {"SHA3-384", 10}, {"SHA3-512", 11},
+    {"MD5", Q_HASH_MD5},           {"SHA-1", Q_HASH_SHA1},        {"SHA-224", Q_HASH_SHA224},
+    {"SHA-256", Q_HASH_SHA256},    {"SHA-384", Q_HASH_SHA384},    {"SHA-512", Q_HASH_SHA512},
+    {"SHA3-224", Q_HASH_SHA3_224}, {"SHA3-256", Q_HASH_SHA3_256}, {"SHA3-384", Q_HASH_SHA3_384},
+    {"SHA3-512", Q_HASH_SHA3_512},
 };
 
 constexpr OptionItem<int32_t> kHmacTypes[] = {
-    {"HMAC MD5", 92},       {"HMAC SHA-1", 93},     {"HMAC SHA-224", 97},  {"HMAC SHA-256", 94},
-    {"HMAC SHA-384", 95},   {"HMAC SHA-512", 96},   {"HMAC SHA3-224", 98}, {"HMAC SHA3-256", 99},
-    {"HMAC SHA3-384", 100}, {"HMAC SHA3-512", 101},
+    {"HMAC MD5", Q_ALG_HMAC_MD5},           {"HMAC SHA-1", Q_ALG_HMAC_SHA1},
+    {"HMAC SHA-224", Q_ALG_HMAC_SHA224},    {"HMAC SHA-256", Q_ALG_HMAC_SHA256},
+    {"HMAC SHA-384", Q_ALG_HMAC_SHA384},    {"HMAC SHA-512", Q_ALG_HMAC_SHA512},
+    {"HMAC SHA3-224", Q_ALG_HMAC_SHA3_224}, {"HMAC SHA3-256", Q_ALG_HMAC_SHA3_256},
+    {"HMAC SHA3-384", Q_ALG_HMAC_SHA3_384}, {"HMAC SHA3-512", Q_ALG_HMAC_SHA3_512},
 };
 constexpr size_t kSha3Entries = 4;
 
-constexpr OptionItem<int32_t> kEdCurves[] = {
-    {"EdDSA25519", 201}, {"EdDSA448", 202}, {"X25519", 203}, {"X448", 204}};
+constexpr OptionItem<int32_t> kEdCurves[] = {{"EdDSA25519", Q_ALG_ED25519},
+                                             {"EdDSA448", Q_ALG_ED448},
+                                             {"X25519", Q_ALG_X25519},
+                                             {"X448", Q_ALG_X448}};
 
 constexpr OptionItem<int32_t> kSymFamilies[] = {{"DES", 1}, {"3DES", 2}, {"DESX", 3},
                                                 {"AES", 4}, {"ARC4", 5}, {"HMAC", 6}};
-constexpr OptionItem<int32_t> k3desSizes[] = {{"112", 2}, {"168", 3}};
-constexpr OptionItem<int32_t> kAesSizes[] = {{"128", 7}, {"192", 8}, {"256", 9}};
+constexpr OptionItem<int32_t> k3desSizes[] = {{"112", Q_ALG_3DES_112}, {"168", Q_ALG_3DES_168}};
+constexpr OptionItem<int32_t> kAesSizes[] = {
+    {"128", Q_ALG_AES_128}, {"192", Q_ALG_AES_192}, {"256", Q_ALG_AES_256}};
 
 constexpr OptionItem<int32_t> kAsymFamilies[] = {{"RSA", 1}, {"ECC", 2}, {"ECX", 3}};
 constexpr OptionItem<int32_t> kRsaSizes[] = {
-    {"512", 4},    {"1024", 5},   {"1152", 121}, {"1408", 122}, {"1536", 131},
-    {"1976", 130}, {"1984", 123}, {"2048", 6},   {"2304", 126}, {"2560", 127},
-    {"2816", 128}, {"3072", 129}, {"4096", 11},  {"8192", 124},
+    {"512", Q_ALG_RSA_512},   {"1024", Q_ALG_RSA_1024}, {"1152", Q_ALG_RSA_1152},
+    {"1408", Q_ALG_RSA_1408}, {"1536", Q_ALG_RSA_1536}, {"1976", Q_ALG_RSA_1976},
+    {"1984", Q_ALG_RSA_1984}, {"2048", Q_ALG_RSA_2048}, {"2304", Q_ALG_RSA_2304},
+    {"2560", Q_ALG_RSA_2560}, {"2816", Q_ALG_RSA_2816}, {"3072", Q_ALG_RSA_3072},
+    {"4096", Q_ALG_RSA_4096}, {"8192", Q_ALG_RSA_8192},
 };
 
 // The library marks some RSA identifiers with the top bit.
 constexpr uint32_t kRsaMarkBit = 0x80000000u;
 constexpr int32_t kRsaExtraIds[] = {351, 353};
-constexpr int32_t kFirstEcCurve = 18;
-constexpr int32_t kLastEcCurve = 51;
 
 // A family's handler asks what the family needs and returns non-zero on success.
 using FamilyHandler = std::function<int32_t(int32_t &)>;
@@ -96,11 +104,11 @@ bool GetSymKeyAlg(int32_t *algorithm) {
     // without writing the output: callers that accept them preset their variable. Callers
     // rely on this, so it stays.
     const std::array<FamilyHandler, 6> handlers = {
-        [](int32_t &) -> int32_t { return 1; },
+        [](int32_t &) -> int32_t { return Q_ALG_DES; },
         [](int32_t &out) -> int32_t { return Pick3desSize(&out); },
-        [](int32_t &) -> int32_t { return 91; },
+        [](int32_t &) -> int32_t { return Q_ALG_DESX; },
         [](int32_t &out) -> int32_t { return PickAesSize(&out); },
-        [](int32_t &) -> int32_t { return 10; },
+        [](int32_t &) -> int32_t { return Q_ALG_ARC4; },
         [](int32_t &out) -> int32_t { return PickHmacType(&out); },
     };
     return DispatchFamily("Symmetric keys", kSymFamilies, handlers, algorithm);
@@ -127,7 +135,7 @@ bool IsRsaAlgorithm(int32_t algorithm) {
 }
 
 bool IsAsymmetricAlgorithm(int32_t algorithm) {
-    if (algorithm >= kFirstEcCurve && algorithm <= kLastEcCurve) return true;
+    if (algorithm >= int32_t{Q_ALG_ECC_FIRST} && algorithm <= int32_t{Q_ALG_ECC_LAST}) return true;
     for (const OptionItem<int32_t> &curve : kEdCurves) {
         if (curve.value == algorithm) return true;
     }

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "console/pickers.h"
+#include "qelvoarc.h"
 
 namespace {
 
@@ -45,10 +46,10 @@ std::vector<uint32_t> ListOf(const uint32_t (&profiles)[N]) {
 }
 
 bool IsTripleDes(int32_t algorithm) {
-    return algorithm == 2 || algorithm == 3;
+    return algorithm == Q_ALG_3DES_112 || algorithm == Q_ALG_3DES_168;
 }
 bool IsAes(int32_t algorithm) {
-    return algorithm >= 7 && algorithm <= 9;
+    return algorithm == Q_ALG_AES_128 || algorithm == Q_ALG_AES_192 || algorithm == Q_ALG_AES_256;
 }
 
 }  // namespace

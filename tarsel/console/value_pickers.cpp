@@ -1,17 +1,23 @@
 // Pickers of paddings, modes, check values and secret vault options.
 #include "console/pickers.h"
+#include "qelvoarc.h"
 
 namespace {
 
 // "PKCS #5" and "OEAP SHA-256" are the names users know from the device; kept as they are.
-constexpr OptionItem<int32_t> kSymPaddings[] = {{"Zero padding", 2}, {"PKCS #5", 1}};
-constexpr OptionItem<int32_t> kSymModes[] = {{"ECB", 1}, {"CBC", 2}, {"KW", 64}, {"KWP", 4}};
-constexpr OptionItem<int32_t> kRsaPaddings[] = {
-    {"PKCS#1 v1.5", 4}, {"OAEP SHA-1", 3}, {"OEAP SHA-256", 8}};
-constexpr OptionItem<int32_t> kOaepPaddings[] = {{"OAEP SHA-1", 3}, {"OEAP SHA-256", 8}};
+constexpr OptionItem<int32_t> kSymPaddings[] = {{"Zero padding", Q_PAD_ZERO},
+                                                {"PKCS #5", Q_PAD_PKCS5}};
+constexpr OptionItem<int32_t> kSymModes[] = {
+    {"ECB", Q_MODE_ECB}, {"CBC", Q_MODE_CBC}, {"KW", Q_MODE_KW}, {"KWP", Q_MODE_KWP}};
+constexpr OptionItem<int32_t> kRsaPaddings[] = {{"PKCS#1 v1.5", Q_PAD_RSA_PKCS1},
+                                                {"OAEP SHA-1", Q_PAD_RSA_OAEP_SHA1},
+                                                {"OEAP SHA-256", Q_PAD_RSA_OAEP_SHA256}};
+constexpr OptionItem<int32_t> kOaepPaddings[] = {{"OAEP SHA-1", Q_PAD_RSA_OAEP_SHA1},
+                                                 {"OEAP SHA-256", Q_PAD_RSA_OAEP_SHA256}};
 constexpr OptionItem<char> kSecurityLevels[] = {
     {"64 bits", 1}, {"96 bits", 2}, {"112 bits", 3}, {"128 bits", 4}, {"160 bits", 5}};
-constexpr OptionItem<int32_t> kCheckValueFormats[] = {{"KCV", 0}, {"CMAC", 1}};
+constexpr OptionItem<int32_t> kCheckValueFormats[] = {{"KCV", Q_KCV_FORMAT_KCV},
+                                                      {"CMAC", Q_KCV_FORMAT_CMAC}};
 constexpr OptionItem<int32_t> kSVaultOperations[] = {{"Generate token", 1}, {"Get data", 2}};
 constexpr OptionItem<char> kMaskOptions[] = {{"No mask", 0}, {"Mask secret", 2}, {"Mask token", 1}};
 constexpr OptionItem<char> kChecksumOptions[] = {

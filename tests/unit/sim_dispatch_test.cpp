@@ -40,9 +40,11 @@ void ForEachSecret(pb::Request &request, Visit visit) {
 class SimDispatch : public SimHsm {
   protected:
     SimDispatch() {
-        EXPECT_EQ(data_.users().AddUser("op", sim::HashPassword("Operator#1"), 0x80),
+        EXPECT_EQ(data_.users().AddUser(sim::Actor::Daemon(), "op", sim::HashPassword("Operator#1"),
+                                        0x80),
                   sim::Result::kOk);
-        EXPECT_EQ(data_.users().AddUser("plain", sim::HashPassword("Plain#1234"), 0),
+        EXPECT_EQ(data_.users().AddUser(sim::Actor::Daemon(), "plain",
+                                        sim::HashPassword("Plain#1234"), 0),
                   sim::Result::kOk);
         // The services' rules, with handlers that only note that they ran.
         for (const auto &[number, entry] : sim::ServiceTable().entries())
@@ -109,9 +111,10 @@ TEST_F(SimDispatch, RightsAreReadFreshAndCheckedBeforeAnyHandlerRuns) {
     sim::ConnectionState plain = SessionOf("plain");
     ExpectOnly(plain, allowed, wire::ERR_ACCESS_DENIED);
 
-    ASSERT_EQ(data_.users().SetAcl("plain", pb::ACL_LIST_USERS), sim::Result::kOk);
+    ASSERT_EQ(data_.users().SetAcl(sim::Actor::Daemon(), "plain", pb::ACL_LIST_USERS),
+              sim::Result::kOk);
     EXPECT_EQ(Send(plain, RequestOf(pb::Request::kListUsers), recording_).status(), wire::OK);
-    ASSERT_EQ(data_.users().SetAcl("plain", 0), sim::Result::kOk);
+    ASSERT_EQ(data_.users().SetAcl(sim::Actor::Daemon(), "plain", 0), sim::Result::kOk);
     EXPECT_EQ(Send(plain, RequestOf(pb::Request::kListUsers), recording_).status(),
               wire::ERR_ACCESS_DENIED);
 }

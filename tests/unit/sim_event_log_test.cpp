@@ -1,5 +1,6 @@
 // The event log's chain as verify-log sees it (in the database and in an exported file),
-// its counters across restarts, and the upgrade of a database older than the chain.
+// its counters across restarts, the upgrade of a database older than the chain, and who and
+// what its lines name.
 
 #include <gtest/gtest.h>
 
@@ -7,7 +8,9 @@
 #include <fstream>
 #include <sstream>
 
+#include "crypto/password_hash.h"
 #include "daemon/data_directory.h"
+#include "sim_hsm_fixture.h"
 #include "sim_temp_dir.h"
 #include "store/event_log_file.h"
 
@@ -53,13 +56,14 @@ class SimEventLogDamage : public ::testing::TestWithParam<Damage> {
         sim::SystemClock clock;
         sim::DataDirectory data(dir_.path(), clock, kSerial);
         data.events().Boot();
-        EXPECT_EQ(data.users().AddUser("alice", "hash", 0), sim::Result::kOk);
-        EXPECT_EQ(data.users().AddUser("bob", "hash", 0), sim::Result::kOk);
+        EXPECT_EQ(data.users().AddUser(sim::Actor::Daemon(), "alice", "hash", 0), sim::Result::kOk);
+        EXPECT_EQ(data.users().AddUser(sim::Actor::Daemon(), "bob", "hash", 0), sim::Result::kOk);
         sim::StoredObject key;
         key.owner = "alice";
         key.name = "k|1";
-        EXPECT_EQ(data.keys().Insert(&key, "Key generated"), sim::Result::kOk);
-        data.policy().Save(sim::PasswordPolicy{});
+        EXPECT_EQ(data.keys().Insert(sim::Actor::User("alice"), &key, "Key generated"),
+                  sim::Result::kOk);
+        data.policy().Save(sim::Actor::Daemon(), sim::PasswordPolicy{});
     }
 
     std::vector<std::string> ExportedLines() {
@@ -112,7 +116,7 @@ INSTANTIATE_TEST_SUITE_P(
         Damage{"Tampered", "UPDATE event_log SET user_id = 'mallory' WHERE seq = 3",
                [](std::vector<std::string> *lines) {
                    std::string &line = (*lines)[3];
-                   line.replace(line.find("|bob|"), 5, "|mallory|");
+                   line.replace(line.find("||User bob"), 2, "|mallory|");
                },
                3},
         Damage{"Removed", "DELETE FROM event_log WHERE seq = 3",
@@ -153,7 +157,7 @@ TEST(SimEventLog, BootCounterAndSequenceContinueAfterReopening) {
     {
         sim::DataDirectory data(dir.path(), clock, kSerial);
         EXPECT_EQ(data.events().Boot(), 1);
-        EXPECT_EQ(data.users().AddUser("alice", "hash", 0), sim::Result::kOk);
+        EXPECT_EQ(data.users().AddUser(sim::Actor::Daemon(), "alice", "hash", 0), sim::Result::kOk);
     }
     EXPECT_EQ(LastSeq(dir.database()), 2);
     // Another serial on the command line does not move the start of an existing chain.
@@ -166,6 +170,47 @@ TEST(SimEventLog, BootCounterAndSequenceContinueAfterReopening) {
     EXPECT_EQ(last.Int(1), 2);
     EXPECT_EQ(last.Text(2), "HSM started");
     EXPECT_TRUE(sim::VerifyEventLog(db).whole);
+}
+
+class SimEventLogActor : public SimHsm {
+  protected:
+    // Each line as "user | operation".
+    std::vector<std::string> Lines() {
+        sim::Database db({dir_ + "/hsm.db", {}});
+        sim::Statement st(db, "SELECT user_id || ' | ' || operation FROM event_log ORDER BY seq");
+        std::vector<std::string> lines;
+        while (st.Step())
+            lines.push_back(st.Text(0));
+        return lines;
+    }
+};
+
+TEST_F(SimEventLogActor, ChangesToAnotherAccountNameTheActorAsUserAndTheTargetInTheOperation) {
+    sim::UserStore &users = data_.users();
+    const std::string hash = sim::HashPassword("Secret#123");
+    ASSERT_EQ(users.AddUser(sim::Actor::Daemon(), "op", hash, wire::pb::ACL_OPERATOR),
+              sim::Result::kOk);
+    ASSERT_EQ(users.AddUser(sim::Actor::Daemon(), "dave", hash, 0), sim::Result::kOk);
+    sim::StoredObject key;
+    key.owner = "dave";
+    key.name = "k1";
+    ASSERT_EQ(data_.keys().Insert(sim::Actor::User("dave"), &key, "Key generated: k1"),
+              sim::Result::kOk);
+    wire::pb::Request acl, password, remove;
+    acl.mutable_set_user_acl()->set_user("dave");
+    acl.mutable_set_user_acl()->set_acl(wire::pb::ACL_LIST_USERS);
+    password.mutable_set_user_password()->set_user("dave");
+    password.mutable_set_user_password()->set_password("Secret#456");
+    remove.mutable_remove_user()->set_user("dave");
+    sim::ConnectionState op = SessionOf("op");
+    for (const wire::pb::Request &request : {acl, password, remove})
+        EXPECT_EQ(Send(op, request).status(), wire::OK) << request.ShortDebugString();
+    EXPECT_EQ(Lines(),
+              (std::vector<std::string>{
+                  " | User op created with ACL 0x00000080",
+                  " | User dave created with ACL 0x00000000", "dave | Key generated: k1",
+                  "op | ACL of dave set to 0x00000040", "op | Password of dave changed",
+                  "op | Objects removed: 1 (partition of dave)", "op | User dave removed"}));
 }
 
 TEST(SimEventLog, DatabaseOfTheFirstReleaseIsUpgradedAndANewerOneRefused) {
@@ -199,7 +244,7 @@ PRAGMA user_version = 1;
         ASSERT_TRUE(old);
         EXPECT_FALSE(old->blocked);
         EXPECT_TRUE(data.keys().Find("alice", "old", true)->sealed.empty());
-        EXPECT_EQ(data.keys().SetBlocked(*old, true), sim::Result::kOk);
+        EXPECT_EQ(data.keys().SetBlocked(sim::Actor::User("alice"), *old, true), sim::Result::kOk);
         EXPECT_TRUE(data.keys().Find("alice", "old", false)->blocked);
     }
     sim::Database db({dir.database(), {}});

@@ -98,9 +98,11 @@ TEST_F(SimGroupCommit, ManyThreadsInsertingAreAllStoredAndLoggedAndSurviveReopen
                     object.owner = "owner";
                     object.name = name(t, i);
                     object.sealed = "sealed " + object.name;
-                    if (data.keys().Insert(&object, "Key generated") == sim::Result::kOk) ++stored;
+                    const sim::Actor owner = sim::Actor::User(object.owner);
+                    if (data.keys().Insert(owner, &object, "Key generated") == sim::Result::kOk)
+                        ++stored;
                     // Through the event log's own connection, racing the key store's.
-                    if (t % 4 == 0) data.events().Record("owner", "Key exported", "ok");
+                    if (t % 4 == 0) data.events().Record(owner, "Key exported", "ok");
                 }
             });
         for (std::thread &thread : threads)

@@ -61,7 +61,7 @@ TEST(SimRc5, MatchesThePublishedVectorsBothWays) {
 }
 
 std::string CheckValue(uint32_t algorithm, const std::string &keyHex,
-                       wire::CheckValueFormat format = wire::CheckValueFormat::kKcv) {
+                       wire::pb::CheckValueFormat format = wire::pb::KCV_CLASSIC) {
     wire::CheckValue value{};
     sim::Result r = sim::KeyCheckValue(algorithm, format, Bytes(keyHex), &value);
     return r == sim::Result::kOk ? Hex(value.data(), value.size()) : "failed";
@@ -83,9 +83,8 @@ TEST(SimKeyCheckValue, KnownVectorsPerAlgorithm) {
                          "0000000000000000"
                          "FF00000000000000"),
               "2AD44F");
-    EXPECT_EQ(CheckValue(91, "00", wire::CheckValueFormat::kKcv), "failed");
-    EXPECT_EQ(CheckValue(89, "00000000000000000000000000000000", wire::CheckValueFormat::kCmac),
-              "failed");
+    EXPECT_EQ(CheckValue(91, "00", wire::pb::KCV_CLASSIC), "failed");
+    EXPECT_EQ(CheckValue(89, "00000000000000000000000000000000", wire::pb::KCV_CMAC), "failed");
 }
 
 TEST(SimKeyComponents, TwoDesComponentsWithTheZeroThirdJoinByXor) {
@@ -98,7 +97,7 @@ TEST(SimKeyComponents, TwoDesComponentsWithTheZeroThirdJoinByXor) {
     sim::KeyComponents components{{one, two, zero},
                                   {kcvOne, kcvTwo, kcvZero},
                                   kcvJoined,
-                                  wire::CheckValueFormat::kCmac};  // the DES family uses KCVs
+                                  wire::pb::KCV_CMAC};  // the DES family uses KCVs
 
     sim::SecretBytes key;
     ASSERT_EQ(sim::JoinKeyComponents(1, components, &key), sim::Result::kOk);
@@ -117,14 +116,13 @@ TEST(SimKeyComponents, TwoDesComponentsWithTheZeroThirdJoinByXor) {
 
 TEST(SimKeyComponents, AesComponentsNeedNoPartCheckValuesAndRefuseOtherShapes) {
     const std::string one(16, '\x11'), two(16, '\x22'), three(16, '\x44');
-    const std::string cmac =
-        Bytes(CheckValue(7, Hex(std::string(16, '\x77')), wire::CheckValueFormat::kCmac));
-    sim::KeyComponents components{{one, two, three}, {}, cmac, wire::CheckValueFormat::kCmac};
+    const std::string cmac = Bytes(CheckValue(7, Hex(std::string(16, '\x77')), wire::pb::KCV_CMAC));
+    sim::KeyComponents components{{one, two, three}, {}, cmac, wire::pb::KCV_CMAC};
     sim::SecretBytes key;
     ASSERT_EQ(sim::JoinKeyComponents(7, components, &key), sim::Result::kOk);
     EXPECT_EQ(key.view(), std::string(16, '\x77'));
 
-    components.format = wire::CheckValueFormat::kKcv;
+    components.format = wire::pb::KCV_CLASSIC;
     EXPECT_EQ(sim::JoinKeyComponents(7, components, &key), sim::Result::kKcvMismatch);
     components.parts[2] = std::string_view(three).substr(1);
     EXPECT_EQ(sim::JoinKeyComponents(7, components, &key), sim::Result::kInvalidLength);

@@ -12,9 +12,11 @@ constexpr int64_t kDay = 86400;
 class SimLoginService : public SimHsm {
   protected:
     SimLoginService() {
-        EXPECT_EQ(data_.users().AddUser("op", sim::HashPassword("Operator#1"), 0x80),
+        EXPECT_EQ(data_.users().AddUser(sim::Actor::Daemon(), "op", sim::HashPassword("Operator#1"),
+                                        0x80),
                   sim::Result::kOk);
-        EXPECT_EQ(data_.users().AddUser("dave", sim::HashPassword("Dave#12345"), 0x10),
+        EXPECT_EQ(data_.users().AddUser(sim::Actor::Daemon(), "dave",
+                                        sim::HashPassword("Dave#12345"), 0x10),
                   sim::Result::kOk);
     }
 
@@ -73,7 +75,8 @@ TEST_F(SimLoginService, PasswordExpiresWithAgeAndAChangeRestoresTheSession) {
 TEST_F(SimLoginService, AccessTokenExpiresAtItsTime) {
     std::string hash;
     std::string token = sim::NewAccessToken("dave", &hash);
-    ASSERT_EQ(data_.tokens().Add(hash, "dave", clock_.Now() + 60), sim::Result::kOk);
+    ASSERT_EQ(data_.tokens().Add(sim::Actor::Daemon(), hash, "dave", clock_.Now() + 60),
+              sim::Result::kOk);
     wire::pb::Request login;
     login.mutable_login()->set_method(wire::pb::LOGIN_ACCESS_TOKEN);
     login.mutable_login()->set_access_token(token);

@@ -28,9 +28,9 @@ using Fault = sim::FaultVfs::Fault;
 class SimStoreFaults : public ::testing::TestWithParam<Fault> {
   protected:
     SimStoreFaults() {
-        EXPECT_EQ(
-            data_.users().AddUser("op", sim::HashPassword("Operator#1"), wire::pb::ACL_OPERATOR),
-            sim::Result::kOk);
+        EXPECT_EQ(data_.users().AddUser(sim::Actor::Daemon(), "op", sim::HashPassword("Operator#1"),
+                                        wire::pb::ACL_OPERATOR),
+                  sim::Result::kOk);
         wire::pb::Request login;
         login.mutable_login()->set_method(wire::pb::LOGIN_PASSWORD);
         login.mutable_login()->set_user("op");
