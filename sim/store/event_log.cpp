@@ -18,7 +18,15 @@ void EventLog::Append(Database &db, Actor actor, std::string_view operation,
         line.seq = end.Int(1) + 1;
         previous = end.Blob(2);
     }
-    std::string hash = ChainHash(previous, CanonicalText(line));
+    const std::string hash = InsertEventLine(db, line, previous);
+    Statement(db, "UPDATE event_log_state SET last_seq = ?, last_hash = ? WHERE id = 1")
+        .Bind(1, line.seq)
+        .BindBlob(2, hash)
+        .Run();
+}
+
+std::string InsertEventLine(Database &db, const EventLine &line, std::string_view previousHash) {
+    std::string hash = ChainHash(previousHash, CanonicalText(line));
     Statement(db,
               "INSERT INTO event_log (seq, boot, time, user_id, operation, outcome, hash) "
               "VALUES (?, ?, ?, ?, ?, ?, ?)")
@@ -30,10 +38,7 @@ void EventLog::Append(Database &db, Actor actor, std::string_view operation,
         .Bind(6, line.outcome)
         .BindBlob(7, hash)
         .Run();
-    Statement(db, "UPDATE event_log_state SET last_seq = ?, last_hash = ? WHERE id = 1")
-        .Bind(1, line.seq)
-        .BindBlob(2, hash)
-        .Run();
+    return hash;
 }
 
 void EventLog::Record(Actor actor, std::string_view operation, std::string_view outcome) {

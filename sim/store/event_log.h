@@ -50,6 +50,10 @@ struct EventLogEnds {
     int64_t lastSeq = 0;  // 0 while the log is empty
 };
 
+// Stores `line` as the link after `previousHash` and returns its own hash. The chain's end
+// (event_log_state) is the caller's to move. REQUIRES: inside a write transaction.
+std::string InsertEventLine(Database &db, const EventLine &line, std::string_view previousHash);
+
 // REQUIRES for both: inside one transaction (Transaction::kRead) when they must agree.
 EventLogEnds ReadEventLogEnds(Database &db);
 // Calls `each` for every line in sequence order, with the hash stored for it.

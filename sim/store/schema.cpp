@@ -4,6 +4,7 @@
 #include <string>
 
 #include "store/event_chain.h"
+#include "store/event_log.h"
 
 namespace sim {
 
@@ -126,16 +127,7 @@ CREATE TABLE event_log_state (
     Statement old(db, "SELECT time, user_id, text FROM event_log_unchained ORDER BY seq");
     while (old.Step()) {
         line = {line.seq + 1, 0, old.Int(0), old.Text(1), old.Text(2), ""};
-        hash = ChainHash(hash, CanonicalText(line));
-        Statement(db,
-                  "INSERT INTO event_log (seq, boot, time, user_id, operation, outcome, hash) "
-                  "VALUES (?, 0, ?, ?, ?, '', ?)")
-            .Bind(1, line.seq)
-            .Bind(2, line.time)
-            .Bind(3, line.user)
-            .Bind(4, line.operation)
-            .BindBlob(5, hash)
-            .Run();
+        hash = InsertEventLine(db, line, hash);
     }
     Statement(db, "INSERT INTO event_log_state VALUES (1, ?, 0, ?, ?)")
         .Bind(1, serial)
