@@ -12,6 +12,7 @@
 
 #include "qelvoarc.h"
 #include "sim_process.h"
+#include "test_crypto.h"
 
 inline QPasswordLoginRecord PasswordRecord(uint16_t port, const std::string &user,
                                            const std::string &password) {
@@ -23,17 +24,6 @@ inline QPasswordLoginRecord PasswordRecord(uint16_t port, const std::string &use
                 std::min(password.size(), sizeof record.password));
     record.authMode = Q_AUTH_PASSWORD;
     return record;
-}
-
-// Bytes as upper-case hexadecimal text.
-inline std::string Hex(const uint8_t *data, size_t length) {
-    static const char digits[] = "0123456789ABCDEF";
-    std::string out;
-    for (size_t i = 0; i < length; ++i) {
-        out.push_back(digits[data[i] >> 4]);
-        out.push_back(digits[data[i] & 15]);
-    }
-    return out;
 }
 
 // A listing callback that appends each delivered name to the std::vector<std::string> at
