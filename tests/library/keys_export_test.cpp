@@ -8,77 +8,39 @@
 
 namespace {
 
-const uint8_t kDesKey[8] = {0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF};
+using ExportTest = KeysTest;
 
-class ExportTest : public KeysTest {
-  protected:
-    QKeyHandle Import(const char *name, uint32_t attributes) {
-        QKeyHandle key = 0;
-        EXPECT_EQ(QImportKey(session_, name, 0, Q_BLOB_CLEAR_SYMMETRIC, Q_ALG_DES, attributes,
-                             kDesKey, sizeof kDesKey, &key),
-                  Q_OK);
-        return key;
-    }
-
-    // The clear key as hexadecimal, or the failing status as text.
-    static std::string Export(QKeyHandle key, QKeyHandle kek = 0,
-                              uint32_t blobType = Q_BLOB_CLEAR_SYMMETRIC) {
-        uint8_t *blob = nullptr;
-        uint32_t length = 0;
-        uint32_t status = QExportKey(key, kek, blobType, &blob, &length, 0);
-        if (status != Q_OK) return Error(status);
-        std::string hex = Hex(blob, length);
-        QFree(blob);
-        return hex;
-    }
-
-    static uint32_t SetBlocked(QKeyHandle key, uint32_t value, uint32_t length = 4) {
-        return QSetKeyParam(key, Q_KEY_PARAM_BLOCKED, &value, length, 0);
-    }
-};
-
-TEST_F(ExportTest, ClearExportGivesBackTheKeyTheHsmHolds) {
-    QKeyHandle des = Import("des", Q_KEY_EXPORTABLE);
+TEST_F(ExportTest, ClearExportGivesBackTheKeyTheHsmHoldsOnlyWhenTheKeyAllowsIt) {
+    QKeyHandle des = ImportDes("des", Q_KEY_EXPORTABLE), locked = ImportDes("locked"), rsa = 0;
     EXPECT_EQ(Export(des), "0123456789ABCDEF");
-    EXPECT_EQ(QDestroyKey(des, 0), Q_OK);
-
-    // Over a clear session too; a generated key's export matches the HSM's check value.
-    QSessionHandle clear = OpenOperator(Q_SESSION_CLEAR);
-    QKeyHandle aes = 0;
-    ASSERT_EQ(QGenerateKey(clear, "aes", Q_ALG_AES_256, Q_KEY_EXPORTABLE, &aes), Q_OK);
-    uint8_t *blob = nullptr, kcv[3] = {};
-    uint32_t length = 0, kcvLength = sizeof kcv;
-    ASSERT_EQ(QExportKey(aes, 0, Q_BLOB_CLEAR_SYMMETRIC, &blob, &length, 0), Q_OK);
-    EXPECT_EQ(length, 32u);
-    EXPECT_EQ(
-        QEFTGenKCVOffline(Q_KCV_OFFLINE_KCV, Q_ALG_AES_256, blob, length, 0, kcv, &kcvLength, 0),
-        Q_OK);
-    QFree(blob);
-    EXPECT_EQ(Hex(kcv, kcvLength), Kcv(clear, "aes"));
-    EXPECT_EQ(QDestroyKey(aes, 0), Q_OK);
-}
-
-TEST_F(ExportTest, ClearExportRefusesWhatTheKeyDoesNotAllow) {
-    QKeyHandle locked = Import("locked", 0), rsa = 0;
     EXPECT_EQ(Export(locked), Error(Q_ERR_NOT_EXPORTABLE));
     ASSERT_EQ(QGenerateKey(session_, "rsa", Q_ALG_RSA_512, Q_KEY_EXPORTABLE, &rsa), Q_OK);
     EXPECT_EQ(Export(rsa), Error(Q_ERR_WRONG_OBJECT_TYPE));
-
-    QKeyHandle des = Import("des", Q_KEY_EXPORTABLE);
-    EXPECT_EQ(Export(des, rsa), Error(Q_ERR_NOT_SUPPORTED)) << "wrapping is not served";
-    EXPECT_EQ(Export(des, 0, 77), Error(Q_ERR_NOT_SUPPORTED));
+    EXPECT_EQ(Export(des, Q_BLOB_CLEAR_SYMMETRIC, rsa), Error(Q_ERR_NOT_SUPPORTED))
+        << "wrapping is not served";
+    EXPECT_EQ(Export(des, 77), Error(Q_ERR_NOT_SUPPORTED));
     uint32_t length = 0;
     EXPECT_EQ(QExportKey(des, 0, Q_BLOB_CLEAR_SYMMETRIC, nullptr, &length, 0),
               Q_ERR_INVALID_PARAMETER);
     // The handle names the key it was opened on, not whatever later bears its name.
     ASSERT_EQ(QRemoveObj(session_, "des"), Q_OK);
-    QKeyHandle again = Import("des", Q_KEY_EXPORTABLE);
+    QKeyHandle again = ImportDes("des", Q_KEY_EXPORTABLE);
     EXPECT_EQ(Export(des), Error(Q_ERR_NOT_FOUND));
     EXPECT_EQ(Export(again), "0123456789ABCDEF");
+
+    // Over a clear session too; a generated key's export matches the HSM's check value.
+    QSessionHandle clear = OpenOperator(Q_SESSION_CLEAR);
+    QKeyHandle aes = 0;
+    ASSERT_EQ(QGenerateKey(clear, "aes", Q_ALG_AES_256, Q_KEY_EXPORTABLE, &aes), Q_OK);
+    uint8_t *blob = nullptr;
+    ASSERT_EQ(QExportKey(aes, 0, Q_BLOB_CLEAR_SYMMETRIC, &blob, &length, 0), Q_OK);
+    EXPECT_EQ(length, 32u);
+    EXPECT_EQ(OfflineKcv(Q_KCV_OFFLINE_KCV, Q_ALG_AES_256, blob, length), Kcv(clear, "aes"));
+    QFree(blob);
 }
 
 TEST_F(ExportTest, BlockedKeyKeepsItsCheckValueButCannotLeave) {
-    QKeyHandle des = Import("des", Q_KEY_EXPORTABLE);
+    QKeyHandle des = ImportDes("des", Q_KEY_EXPORTABLE);
     ASSERT_EQ(SetBlocked(des, 1), Q_OK);
     EXPECT_EQ(Word(des, Q_KEY_PARAM_BLOCKED), 1u);
     EXPECT_EQ(Export(des), Error(Q_ERR_KEY_BLOCKED));
@@ -91,7 +53,8 @@ TEST_F(ExportTest, BlockedKeyKeepsItsCheckValueButCannotLeave) {
     ASSERT_EQ(QGetUserKey(session_, "map", 0, &map), Q_OK);
     EXPECT_EQ(SetBlocked(map, 1), Q_ERR_WRONG_OBJECT_TYPE);
 
-    // The HSM keeps the state: a restart and a fresh handle see it.
+    // The HSM keeps the key and its state, also through a crash: a fresh handle sees both.
+    sim_.Kill();
     sim_.Restart();
     QSessionHandle session = OpenOperator();
     QKeyHandle reopened = 0;
@@ -110,7 +73,7 @@ TEST_F(ExportTest, KeyedHashRunsOnTheStoredKeyOnlyWhileItMayBeUsed) {
     unsigned expectedLength = 0;
     HMAC(EVP_sha256(), secret, sizeof secret, reinterpret_cast<const uint8_t *>(data),
          sizeof data - 1, expected, &expectedLength);
-    QKeyHandle hmac = 0, des = Import("des", Q_KEY_EXPORTABLE);
+    QKeyHandle hmac = 0, des = ImportDes("des", Q_KEY_EXPORTABLE);
     ASSERT_EQ(QImportKey(session_, "hmac", 0, Q_BLOB_CLEAR_SYMMETRIC, Q_ALG_HMAC_SHA256, 0, secret,
                          sizeof secret, &hmac),
               Q_OK);

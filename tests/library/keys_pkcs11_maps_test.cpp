@@ -2,20 +2,11 @@
 // target, the map a key or certificate belongs to, and the slots of a map object.
 
 #include "keys_fixture.h"
-#include "keys_test_certificate.h"
 
 namespace {
 
 class Pkcs11MapsTest : public KeysTest {
   protected:
-    void ImportCertificate(const char *name) {
-        QKeyHandle cert = 0;
-        ASSERT_EQ(QImportKey(session_, name, 0, Q_BLOB_X509_CERT, Q_ALG_OBJ_X509_CERT, 0,
-                             cert_.der.data(), static_cast<uint32_t>(cert_.der.size()), &cert),
-                  Q_OK);
-        QDestroyKey(cert, 0);
-    }
-
     // The full details of a new map `map` of `target`, read back.
     QPkcs11MapDetails Details(const std::string &map, const std::string &target,
                               const char *cert = nullptr) {
@@ -26,8 +17,6 @@ class Pkcs11MapsTest : public KeysTest {
                   Q_OK);
         return details;
     }
-
-    const TestCertificate cert_ = MakeTestCertificate("mapped");
 };
 
 TEST_F(Pkcs11MapsTest, DetailsDeriveFromTheTarget) {
@@ -44,7 +33,7 @@ TEST_F(Pkcs11MapsTest, DetailsDeriveFromTheTarget) {
     };
     for (const auto &expected : generated) {
         std::string name = "k" + std::to_string(expected.algorithm);
-        Generate(name, expected.algorithm);
+        Generate(session_, name, expected.algorithm);
         QPkcs11MapDetails details = Details("map-" + name, name);
         // Copies of the fields: the record is packed.
         EXPECT_EQ(uint32_t{details.keyGenMechanism}, expected.mechanism) << name;
@@ -53,15 +42,12 @@ TEST_F(Pkcs11MapsTest, DetailsDeriveFromTheTarget) {
         EXPECT_EQ(details.local, 1) << name;
     }
 
-    QKeyHandle key = 0;
-    ASSERT_EQ(QImportKey(session_, "imported", 0, Q_BLOB_CLEAR_SYMMETRIC, Q_ALG_DES, 0,
-                         reinterpret_cast<const uint8_t *>("8 bytes!"), 8, &key),
-              Q_OK);
+    ImportDes("imported");
     QPkcs11MapDetails imported = Details("map-imported", "imported");
     EXPECT_EQ(imported.local, 0);
     EXPECT_EQ(uint32_t{imported.keyGenMechanism}, Q_CK_UNAVAILABLE);
 
-    ImportCertificate("cert");
+    ASSERT_EQ(ImportCertificate("cert", cert_.DerText()), Q_OK);
     QPkcs11MapDetails cert = Details("map-cert", "cert");
     EXPECT_EQ(uint32_t{cert.objectClass}, Q_CKO_CERTIFICATE);
     EXPECT_EQ(std::vector<uint8_t>(cert.id, cert.id + cert.idLength), cert_.keyId);
@@ -83,16 +69,28 @@ TEST_F(Pkcs11MapsTest, DetailsDeriveFromTheTarget) {
 }
 
 TEST_F(Pkcs11MapsTest, MapsNeedTheirObjects) {
-    Generate("key", Q_ALG_AES_128);
-    ImportCertificate("cert");
+    Generate(session_, "key");
+    ASSERT_EQ(ImportCertificate("cert", cert_.DerText()), Q_OK);
+    EXPECT_EQ(QGenerateMapObj(session_, "slots", "key", 0, "missing", 0), Q_ERR_NOT_FOUND);
+    EXPECT_EQ(QGenerateMapObj(session_, "slots", "key", 1, "key", 0), Q_ERR_INVALID_PARAMETER);
+    ASSERT_EQ(QGenerateMapObj(session_, "slots", "key", 0, "key", 0), Q_OK);
+    EXPECT_EQ(QGenerateMapObj(session_, "map2", "slots", 0, "key", 0), Q_ERR_WRONG_OBJECT_TYPE);
+
+    EXPECT_EQ(QGeneratePkcs11Map(session_, "p", "missing", nullptr, "l", 0), Q_ERR_NOT_FOUND);
     EXPECT_EQ(QGeneratePkcs11Map(session_, "p", "key", "missing", "l", 0), Q_ERR_NOT_FOUND);
     EXPECT_EQ(QGeneratePkcs11Map(session_, "p", "key", "key", "l", 0), Q_ERR_WRONG_OBJECT_TYPE);
-    ASSERT_EQ(QGenerateMapObj(session_, "slots", "key", 0, "key", 0), Q_OK);
     EXPECT_EQ(QGeneratePkcs11Map(session_, "p", "slots", nullptr, "l", 0), Q_ERR_WRONG_OBJECT_TYPE);
     QPkcs11MapDetails details{};
-    EXPECT_EQ(QGetPkcs11Map(session_, "slots", Q_PKCS11_MAP_LEVEL_FULL, 0, &details.info),
-              Q_ERR_WRONG_OBJECT_TYPE);
-    ASSERT_EQ(QGeneratePkcs11Map(session_, "p", "key", "cert", "l", 0), Q_OK);
+    for (uint32_t level : {Q_PKCS11_MAP_LEVEL_BASIC, Q_PKCS11_MAP_LEVEL_FULL})
+        EXPECT_EQ(QGetPkcs11Map(session_, "slots", level, 0, &details.info),
+                  Q_ERR_WRONG_OBJECT_TYPE);
+    ASSERT_EQ(QGeneratePkcs11Map(session_, "p", "key", "cert", "a label of 16 ch", 0), Q_OK);
+    ASSERT_EQ(QGetPkcs11Map(session_, "p", Q_PKCS11_MAP_LEVEL_BASIC, 0, &details.info), Q_OK);
+    EXPECT_STREQ(details.info.target, "key");
+    EXPECT_STREQ(details.info.label, "a label of 16 ch");
+    std::vector<std::string> maps;
+    ASSERT_EQ(QListPkcs11Maps(session_, CollectNames, &maps), Q_OK);
+    EXPECT_EQ(maps, std::vector<std::string>{"p"});
     ASSERT_EQ(QRemoveObj(session_, "key"), Q_OK);
     EXPECT_EQ(QGetPkcs11Map(session_, "p", Q_PKCS11_MAP_LEVEL_FULL, 0, &details.info),
               Q_ERR_NOT_FOUND)
@@ -116,16 +114,15 @@ uint32_t CollectMapAndBlocked(const char *name, void *context, int isFinal) {
 }
 
 TEST_F(Pkcs11MapsTest, ObjectsNameTheirMapAndMapObjectsTheirSlots) {
-    Generate("key", Q_ALG_AES_128);
-    Generate("lone", Q_ALG_DES);
-    ImportCertificate("cert");
+    Generate(session_, "key", Q_ALG_AES_128);
+    Generate(session_, "lone", Q_ALG_DES);
+    ASSERT_EQ(ImportCertificate("cert", cert_.DerText()), Q_OK);
     ASSERT_EQ(QGeneratePkcs11Map(session_, "p-b", "key", nullptr, "l", 0), Q_OK);
     ASSERT_EQ(QGeneratePkcs11Map(session_, "p-a", "key", "cert", "l", 0), Q_OK);
     ASSERT_EQ(QGenerateMapObj(session_, "slots", "key", 0, "lone", 0), Q_OK);
     QKeyHandle lone = 0, map = 0;
     ASSERT_EQ(QGetUserKey(session_, "lone", 0, &lone), Q_OK);
-    uint32_t one = 1;
-    ASSERT_EQ(QSetKeyParam(lone, Q_KEY_PARAM_BLOCKED, &one, 4, 0), Q_OK);
+    ASSERT_EQ(SetBlocked(lone, 1), Q_OK);
     std::pair<QSessionHandle, std::vector<std::string>> listing{session_, {}};
     ASSERT_EQ(QListObjs(session_, CollectMapAndBlocked, &listing), Q_OK);
     EXPECT_EQ(listing.second, (std::vector<std::string>{"cert=p-a", "key=p-a", "lone= blocked",

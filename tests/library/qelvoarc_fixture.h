@@ -62,9 +62,27 @@ class LibraryTest : public ::testing::Test {
         return session;
     }
 
+    // The status of a password login; a session it opens is closed again. Of the refusals
+    // only an expired password leaves a session, for the change.
+    uint32_t TryLogin(const std::string &user, const std::string &password = "Passw0rd!x") {
+        QSessionHandle session = 0;
+        uint32_t status = Open(PasswordRecord(sim_.port(), user, password), &session);
+        EXPECT_TRUE(session == 0 || status == Q_OK || status == Q_ERR_PASSWORD_EXPIRED) << status;
+        if (session != 0) QCloseSession(&session, 0);
+        return status;
+    }
+
     void AddUser(const std::string &user, const std::string &password,
                  const std::string &acl = "0") {
         ASSERT_EQ(sim_.Simctl({"add-user", user, password, "--acl", acl}), 0);
+    }
+
+    // A key `name` generated in the partition of `session`.
+    static void Generate(QSessionHandle session, const std::string &name,
+                         uint32_t algorithm = Q_ALG_AES_128, uint32_t flags = 0) {
+        QKeyHandle key = 0;
+        ASSERT_EQ(QGenerateKey(session, name.c_str(), algorithm, flags, &key), Q_OK) << name;
+        EXPECT_EQ(QDestroyKey(key, 0), Q_OK);
     }
 
     // The PEM certificate the simulator presents on TLS connections.

@@ -10,7 +10,7 @@ namespace {
 
 using SessionTest = LibraryTest;
 
-TEST_F(SessionTest, ClearAndTlsSessionsReportTheirProtocol) {
+TEST_F(SessionTest, ClearAndTlsSessionsReportTheirProtocolAndFlagsChooseOneTransport) {
     for (uint32_t flags : {Q_SESSION_TLS | 0x28u, Q_SESSION_CLEAR | 0x18u}) {
         QSessionHandle session = OpenOperator(flags);
         uint32_t protocol = Q_PROTOCOL_UNKNOWN;
@@ -33,9 +33,6 @@ TEST_F(SessionTest, ClearAndTlsSessionsReportTheirProtocol) {
         EXPECT_EQ(QAdmOperation(session, Q_ADM_LIVENESS, nullptr, 0, Q_ADM_LIVENESS_FLAGS), Q_OK);
         EXPECT_EQ(QCloseSession(&session, 0), Q_OK);
     }
-}
-
-TEST_F(SessionTest, SessionFlagsMustChooseExactlyOneTransport) {
     QSessionHandle session = 0;
     auto record = PasswordRecord(sim_.port(), "master", sim_.initPassword());
     EXPECT_EQ(Open(record, &session, 0), Q_ERR_INVALID_PARAMETER);
@@ -44,12 +41,22 @@ TEST_F(SessionTest, SessionFlagsMustChooseExactlyOneTransport) {
     EXPECT_EQ(session, 0u);
 }
 
-TEST_F(SessionTest, HandlesAreCheckedForLivenessAndKind) {
+TEST_F(SessionTest, RandomBytesAndAclComeFromTheHsmAndHandlesAreCheckedForLivenessAndKind) {
     QSessionHandle session = OpenOperator();
-    QHashHandle hash = 0;
-    ASSERT_EQ(QCreateHash(session, Q_HASH_SHA256, 0, 0, &hash), Q_OK);
+    uint8_t one[32] = {}, two[32] = {};
+    ASSERT_EQ(QGetRandom(session, one, sizeof one), Q_OK);
+    ASSERT_EQ(QGetRandom(session, two, sizeof two), Q_OK);
+    EXPECT_NE(std::memcmp(one, two, sizeof one), 0);
+    EXPECT_EQ(QGetRandom(session, one, 0), Q_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(QGetRandom(session, nullptr, 4), Q_ERR_INVALID_PARAMETER);
+    uint32_t acl = 0;
+    ASSERT_EQ(QGetUserAcl(session, "master", &acl), Q_OK);
+    EXPECT_NE(acl & Q_ACL_OPERATOR, 0u);
+    EXPECT_NE(QGetUserAcl(session, "nobody", &acl), Q_OK);
 
     // A hash handle is not a session and a session is not a hash.
+    QHashHandle hash = 0;
+    ASSERT_EQ(QCreateHash(session, Q_HASH_SHA256, 0, 0, &hash), Q_OK);
     uint8_t random[8];
     EXPECT_EQ(QGetRandom(hash, random, sizeof random), Q_ERR_INVALID_HANDLE);
     EXPECT_EQ(QHashData(session, random, sizeof random, 0), Q_ERR_INVALID_HANDLE);
@@ -74,17 +81,7 @@ TEST_F(SessionTest, HandlesAreCheckedForLivenessAndKind) {
     EXPECT_EQ(QDestroyHash(second), Q_OK);
 }
 
-TEST_F(SessionTest, RandomBytesComeFromTheHsm) {
-    QSessionHandle session = OpenOperator();
-    uint8_t first[32] = {}, second[32] = {};
-    ASSERT_EQ(QGetRandom(session, first, sizeof first), Q_OK);
-    ASSERT_EQ(QGetRandom(session, second, sizeof second), Q_OK);
-    EXPECT_NE(std::memcmp(first, second, sizeof first), 0);
-    EXPECT_EQ(QGetRandom(session, first, 0), Q_ERR_INVALID_PARAMETER);
-    EXPECT_EQ(QGetRandom(session, nullptr, 4), Q_ERR_INVALID_PARAMETER);
-}
-
-TEST_F(SessionTest, InformationAndAclOfTheLoggedInUser) {
+TEST_F(SessionTest, InformationOfTheHsmAndALostConnectionGivesAnErrorNotAHang) {
     QSessionHandle session = OpenOperator();
     char version[512];
     uint32_t flagWord = 1;
@@ -105,14 +102,6 @@ TEST_F(SessionTest, InformationAndAclOfTheLoggedInUser) {
               Q_ERR_BUFFER_TOO_SMALL);
     EXPECT_GT(length, 3u);
 
-    uint32_t acl = 0;
-    ASSERT_EQ(QGetUserAcl(session, "master", &acl), Q_OK);
-    EXPECT_NE(acl & Q_ACL_OPERATOR, 0u);
-    EXPECT_NE(QGetUserAcl(session, "nobody", &acl), Q_OK);
-}
-
-TEST_F(SessionTest, LostConnectionGivesAnErrorNotAHang) {
-    QSessionHandle session = OpenOperator();
     sim_.Kill();
     uint8_t random[4];
     EXPECT_EQ(QGetRandom(session, random, sizeof random), Q_ERR_CONNECTION_LOST);

@@ -39,12 +39,18 @@ class TokensTest : public UsersTest {
     }
 };
 
-TEST_F(TokensTest, IssuedTokensLogInUntilRevoked) {
+TEST_F(TokensTest, IssuedTokensLogInUntilRevokedButChangeNoPassword) {
     ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
     QSessionHandle alice = Login("alice");
     QAccessTokenRecord token = Issue(alice);
     EXPECT_EQ(std::string(reinterpret_cast<char *>(token.token)), "alice");
-    EXPECT_EQ(TryTokenLogin(token.token), Q_OK);
+    QSessionHandle byToken = 0;
+    ASSERT_EQ(TryTokenLogin(token.token, &byToken), Q_OK);
+    // A session opened by a token cannot change the password it did not need.
+    const char password[] = "Another#1x";
+    EXPECT_EQ(QSetUserParam(byToken, Q_USER_PARAM_OWN_PASSWORD, password, sizeof password - 1, 0),
+              Q_ERR_ACCESS_DENIED);
+    EXPECT_EQ(QCloseSession(&byToken, 0), Q_OK);
 
     uint32_t status = 0;
     std::vector<QAccessTokenInfo> listed = Enumerate(alice, &status);
