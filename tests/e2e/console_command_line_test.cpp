@@ -36,31 +36,20 @@ const char kUsageText[] =
     "       tarsel 10.10.1.1 master -e -p 4433\n"
     "       tarsel 10.10.1.1 master -o\n";
 
-TEST(ConsoleCommandLine, HelpShowsBannerLibraryVersionAndUsage) {
-    PtyDriver console(TARSEL_PATH, {"-h"});
-    console.Expect("Orvena - Remote Management Console v. 4.15.0.0 ");
-    console.Expect("\n\nLibrary qelvoarc version  ");
-    console.Expect(".\n");
-    console.Expect(kUsageText);
-    EXPECT_EQ(console.WaitExit(), 255);
-}
-
-TEST(ConsoleCommandLine, EveryUsageErrorPrintsUsageAndEndsWithMinusOne) {
+// Every refusal of the command line takes one path, whichever the parser's unit tests
+// pin; an access token that does not decode takes it too.
+TEST(ConsoleCommandLine, HelpAndUsageErrorsShowBannerLibraryVersionAndUsageAndEndWithMinusOne) {
     const std::vector<std::vector<std::string>> cases = {
-        {"10.10.1.1"},                                          // one argument
-        {"-c"},                                                 // one option alone
-        {"10.10.1.1", "master", "--cm", "x"},                   // --cm after the user
-        {"10.10.1.1", "master", "-h"},                          // -h after the user
-        {"10.10.1.1", "master", "-x"},                          // unknown option
-        {"10.10.1.1", "master", "-e_"},                         // no prefix matching
-        {"10.10.1.1", "master", "-p"},                          // value missing
+        {"-h"},
         {"10.10.1.1", "master", "-pri", "k", "-pri_cer", "c"},  // no -hsm_cer
-        {"10.10.1.1", "master", "-hsm_cer", "s"},               // no -pri, -pri_cer
-        {"10.10.1.1", "master", "junk", "-a", "dG9rZW4="},      // junk before -a
+        {"10.10.1.1", "-a", "not*base64"},
     };
     for (const std::vector<std::string> &args : cases) {
         SCOPED_TRACE(::testing::PrintToString(args));
         PtyDriver console(TARSEL_PATH, args);
+        console.Expect("Orvena - Remote Management Console v. 4.15.0.0 ");
+        console.Expect("\n\nLibrary qelvoarc version  ");
+        console.Expect(".\n");
         console.Expect(kUsageText);
         EXPECT_EQ(console.WaitExit(), 255);
         EXPECT_EQ(console.Output().find("HSM User Password"), std::string::npos);

@@ -44,7 +44,7 @@ class KeysConsole {
     explicit KeysConsole(const std::vector<std::string> &options = {},
                          SimProcess::Options simOptions = {})
         : sim_(std::move(simOptions)), console_(TARSEL_PATH, ConsoleArgs(sim_, "master", options)) {
-        ready_ = EnterPasswordAndReachMainMenu(console_, sim_.initPassword());
+        ready_ = LogIn(console_, sim_.initPassword());
     }
 
     bool ready() const { return ready_; }
@@ -167,16 +167,6 @@ inline std::string ListLine(const std::string &name, const std::string &type, bo
     return line;
 }
 
-inline std::string HexOf(const unsigned char *data, size_t length) {
-    static const char kDigits[] = "0123456789ABCDEF";
-    std::string text;
-    for (size_t i = 0; i < length; ++i) {
-        text += kDigits[data[i] >> 4];
-        text += kDigits[data[i] & 0xF];
-    }
-    return text;
-}
-
 inline std::vector<unsigned char> BytesOf(const std::string &hex) {
     std::vector<unsigned char> bytes;
     for (size_t i = 0; i + 1 < hex.size(); i += 2)
@@ -195,7 +185,7 @@ inline std::string EncryptedZeroBlock(const EVP_CIPHER *cipher,
     EXPECT_EQ(EVP_EncryptInit_ex(ctx.get(), cipher, nullptr, key.data(), nullptr), 1);
     EVP_CIPHER_CTX_set_padding(ctx.get(), 0);
     EXPECT_EQ(EVP_EncryptUpdate(ctx.get(), out, &length, zero, EVP_CIPHER_block_size(cipher)), 1);
-    return HexOf(out, 3);
+    return Hex(out, 3);
 }
 
 // The check value of a DES, two-key or three-key 3DES key. DES and two-key keys are widened
@@ -223,7 +213,7 @@ inline std::string XorHex(const std::vector<std::string> &parts) {
         for (size_t i = 0; i < sum.size(); ++i)
             sum[i] ^= next[i];
     }
-    return HexOf(sum.data(), sum.size());
+    return Hex(sum.data(), sum.size());
 }
 
 }  // namespace keys_e2e

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "keys_dialogue.h"
 
@@ -52,7 +54,7 @@ TEST(KeysGenerate, EverySymmetricFamilyGeneratesAndSummarisesAndATakenNameIsRefu
     // A usage profile is part of the summary.
     console.StartGeneration("AES");
     console.Send("k-kbpk\n");
-    console.Send("3\n");
+    console.Answer(" 3 - 256\nOption : ", "3\n");
     console.Answer("Exportable (y/[n]):", "\n");
     console.Answer("Define an Usage Profile (y/[n]):", "y\n");
     console.Answer(" 5 - EFT_TR31_KBPK  - TR31 key-block protection key\nOption : ", "5\n");
@@ -70,14 +72,15 @@ TEST(KeysGenerate, EverySymmetricFamilyGeneratesAndSummarisesAndATakenNameIsRefu
     EXPECT_EQ(console.Exit(), 0);
 }
 
-TEST(KeysGenerate, AsymmetricFamiliesAskTheirOwnQuestions) {
+TEST(KeysGenerate, AsymmetricFamiliesAskTheirOwnQuestionsAndCancelAtEveryPromptGeneratesNothing) {
     KeysConsole console({"-3"});
     ASSERT_TRUE(console.ready());
 
     // RSA 1024, exponent 3 asked because of -3; the information screen shows it.
     console.StartGeneration("RSA");
     console.Send("k-rsa\n");
-    console.Answer("RSA key size (bits) :\n", "2\n");
+    console.Expect("RSA key size (bits) :\n");
+    console.Answer("Option : ", "2\n");
     console.DefaultAttributes();
     console.Answer("Use public Exponent 3 (y/[n]):", "y\n");
     console.Expect("Key k-rsa: rsa-1024, 1024 bits, not exportable\n\n");
@@ -102,7 +105,8 @@ TEST(KeysGenerate, AsymmetricFamiliesAskTheirOwnQuestions) {
     // X448 has no blockchain question; EdDSA25519 has.
     console.StartGeneration("ECX");
     console.Send("k-x448\n");
-    console.Answer("Curve :\n", "4\n");
+    console.Expect("Curve :\n");
+    console.Answer("Option : ", "4\n");
     size_t from = console.pty().Output().size();
     console.DefaultAttributes();
     console.Expect("Key k-x448: x448, 448 bits, not exportable\n\n");
@@ -110,53 +114,44 @@ TEST(KeysGenerate, AsymmetricFamiliesAskTheirOwnQuestions) {
     console.Leave(1);
     console.StartGeneration("ECX");
     console.Send("k-ed25519\n");
-    console.Send("1\n");
+    console.Answer("Option : ", "1\n");
     console.Answer("Exportable (y/[n]):", "\n");
     console.Answer("Mark as blockchain compatible (y/[n]):", "n\n");
     console.Answer("Define an Usage Profile (y/[n]):", "\n");
     console.Expect("Key k-ed25519: eddsa-25519, 256 bits, not exportable\n\n");
     console.Leave(1);
-    EXPECT_EQ(console.Exit(), 0);
-}
 
-TEST(KeysGenerate, CancelAtEveryPromptGeneratesNothing) {
-    KeysConsole console({"-3"});
-    ASSERT_TRUE(console.ready());
-    struct Case {
-        const char *item;
-        std::vector<std::string> answers;  // the last one cancels
+    // Cancels: the last answer of each case. Leaving the profile picker shows only the
+    // picker's own message; MAP cancels at each of its three names.
+    const std::string name = "Key Name (HSM) : ", option = "Option : ", map = "MAP Name (HSM) : ";
+    const std::pair<const char *, std::vector<std::pair<std::string, std::string>>> cancels[] = {
+        {"DES", {{name, "\n"}}},
+        {"AES", {{name, "k\n"}, {option, "\n"}}},
+        {"3DES", {{name, "k\n"}, {option, "9\n"}}},
+        {"HMAC", {{name, "k\n"}, {option, "0\n"}}},
+        {"RSA", {{name, "k\n"}, {option, "\n"}}},
+        {"ECC", {{name, "k\n"}, {option, "1\n"}, {option, "\n"}}},
+        {"ECX", {{name, "k\n"}, {option, "x\n"}}},
+        {"DESX",
+         {{name, "k\n"},
+          {"Exportable (y/[n]):", "\n"},
+          {"Define an Usage Profile (y/[n]):", "y\n"},
+          {option, "\n"}}},
+        {"MAP", {{map, "\n"}}},
+        {"MAP", {{map, "n\n"}, {"Slot 1: ", "\n"}}},
+        {"MAP", {{map, "n\n"}, {"Slot 1: ", "n\n"}, {"Slot 2: ", "\n"}}},
     };
-    const Case cases[] = {
-        {"DES", {"\n"}},
-        {"AES", {"k\n", "\n"}},
-        {"3DES", {"k\n", "9\n"}},
-        {"HMAC", {"k\n", "0\n"}},
-        {"RSA", {"k\n", "\n"}},
-        {"ECC", {"k\n", "1\n", "\n"}},
-        {"ECX", {"k\n", "x\n"}},
-        // Leaving the profile picker: only the picker's own message.
-        {"DESX", {"k\n", "\n", "y\n", "\n"}},
-    };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.item);
-        console.StartGeneration(c.item);
-        for (const std::string &answer : c.answers)
-            console.Send(answer);
-        console.Expect("\nOperation cancelled!\n");
-        console.Leave(1);
-    }
-    // MAP cancels at each of its three names.
-    for (int cancelAt = 0; cancelAt < 3; ++cancelAt) {
+    for (const auto &[item, steps] : cancels) {
+        SCOPED_TRACE(std::string(item) + " " + std::to_string(steps.size()));
         console.Open("Generate...", "Keys/Objects - Generate\n\n");
-        console.Choose("MAP", "Keys/Objects - Generate - MAP\n\n");
-        for (int i = 0; i < cancelAt; ++i)
-            console.Send("n\n");
-        console.Send("\n");
+        console.Choose(item, std::string("Keys/Objects - Generate - ") + item + "\n\n");
+        for (const auto &[prompt, answer] : steps)
+            console.Answer(prompt, answer);
         console.Expect("\nOperation cancelled!\n");
         console.Leave(1);
     }
     const std::string listing = console.List();
-    EXPECT_NE(listing.find("\nTotal of objects: 0\n"), std::string::npos) << listing;
+    EXPECT_NE(listing.find("\nTotal of objects: 4\n"), std::string::npos) << listing;
     EXPECT_EQ(console.Exit(), 0);
 }
 

@@ -9,7 +9,7 @@ namespace {
 
 using namespace users_steps;
 
-TEST(UsersCreate, ANewUserIsListedWithItsRightsAndCanLogIn) {
+TEST(UsersCreate, ANewUserIsListedWithItsRightsAndCanLogInAndEachRefusalIsShown) {
     SimProcess sim;
     PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
     ASSERT_TRUE(LogIn(console, sim.initPassword()));
@@ -24,19 +24,11 @@ TEST(UsersCreate, ANewUserIsListedWithItsRightsAndCanLogIn) {
         "alice                           User       no  yes no  no  no                 0\n");
     console.Expect("\nTotal of users: 2\n ");
     Continue(console);
-    ExitFromMainMenu(console);
 
-    LogInAndExit(sim, "alice", "Alice#12345");
-}
-
-TEST(UsersCreate, EachRefusalIsShownAndNothingIsCreatedOnABadConfirmation) {
-    SimProcess sim;
-    PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
-    ASSERT_TRUE(LogIn(console, sim.initPassword()));
-
-    // A short password is asked again; a different confirmation ends the dialogue.
+    // Each refusal is shown. A short password is asked again; a different confirmation ends
+    // the dialogue.
     Choose(console, kCreate, "Users - Create");
-    console.Send("1\n");
+    Answer(console, "Option : ", "1\n");
     Answer(console, "User ID: ", "bob\n");
     AnswerSecret(console, "Password: ", "Bob#1\n");
     console.Expect("Password must be at least 6 characters long.");
@@ -85,6 +77,8 @@ TEST(UsersCreate, EachRefusalIsShownAndNothingIsCreatedOnABadConfirmation) {
     Answer(console, "Option : ", "0\n");
     Continue(console);
     ExitFromMainMenu(console);
+
+    LogInAndExit(sim, "alice", "Alice#12345");
 }
 
 TEST(UsersCreate, AUserCreatorCannotMakeOperatorsOrGrantWhatItLacks) {
