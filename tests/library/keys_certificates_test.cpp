@@ -15,23 +15,23 @@ TEST_F(CertificatesTest, OnlyACertificateIsStoredAndItIsAnObjectOfItsOwn) {
     EXPECT_EQ(ImportCertificate("c", der, Q_ALG_DES), Q_ERR_BAD_ALGORITHM);
     EXPECT_EQ(ImportCertificate("c", der, Q_ALG_OBJ_X509_CERT, Q_KEY_EXPORTABLE),
               Q_ERR_INVALID_PARAMETER);
-    EXPECT_TRUE(List(session_).empty());
+    EXPECT_TRUE(List(operator_).empty());
 
     ASSERT_EQ(ImportCertificate("cert-der", der), Q_OK);
     ASSERT_EQ(ImportCertificate("cert-pem", cert_.pem), Q_OK);
     EXPECT_EQ(ImportCertificate("cert-der", cert_.pem), Q_ERR_ALREADY_EXISTS);
-    EXPECT_EQ(ExportNamed(session_, "cert-der", Q_BLOB_X509_CERT), derHex);
-    EXPECT_EQ(ExportNamed(session_, "cert-pem", Q_BLOB_X509_CERT), derHex) << "PEM in, DER out";
+    EXPECT_EQ(ExportNamed(operator_, "cert-der", Q_BLOB_X509_CERT), derHex);
+    EXPECT_EQ(ExportNamed(operator_, "cert-pem", Q_BLOB_X509_CERT), derHex) << "PEM in, DER out";
     const std::string wrongType = Error(Q_ERR_WRONG_OBJECT_TYPE);
-    EXPECT_EQ(ExportNamed(session_, "cert-der", Q_BLOB_CLEAR_SYMMETRIC), wrongType);
-    Generate(session_, "aes", Q_ALG_AES_128, Q_KEY_EXPORTABLE);
-    EXPECT_EQ(ExportNamed(session_, "aes", Q_BLOB_X509_CERT), wrongType);
+    EXPECT_EQ(ExportNamed(operator_, "cert-der", Q_BLOB_CLEAR_SYMMETRIC), wrongType);
+    Generate(operator_, "aes", Q_ALG_AES_128, Q_KEY_EXPORTABLE);
+    EXPECT_EQ(ExportNamed(operator_, "aes", Q_BLOB_X509_CERT), wrongType);
     AddUser("alice", "Alice#12345");
     EXPECT_EQ(ExportNamed(Login("alice", "Alice#12345"), "cert-der", Q_BLOB_X509_CERT),
               Error(Q_ERR_NOT_FOUND));
 
     QKeyHandle cert = 0;
-    ASSERT_EQ(QGetUserKey(session_, "cert-pem", 0, &cert), Q_OK);
+    ASSERT_EQ(QGetUserKey(operator_, "cert-pem", 0, &cert), Q_OK);
     EXPECT_EQ(Word(cert, Q_KEY_PARAM_ALGORITHM), Q_ALG_OBJ_X509_CERT);
     EXPECT_EQ(Word(cert, Q_KEY_PARAM_EXPORT), 0u) << "public, so it can be read back";
     EXPECT_EQ(Word(cert, Q_KEY_PARAM_ATTRIBUTE), 0u) << "held in clear";
@@ -39,8 +39,8 @@ TEST_F(CertificatesTest, OnlyACertificateIsStoredAndItIsAnObjectOfItsOwn) {
     EXPECT_EQ(Word(cert, Q_KEY_PARAM_BLOCKED), 0u);
     EXPECT_EQ(SetBlocked(cert, 1), Q_ERR_WRONG_OBJECT_TYPE);
     EXPECT_EQ(QDestroyKey(cert, 0), Q_OK);
-    EXPECT_EQ(QRemoveObj(session_, "cert-pem"), Q_OK);
-    EXPECT_EQ(List(session_), (std::vector<std::string>{"aes", "cert-der"}));
+    EXPECT_EQ(QRemoveObj(operator_, "cert-pem"), Q_OK);
+    EXPECT_EQ(List(operator_), (std::vector<std::string>{"aes", "cert-der"}));
 
     // The fields the console shows, read locally from the DER the HSM gave back above.
     const uint8_t *bytes = cert_.der.data();

@@ -14,7 +14,7 @@ TEST_F(ExportTest, ClearExportGivesBackTheKeyTheHsmHoldsOnlyWhenTheKeyAllowsIt) 
     QKeyHandle des = ImportDes("des", Q_KEY_EXPORTABLE), locked = ImportDes("locked"), rsa = 0;
     EXPECT_EQ(Export(des), "0123456789ABCDEF");
     EXPECT_EQ(Export(locked), Error(Q_ERR_NOT_EXPORTABLE));
-    ASSERT_EQ(QGenerateKey(session_, "rsa", Q_ALG_RSA_512, Q_KEY_EXPORTABLE, &rsa), Q_OK);
+    ASSERT_EQ(QGenerateKey(operator_, "rsa", Q_ALG_RSA_512, Q_KEY_EXPORTABLE, &rsa), Q_OK);
     EXPECT_EQ(Export(rsa), Error(Q_ERR_WRONG_OBJECT_TYPE));
     EXPECT_EQ(Export(des, Q_BLOB_CLEAR_SYMMETRIC, rsa), Error(Q_ERR_NOT_SUPPORTED))
         << "wrapping is not served";
@@ -23,7 +23,7 @@ TEST_F(ExportTest, ClearExportGivesBackTheKeyTheHsmHoldsOnlyWhenTheKeyAllowsIt) 
     EXPECT_EQ(QExportKey(des, 0, Q_BLOB_CLEAR_SYMMETRIC, nullptr, &length, 0),
               Q_ERR_INVALID_PARAMETER);
     // The handle names the key it was opened on, not whatever later bears its name.
-    ASSERT_EQ(QRemoveObj(session_, "des"), Q_OK);
+    ASSERT_EQ(QRemoveObj(operator_, "des"), Q_OK);
     QKeyHandle again = ImportDes("des", Q_KEY_EXPORTABLE);
     EXPECT_EQ(Export(des), Error(Q_ERR_NOT_FOUND));
     EXPECT_EQ(Export(again), "0123456789ABCDEF");
@@ -44,13 +44,13 @@ TEST_F(ExportTest, BlockedKeyKeepsItsCheckValueButCannotLeave) {
     ASSERT_EQ(SetBlocked(des, 1), Q_OK);
     EXPECT_EQ(Word(des, Q_KEY_PARAM_BLOCKED), 1u);
     EXPECT_EQ(Export(des), Error(Q_ERR_KEY_BLOCKED));
-    EXPECT_EQ(Kcv(session_, "des"), "D5D44F");
+    EXPECT_EQ(Kcv(operator_, "des"), "D5D44F");
     EXPECT_EQ(QSetKeyParam(des, Q_KEY_PARAM_EXPORT, "\0\0\0\0", 4, 0), Q_ERR_INVALID_PARAMETER);
     EXPECT_EQ(SetBlocked(des, 2), Q_ERR_INVALID_PARAMETER);
     EXPECT_EQ(SetBlocked(des, 0, 2), Q_ERR_INVALID_LENGTH);
-    ASSERT_EQ(QGenerateMapObj(session_, "map", "des", 0, "des", 0), Q_OK);
+    ASSERT_EQ(QGenerateMapObj(operator_, "map", "des", 0, "des", 0), Q_OK);
     QKeyHandle map = 0;
-    ASSERT_EQ(QGetUserKey(session_, "map", 0, &map), Q_OK);
+    ASSERT_EQ(QGetUserKey(operator_, "map", 0, &map), Q_OK);
     EXPECT_EQ(SetBlocked(map, 1), Q_ERR_WRONG_OBJECT_TYPE);
 
     // The HSM keeps the key and its state, also through a crash: a fresh handle sees both.
@@ -74,12 +74,12 @@ TEST_F(ExportTest, KeyedHashRunsOnTheStoredKeyOnlyWhileItMayBeUsed) {
     HMAC(EVP_sha256(), secret, sizeof secret, reinterpret_cast<const uint8_t *>(data),
          sizeof data - 1, expected, &expectedLength);
     QKeyHandle hmac = 0, des = ImportDes("des", Q_KEY_EXPORTABLE);
-    ASSERT_EQ(QImportKey(session_, "hmac", 0, Q_BLOB_CLEAR_SYMMETRIC, Q_ALG_HMAC_SHA256, 0, secret,
+    ASSERT_EQ(QImportKey(operator_, "hmac", 0, Q_BLOB_CLEAR_SYMMETRIC, Q_ALG_HMAC_SHA256, 0, secret,
                          sizeof secret, &hmac),
               Q_OK);
     auto mac = [&](QKeyHandle key, uint32_t algorithm) {
         QHashHandle hash = 0;
-        uint32_t status = QCreateHash(session_, algorithm, key, 0, &hash);
+        uint32_t status = QCreateHash(operator_, algorithm, key, 0, &hash);
         if (status != Q_OK) return Error(status);
         uint8_t digest[64];
         uint32_t length = sizeof digest;

@@ -1,6 +1,6 @@
 #pragma once
-// Shared set-up of the key and object tests: an operator session, a certificate, and small
-// readers that give a failing status back as text, so one comparison checks both.
+// Shared set-up of the key and object tests: a certificate, and small readers that give a
+// failing status back as text, so one comparison checks both.
 
 #include <string>
 #include <vector>
@@ -12,11 +12,6 @@ inline constexpr uint8_t kDesKey[8] = {0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD,
 
 class KeysTest : public LibraryTest {
   protected:
-    void SetUp() override {
-        LibraryTest::SetUp();
-        session_ = OpenOperator();
-    }
-
     static std::string Error(uint32_t status) { return "error " + std::to_string(status); }
 
     static uint32_t Word(QKeyHandle key, uint32_t param) {
@@ -29,7 +24,7 @@ class KeysTest : public LibraryTest {
     // The same of the object `name`, read on a handle of its own.
     uint32_t Word(const char *name, uint32_t param) {
         QKeyHandle key = 0;
-        EXPECT_EQ(QGetUserKey(session_, name, 0, &key), Q_OK) << name;
+        EXPECT_EQ(QGetUserKey(operator_, name, 0, &key), Q_OK) << name;
         const uint32_t value = Word(key, param);
         QDestroyKey(key, 0);
         return value;
@@ -83,7 +78,7 @@ class KeysTest : public LibraryTest {
     // kDesKey imported in clear as `name`: a handle to it.
     QKeyHandle ImportDes(const char *name, uint32_t attributes = 0) {
         QKeyHandle key = 0;
-        EXPECT_EQ(QImportKey(session_, name, 0, Q_BLOB_CLEAR_SYMMETRIC, Q_ALG_DES, attributes,
+        EXPECT_EQ(QImportKey(operator_, name, 0, Q_BLOB_CLEAR_SYMMETRIC, Q_ALG_DES, attributes,
                              kDesKey, sizeof kDesKey, &key),
                   Q_OK);
         return key;
@@ -92,7 +87,7 @@ class KeysTest : public LibraryTest {
     uint32_t ImportCertificate(const char *name, const std::string &bytes,
                                uint32_t algorithm = Q_ALG_OBJ_X509_CERT, uint32_t attributes = 0) {
         QKeyHandle cert = 0;
-        uint32_t status = QImportKey(session_, name, 0, Q_BLOB_X509_CERT, algorithm, attributes,
+        uint32_t status = QImportKey(operator_, name, 0, Q_BLOB_X509_CERT, algorithm, attributes,
                                      reinterpret_cast<const uint8_t *>(bytes.data()),
                                      static_cast<uint32_t>(bytes.size()), &cert);
         QDestroyKey(cert, 0);
@@ -104,5 +99,4 @@ class KeysTest : public LibraryTest {
     }
 
     const TestCertificate cert_ = MakeTestCertificate("orvena test");
-    QSessionHandle session_ = 0;
 };

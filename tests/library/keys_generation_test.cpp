@@ -33,7 +33,7 @@ TEST_F(KeysTest, GeneratesEveryFamilyWithItsLength) {
         for (uint32_t algorithm : algorithms) {
             std::string name = "k" + std::to_string(algorithm);
             QKeyHandle key = 0;
-            ASSERT_EQ(QGenerateKey(session_, name.c_str(), algorithm, 0, &key), Q_OK) << name;
+            ASSERT_EQ(QGenerateKey(operator_, name.c_str(), algorithm, 0, &key), Q_OK) << name;
             EXPECT_EQ(Word(key, Q_KEY_PARAM_ALGORITHM), algorithm);
             EXPECT_EQ(Word(key, Q_KEY_PARAM_LENGTH), bytes) << name;
             EXPECT_EQ(Word(key, Q_KEY_PARAM_EXPORT), 1u) << "not exportable unless asked";
@@ -43,13 +43,13 @@ TEST_F(KeysTest, GeneratesEveryFamilyWithItsLength) {
         }
     }
     EXPECT_EQ(generated, 54u);
-    EXPECT_EQ(List(session_).size(), generated);
+    EXPECT_EQ(List(operator_).size(), generated);
 }
 
 TEST_F(KeysTest, AttributesTravelWithTheKey) {
     QKeyHandle key = 0;
     const uint32_t flags = Q_KEY_EXPORTABLE | Q_KEY_USAGE_PROFILE(23);
-    ASSERT_EQ(QGenerateKey(session_, "aes", Q_ALG_AES_256, flags, &key), Q_OK);
+    ASSERT_EQ(QGenerateKey(operator_, "aes", Q_ALG_AES_256, flags, &key), Q_OK);
     EXPECT_EQ(Word(key, Q_KEY_PARAM_EXPORT), 0u);
     QKeyRecord record{};
     uint32_t length = sizeof record;
@@ -67,7 +67,7 @@ TEST_F(KeysTest, AttributesTravelWithTheKey) {
     EXPECT_EQ(QDestroyKey(key, 0), Q_OK);
 
     QKeyHandle chain = 0;
-    ASSERT_EQ(QGenerateKey(session_, "chain", 29, Q_KEY_BLOCKCHAIN, &chain), Q_OK);
+    ASSERT_EQ(QGenerateKey(operator_, "chain", 29, Q_KEY_BLOCKCHAIN, &chain), Q_OK);
     length = sizeof record;
     ASSERT_EQ(QGetKeyParam(chain, Q_KEY_PARAM_RECORD, &record, &length, 0), Q_OK);
     EXPECT_EQ(record.attributes, Q_KEY_BLOCKCHAIN);
@@ -76,7 +76,7 @@ TEST_F(KeysTest, AttributesTravelWithTheKey) {
     // The RSA public exponent follows its attribute.
     for (uint32_t exponent3 : {0u, Q_KEY_RSA_EXPONENT_3}) {
         std::string name = "rsa" + std::to_string(exponent3);
-        ASSERT_EQ(QGenerateKey(session_, name.c_str(), Q_ALG_RSA_1024, exponent3, &key), Q_OK);
+        ASSERT_EQ(QGenerateKey(operator_, name.c_str(), Q_ALG_RSA_1024, exponent3, &key), Q_OK);
         uint8_t *exponent = nullptr;
         length = sizeof exponent;
         ASSERT_EQ(QGetKeyParam(key, Q_KEY_PARAM_RSA_EXPONENT, &exponent, &length, 0), Q_OK);
@@ -87,33 +87,30 @@ TEST_F(KeysTest, AttributesTravelWithTheKey) {
     }
 }
 
-TEST_F(KeysTest, RefusesWhatTheHsmCannotServeAndStoresNothing) {
+TEST_F(KeysTest, RefusesWhatTheHsmCannotServeAndReleasedOrOrphanedHandlesAreInvalid) {
     QKeyHandle key = 0;
-    EXPECT_EQ(QGenerateKey(session_, "x", 19, 0, &key), Q_ERR_BAD_ALGORITHM);
-    EXPECT_EQ(QGenerateKey(session_, "x", 999, 0, &key), Q_ERR_BAD_ALGORITHM);
-    EXPECT_EQ(QGenerateKey(session_, "x", Q_ALG_AES_128, Q_KEY_RSA_EXPONENT_3, &key),
+    EXPECT_EQ(QGenerateKey(operator_, "x", 19, 0, &key), Q_ERR_BAD_ALGORITHM);
+    EXPECT_EQ(QGenerateKey(operator_, "x", 999, 0, &key), Q_ERR_BAD_ALGORITHM);
+    EXPECT_EQ(QGenerateKey(operator_, "x", Q_ALG_AES_128, Q_KEY_RSA_EXPONENT_3, &key),
               Q_ERR_INVALID_PARAMETER);
-    EXPECT_EQ(QGenerateKey(session_, "x", Q_ALG_AES_128, Q_KEY_BLOCKCHAIN, &key),
+    EXPECT_EQ(QGenerateKey(operator_, "x", Q_ALG_AES_128, Q_KEY_BLOCKCHAIN, &key),
               Q_ERR_INVALID_PARAMETER);
-    EXPECT_EQ(QGenerateKey(session_, "x", Q_ALG_AES_128, Q_KEY_USAGE_PROFILE(1), &key),
+    EXPECT_EQ(QGenerateKey(operator_, "x", Q_ALG_AES_128, Q_KEY_USAGE_PROFILE(1), &key),
               Q_ERR_INVALID_PARAMETER)
         << "signature profile on an AES key";
-    EXPECT_EQ(QGenerateKey(session_, "x", Q_ALG_DES, Q_KEY_USAGE_PROFILE(26), &key),
+    EXPECT_EQ(QGenerateKey(operator_, "x", Q_ALG_DES, Q_KEY_USAGE_PROFILE(26), &key),
               Q_ERR_INVALID_PARAMETER);
-    EXPECT_EQ(QGenerateKey(session_, "", Q_ALG_DES, 0, &key), Q_ERR_INVALID_PARAMETER);
-    EXPECT_EQ(QGenerateKey(session_, std::string(50, 'n').c_str(), Q_ALG_DES, 0, &key),
+    EXPECT_EQ(QGenerateKey(operator_, "", Q_ALG_DES, 0, &key), Q_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(QGenerateKey(operator_, std::string(50, 'n').c_str(), Q_ALG_DES, 0, &key),
               Q_ERR_INVALID_PARAMETER);
-    EXPECT_TRUE(List(session_).empty());
+    EXPECT_TRUE(List(operator_).empty());
 
-    ASSERT_EQ(QGenerateKey(session_, std::string(49, 'n').c_str(), Q_ALG_DES, 0, &key), Q_OK);
+    ASSERT_EQ(QGenerateKey(operator_, std::string(49, 'n').c_str(), Q_ALG_DES, 0, &key), Q_OK);
     EXPECT_EQ(QDestroyKey(key, 0), Q_OK);
-    EXPECT_EQ(QGenerateKey(session_, std::string(49, 'n').c_str(), Q_ALG_AES_128, 0, &key),
+    EXPECT_EQ(QGenerateKey(operator_, std::string(49, 'n').c_str(), Q_ALG_AES_128, 0, &key),
               Q_ERR_ALREADY_EXISTS);
-}
 
-TEST_F(KeysTest, ReleasedAndOrphanedHandlesAreInvalid) {
-    QKeyHandle key = 0;
-    ASSERT_EQ(QGenerateKey(session_, "k", Q_ALG_AES_128, 0, &key), Q_OK);
+    ASSERT_EQ(QGenerateKey(operator_, "k", Q_ALG_AES_128, 0, &key), Q_OK);
     uint32_t value = 0, length = sizeof value;
     EXPECT_EQ(QGetKeyParam(key, 99, &value, &length, 0), Q_ERR_NOT_SUPPORTED);
     length = 2;
@@ -124,8 +121,8 @@ TEST_F(KeysTest, ReleasedAndOrphanedHandlesAreInvalid) {
     EXPECT_EQ(QGetKeyParam(key, Q_KEY_PARAM_ALGORITHM, &value, &length, 0), Q_ERR_INVALID_HANDLE);
     EXPECT_EQ(QDestroyKey(key, 0), Q_ERR_INVALID_HANDLE);
 
-    ASSERT_EQ(QGetUserKey(session_, "k", Q_KEY_OPEN_DEFAULT, &key), Q_OK);
-    ASSERT_EQ(QCloseSession(&session_, 0), Q_OK);
+    ASSERT_EQ(QGetUserKey(operator_, "k", Q_KEY_OPEN_DEFAULT, &key), Q_OK);
+    ASSERT_EQ(QCloseSession(&operator_, 0), Q_OK);
     EXPECT_EQ(QGetKeyParam(key, Q_KEY_PARAM_ALGORITHM, &value, &length, 0), Q_ERR_INVALID_HANDLE);
 }
 

@@ -9,38 +9,38 @@ namespace {
 TEST_F(KeysTest, ClearImportKeepsTheKeyItWasGivenAndCheckValuesAgreeOffline) {
     QKeyHandle des = ImportDes("des"), key = 0;
     EXPECT_EQ(Word(des, Q_KEY_PARAM_ALGORITHM), Q_ALG_DES);
-    EXPECT_EQ(Kcv(session_, "des"), "D5D44F");
+    EXPECT_EQ(Kcv(operator_, "des"), "D5D44F");
     const uint8_t zeros[32] = {};
     ASSERT_EQ(
-        QImportKey(session_, "aes", 0, Q_BLOB_CLEAR_SYMMETRIC, Q_ALG_AES_128, 0, zeros, 16, &key),
+        QImportKey(operator_, "aes", 0, Q_BLOB_CLEAR_SYMMETRIC, Q_ALG_AES_128, 0, zeros, 16, &key),
         Q_OK);
-    EXPECT_EQ(Kcv(session_, "aes"), "66E94B");
+    EXPECT_EQ(Kcv(operator_, "aes"), "66E94B");
     // The HSM and the offline computation agree on both formats.
-    EXPECT_EQ(Kcv(session_, "aes", Q_KCV_FORMAT_CMAC),
+    EXPECT_EQ(Kcv(operator_, "aes", Q_KCV_FORMAT_CMAC),
               OfflineKcv(Q_KCV_OFFLINE_CMAC, Q_ALG_AES_128, zeros, 16));
-    EXPECT_EQ(Kcv(session_, "des", Q_KCV_FORMAT_CMAC),
+    EXPECT_EQ(Kcv(operator_, "des", Q_KCV_FORMAT_CMAC),
               OfflineKcv(Q_KCV_OFFLINE_CMAC, Q_ALG_DES, kDesKey, 8));
 
     for (uint32_t algorithm : {Q_ALG_DESX, Q_ALG_ARC4, Q_ALG_ARC5, Q_ALG_HMAC_SHA256}) {
         std::string name = "alg" + std::to_string(algorithm);
         uint32_t length = algorithm == Q_ALG_DESX ? 24 : algorithm == Q_ALG_HMAC_SHA256 ? 32 : 16;
-        ASSERT_EQ(QImportKey(session_, name.c_str(), 0, Q_BLOB_CLEAR_SYMMETRIC, algorithm, 0, zeros,
-                             length, &key),
+        ASSERT_EQ(QImportKey(operator_, name.c_str(), 0, Q_BLOB_CLEAR_SYMMETRIC, algorithm, 0,
+                             zeros, length, &key),
                   Q_OK);
     }
-    EXPECT_EQ(Kcv(session_, "alg10"), "DE1889") << "RC4 keystream of a zero key";
-    EXPECT_EQ(Kcv(session_, "alg94"), Error(Q_ERR_BAD_ALGORITHM));
-    EXPECT_EQ(Kcv(session_, "alg91", Q_KCV_FORMAT_CMAC), Error(Q_ERR_BAD_ALGORITHM));
+    EXPECT_EQ(Kcv(operator_, "alg10"), "DE1889") << "RC4 keystream of a zero key";
+    EXPECT_EQ(Kcv(operator_, "alg94"), Error(Q_ERR_BAD_ALGORITHM));
+    EXPECT_EQ(Kcv(operator_, "alg91", Q_KCV_FORMAT_CMAC), Error(Q_ERR_BAD_ALGORITHM));
 
-    EXPECT_EQ(QImportKey(session_, "k", 0, Q_BLOB_CLEAR_SYMMETRIC, Q_ALG_DES, 0, kDesKey, 7, &key),
+    EXPECT_EQ(QImportKey(operator_, "k", 0, Q_BLOB_CLEAR_SYMMETRIC, Q_ALG_DES, 0, kDesKey, 7, &key),
               Q_ERR_INVALID_LENGTH);
     EXPECT_EQ(
-        QImportKey(session_, "k", 0, Q_BLOB_CLEAR_SYMMETRIC, Q_ALG_RSA_1024, 0, kDesKey, 8, &key),
+        QImportKey(operator_, "k", 0, Q_BLOB_CLEAR_SYMMETRIC, Q_ALG_RSA_1024, 0, kDesKey, 8, &key),
         Q_ERR_BAD_ALGORITHM);
-    EXPECT_EQ(QImportKey(session_, "k", 0, 99, Q_ALG_DES, 0, kDesKey, 8, &key),
+    EXPECT_EQ(QImportKey(operator_, "k", 0, 99, Q_ALG_DES, 0, kDesKey, 8, &key),
               Q_ERR_NOT_SUPPORTED);
-    EXPECT_EQ(Kcv(session_, "k"), Error(Q_ERR_NOT_FOUND));
-    EXPECT_EQ(Kcv(session_, "k", 7), Error(Q_ERR_INVALID_PARAMETER));
+    EXPECT_EQ(Kcv(operator_, "k"), Error(Q_ERR_NOT_FOUND));
+    EXPECT_EQ(Kcv(operator_, "k", 7), Error(Q_ERR_INVALID_PARAMETER));
 
     EXPECT_EQ(OfflineKcv(Q_KCV_OFFLINE_KCV, Q_ALG_DES, kDesKey, 8), "D5D44F");
     EXPECT_EQ(OfflineKcv(Q_KCV_OFFLINE_KCV, Q_ALG_DES, zeros, 8), "8CA64D");
@@ -77,24 +77,24 @@ QEftComponentRecord DesRecord(uint32_t algorithm, const std::vector<std::vector<
 TEST_F(KeysTest, ComponentCeremoniesJoinAndVerifyOnTheHsm) {
     std::vector<uint8_t> a(8, 0x13), b(kDesKey, kDesKey + 8);
     QEftComponentRecord two = DesRecord(Q_ALG_DES, {a, b});
-    ASSERT_EQ(QEFTImportKey(session_, "des2", Q_ALG_DES, &two, 0), Q_OK);
-    EXPECT_EQ(Kcv(session_, "des2"), Hex(two.keyKcv, 3));
+    ASSERT_EQ(QEFTImportKey(operator_, "des2", Q_ALG_DES, &two, 0), Q_OK);
+    EXPECT_EQ(Kcv(operator_, "des2"), Hex(two.keyKcv, 3));
     EXPECT_EQ(Word("des2", Q_KEY_PARAM_EXPORT), 1u) << "a ceremony never makes an exportable key";
 
     std::vector<uint8_t> c(24, 0x5A), d(24, 0xC3), e(24, 0x0F);
     QEftComponentRecord three = DesRecord(Q_ALG_3DES_168, {c, d, e});
-    ASSERT_EQ(QEFTImportKey(session_, "tdes3", Q_ALG_3DES_168, &three, 0), Q_OK);
-    EXPECT_EQ(Kcv(session_, "tdes3"), Hex(three.keyKcv, 3));
+    ASSERT_EQ(QEFTImportKey(operator_, "tdes3", Q_ALG_3DES_168, &three, 0), Q_OK);
+    EXPECT_EQ(Kcv(operator_, "tdes3"), Hex(three.keyKcv, 3));
 
     QEftComponentRecord wrongPart = DesRecord(Q_ALG_DES, {a, b});
     wrongPart.kcv2[0] ^= 1;
-    EXPECT_EQ(QEFTImportKey(session_, "bad1", Q_ALG_DES, &wrongPart, 0), Q_ERR_KCV_MISMATCH);
+    EXPECT_EQ(QEFTImportKey(operator_, "bad1", Q_ALG_DES, &wrongPart, 0), Q_ERR_KCV_MISMATCH);
     QEftComponentRecord wrongFinal = DesRecord(Q_ALG_DES, {a, b});
     wrongFinal.keyKcv[2] ^= 1;
-    EXPECT_EQ(QEFTImportKey(session_, "bad2", Q_ALG_DES, &wrongFinal, 0), Q_ERR_KCV_MISMATCH);
-    EXPECT_EQ(QEFTImportKey(session_, "des2", Q_ALG_DES, &two, 0), Q_ERR_ALREADY_EXISTS);
-    EXPECT_EQ(QEFTImportKey(session_, "hmac", Q_ALG_HMAC_SHA1, &two, 0), Q_ERR_BAD_ALGORITHM);
-    EXPECT_EQ(List(session_), (std::vector<std::string>{"des2", "tdes3"}));
+    EXPECT_EQ(QEFTImportKey(operator_, "bad2", Q_ALG_DES, &wrongFinal, 0), Q_ERR_KCV_MISMATCH);
+    EXPECT_EQ(QEFTImportKey(operator_, "des2", Q_ALG_DES, &two, 0), Q_ERR_ALREADY_EXISTS);
+    EXPECT_EQ(QEFTImportKey(operator_, "hmac", Q_ALG_HMAC_SHA1, &two, 0), Q_ERR_BAD_ALGORITHM);
+    EXPECT_EQ(List(operator_), (std::vector<std::string>{"des2", "tdes3"}));
 
     // AES: the final value is checked in the format chosen, and the attribute word is kept.
     QEftAesComponentRecord record{};
@@ -108,10 +108,10 @@ TEST_F(KeysTest, ComponentCeremoniesJoinAndVerifyOnTheHsm) {
     ASSERT_EQ(QEFTGenKCVOffline(Q_KCV_OFFLINE_CMAC, Q_ALG_AES_256, whole, 32, 0, record.keyKcv,
                                 &length, 0),
               Q_OK);
-    EXPECT_EQ(QEFTImportKey(session_, "aes", Q_ALG_AES_256, &record, Q_KCV_FORMAT_KCV),
+    EXPECT_EQ(QEFTImportKey(operator_, "aes", Q_ALG_AES_256, &record, Q_KCV_FORMAT_KCV),
               Q_ERR_KCV_MISMATCH);
-    ASSERT_EQ(QEFTImportKey(session_, "aes", Q_ALG_AES_256, &record, Q_KCV_FORMAT_CMAC), Q_OK);
-    EXPECT_EQ(Kcv(session_, "aes", Q_KCV_FORMAT_CMAC), Hex(record.keyKcv, 3));
+    ASSERT_EQ(QEFTImportKey(operator_, "aes", Q_ALG_AES_256, &record, Q_KCV_FORMAT_CMAC), Q_OK);
+    EXPECT_EQ(Kcv(operator_, "aes", Q_KCV_FORMAT_CMAC), Hex(record.keyKcv, 3));
     EXPECT_EQ(Word("aes", Q_KEY_PARAM_EXPORT), 0u);
 }
 

@@ -44,20 +44,20 @@ uint32_t OpenEachOnFinal(const char *name, void *context, int isFinal) {
     return 0;
 }
 
-TEST_F(ObjectsTest, ListingDeliversNamesInOrderOpensFromTheFinalCallAndStopsWhenAsked) {
-    EXPECT_TRUE(List(session_).empty());
-    Generate(session_, "b-key", Q_ALG_DES);
-    Generate(session_, "a-key", Q_ALG_AES_256);
-    ASSERT_EQ(QGenerateMapObj(session_, "c-map", "a-key", 0, "b-key", 0), Q_OK);
+TEST_F(ObjectsTest, ListingIsInOrderOpensFromTheFinalCallStopsWhenAskedRemovalIsFinal) {
+    EXPECT_TRUE(List(operator_).empty());
+    Generate(operator_, "b-key", Q_ALG_DES);
+    Generate(operator_, "a-key", Q_ALG_AES_256);
+    ASSERT_EQ(QGenerateMapObj(operator_, "c-map", "a-key", 0, "b-key", 0), Q_OK);
 
     QObjMetadataHandle metadata = 0;
     ASSERT_EQ(QCreateObjMetadata(&metadata, 0), Q_OK);
     ASSERT_EQ(QSetObjMetadata(metadata, Q_METADATA_LABEL, "payments", 8, 0), Q_OK);
-    ASSERT_EQ(QManageObjMetadata(session_, Q_METADATA_WRITE, "a-key", &metadata, 0), Q_OK);
+    ASSERT_EQ(QManageObjMetadata(operator_, Q_METADATA_WRITE, "a-key", &metadata, 0), Q_OK);
     EXPECT_EQ(QDestroyObjMetadata(metadata, 0), Q_OK);
 
-    Listing listing{session_, {}, {}, {}};
-    ASSERT_EQ(QListObjs(session_, OpenEachOnFinal, &listing), Q_OK);
+    Listing listing{operator_, {}, {}, {}};
+    ASSERT_EQ(QListObjs(operator_, OpenEachOnFinal, &listing), Q_OK);
     ASSERT_EQ(listing.status, Q_OK);
     EXPECT_EQ(listing.names, (std::vector<std::string>{"a-key", "b-key", "c-map"}));
     EXPECT_EQ(listing.algorithms, (std::vector<uint32_t>{Q_ALG_AES_256, Q_ALG_DES, Q_ALG_OBJ_MAP}));
@@ -65,7 +65,7 @@ TEST_F(ObjectsTest, ListingDeliversNamesInOrderOpensFromTheFinalCallAndStopsWhen
 
     int calls = 0;
     EXPECT_EQ(QListObjs(
-                  session_,
+                  operator_,
                   [](const char *, void *context, int) -> uint32_t {
                       ++*static_cast<int *>(context);
                       return 77;
@@ -73,16 +73,15 @@ TEST_F(ObjectsTest, ListingDeliversNamesInOrderOpensFromTheFinalCallAndStopsWhen
                   &calls),
               77u);
     EXPECT_EQ(calls, 1);
-}
 
-TEST_F(ObjectsTest, RemovalIsFinalAndNamesAreReusable) {
-    Generate(session_, "gone");
-    EXPECT_EQ(QRemoveObj(session_, "gone"), Q_OK);
-    EXPECT_EQ(QRemoveObj(session_, "gone"), Q_ERR_NOT_FOUND);
+    // Removal is final, and the name can be used again.
+    Generate(operator_, "gone");
+    EXPECT_EQ(QRemoveObj(operator_, "gone"), Q_OK);
+    EXPECT_EQ(QRemoveObj(operator_, "gone"), Q_ERR_NOT_FOUND);
     QKeyHandle key = 0;
-    EXPECT_EQ(QGetUserKey(session_, "gone", 0, &key), Q_ERR_NOT_FOUND);
-    EXPECT_TRUE(List(session_).empty());
-    Generate(session_, "gone", Q_ALG_DES);
+    EXPECT_EQ(QGetUserKey(operator_, "gone", 0, &key), Q_ERR_NOT_FOUND);
+    EXPECT_EQ(List(operator_), (std::vector<std::string>{"a-key", "b-key", "c-map"}));
+    Generate(operator_, "gone", Q_ALG_DES);
     EXPECT_EQ(Word("gone", Q_KEY_PARAM_ALGORITHM), Q_ALG_DES);
 }
 
@@ -97,7 +96,7 @@ TEST_F(ObjectsTest, UsersSeeAndTouchOnlyTheirOwnPartition) {
     EXPECT_EQ(QRemoveObj(bob, "secret"), Q_ERR_NOT_FOUND);
     EXPECT_EQ(Kcv(bob, "secret"), Error(Q_ERR_NOT_FOUND));
     EXPECT_EQ(QGenerateMapObj(bob, "map", "secret", 0, "secret", 0), Q_ERR_NOT_FOUND);
-    EXPECT_TRUE(List(session_).empty()) << "the operator has a partition of its own too";
+    EXPECT_TRUE(List(operator_).empty()) << "the operator has a partition of its own too";
 
     Generate(bob, "secret", Q_ALG_DES);  // names are per partition
     EXPECT_EQ(List(alice), std::vector<std::string>{"secret"});

@@ -11,9 +11,9 @@ class Pkcs11MapsTest : public KeysTest {
     QPkcs11MapDetails Details(const std::string &map, const std::string &target,
                               const char *cert = nullptr) {
         QPkcs11MapDetails details{};
-        EXPECT_EQ(QGeneratePkcs11Map(session_, map.c_str(), target.c_str(), cert, "label", 0),
+        EXPECT_EQ(QGeneratePkcs11Map(operator_, map.c_str(), target.c_str(), cert, "label", 0),
                   Q_OK);
-        EXPECT_EQ(QGetPkcs11Map(session_, map.c_str(), Q_PKCS11_MAP_LEVEL_FULL, 0, &details.info),
+        EXPECT_EQ(QGetPkcs11Map(operator_, map.c_str(), Q_PKCS11_MAP_LEVEL_FULL, 0, &details.info),
                   Q_OK);
         return details;
     }
@@ -33,7 +33,7 @@ TEST_F(Pkcs11MapsTest, DetailsDeriveFromTheTarget) {
     };
     for (const auto &expected : generated) {
         std::string name = "k" + std::to_string(expected.algorithm);
-        Generate(session_, name, expected.algorithm);
+        Generate(operator_, name, expected.algorithm);
         QPkcs11MapDetails details = Details("map-" + name, name);
         // Copies of the fields: the record is packed.
         EXPECT_EQ(uint32_t{details.keyGenMechanism}, expected.mechanism) << name;
@@ -63,36 +63,37 @@ TEST_F(Pkcs11MapsTest, DetailsDeriveFromTheTarget) {
                   tied.javaMidpSecurityDomain,
               0u);
     QPkcs11MapInfo basic{};
-    ASSERT_EQ(QGetPkcs11Map(session_, "tied", Q_PKCS11_MAP_LEVEL_BASIC, 0, &basic), Q_OK);
+    ASSERT_EQ(QGetPkcs11Map(operator_, "tied", Q_PKCS11_MAP_LEVEL_BASIC, 0, &basic), Q_OK);
     EXPECT_STREQ(basic.target, "k30");
-    EXPECT_EQ(QGetPkcs11Map(session_, "tied", 3, 0, &basic), Q_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(QGetPkcs11Map(operator_, "tied", 3, 0, &basic), Q_ERR_INVALID_PARAMETER);
 }
 
 TEST_F(Pkcs11MapsTest, MapsNeedTheirObjects) {
-    Generate(session_, "key");
+    Generate(operator_, "key");
     ASSERT_EQ(ImportCertificate("cert", cert_.DerText()), Q_OK);
-    EXPECT_EQ(QGenerateMapObj(session_, "slots", "key", 0, "missing", 0), Q_ERR_NOT_FOUND);
-    EXPECT_EQ(QGenerateMapObj(session_, "slots", "key", 1, "key", 0), Q_ERR_INVALID_PARAMETER);
-    ASSERT_EQ(QGenerateMapObj(session_, "slots", "key", 0, "key", 0), Q_OK);
-    EXPECT_EQ(QGenerateMapObj(session_, "map2", "slots", 0, "key", 0), Q_ERR_WRONG_OBJECT_TYPE);
+    EXPECT_EQ(QGenerateMapObj(operator_, "slots", "key", 0, "missing", 0), Q_ERR_NOT_FOUND);
+    EXPECT_EQ(QGenerateMapObj(operator_, "slots", "key", 1, "key", 0), Q_ERR_INVALID_PARAMETER);
+    ASSERT_EQ(QGenerateMapObj(operator_, "slots", "key", 0, "key", 0), Q_OK);
+    EXPECT_EQ(QGenerateMapObj(operator_, "map2", "slots", 0, "key", 0), Q_ERR_WRONG_OBJECT_TYPE);
 
-    EXPECT_EQ(QGeneratePkcs11Map(session_, "p", "missing", nullptr, "l", 0), Q_ERR_NOT_FOUND);
-    EXPECT_EQ(QGeneratePkcs11Map(session_, "p", "key", "missing", "l", 0), Q_ERR_NOT_FOUND);
-    EXPECT_EQ(QGeneratePkcs11Map(session_, "p", "key", "key", "l", 0), Q_ERR_WRONG_OBJECT_TYPE);
-    EXPECT_EQ(QGeneratePkcs11Map(session_, "p", "slots", nullptr, "l", 0), Q_ERR_WRONG_OBJECT_TYPE);
+    EXPECT_EQ(QGeneratePkcs11Map(operator_, "p", "missing", nullptr, "l", 0), Q_ERR_NOT_FOUND);
+    EXPECT_EQ(QGeneratePkcs11Map(operator_, "p", "key", "missing", "l", 0), Q_ERR_NOT_FOUND);
+    EXPECT_EQ(QGeneratePkcs11Map(operator_, "p", "key", "key", "l", 0), Q_ERR_WRONG_OBJECT_TYPE);
+    EXPECT_EQ(QGeneratePkcs11Map(operator_, "p", "slots", nullptr, "l", 0),
+              Q_ERR_WRONG_OBJECT_TYPE);
     QPkcs11MapDetails details{};
     for (uint32_t level : {Q_PKCS11_MAP_LEVEL_BASIC, Q_PKCS11_MAP_LEVEL_FULL})
-        EXPECT_EQ(QGetPkcs11Map(session_, "slots", level, 0, &details.info),
+        EXPECT_EQ(QGetPkcs11Map(operator_, "slots", level, 0, &details.info),
                   Q_ERR_WRONG_OBJECT_TYPE);
-    ASSERT_EQ(QGeneratePkcs11Map(session_, "p", "key", "cert", "a label of 16 ch", 0), Q_OK);
-    ASSERT_EQ(QGetPkcs11Map(session_, "p", Q_PKCS11_MAP_LEVEL_BASIC, 0, &details.info), Q_OK);
+    ASSERT_EQ(QGeneratePkcs11Map(operator_, "p", "key", "cert", "a label of 16 ch", 0), Q_OK);
+    ASSERT_EQ(QGetPkcs11Map(operator_, "p", Q_PKCS11_MAP_LEVEL_BASIC, 0, &details.info), Q_OK);
     EXPECT_STREQ(details.info.target, "key");
     EXPECT_STREQ(details.info.label, "a label of 16 ch");
     std::vector<std::string> maps;
-    ASSERT_EQ(QListPkcs11Maps(session_, CollectNames, &maps), Q_OK);
+    ASSERT_EQ(QListPkcs11Maps(operator_, CollectNames, &maps), Q_OK);
     EXPECT_EQ(maps, std::vector<std::string>{"p"});
-    ASSERT_EQ(QRemoveObj(session_, "key"), Q_OK);
-    EXPECT_EQ(QGetPkcs11Map(session_, "p", Q_PKCS11_MAP_LEVEL_FULL, 0, &details.info),
+    ASSERT_EQ(QRemoveObj(operator_, "key"), Q_OK);
+    EXPECT_EQ(QGetPkcs11Map(operator_, "p", Q_PKCS11_MAP_LEVEL_FULL, 0, &details.info),
               Q_ERR_NOT_FOUND)
         << "the target is gone";
 }
@@ -114,27 +115,27 @@ uint32_t CollectMapAndBlocked(const char *name, void *context, int isFinal) {
 }
 
 TEST_F(Pkcs11MapsTest, ObjectsNameTheirMapAndMapObjectsTheirSlots) {
-    Generate(session_, "key", Q_ALG_AES_128);
-    Generate(session_, "lone", Q_ALG_DES);
+    Generate(operator_, "key", Q_ALG_AES_128);
+    Generate(operator_, "lone", Q_ALG_DES);
     ASSERT_EQ(ImportCertificate("cert", cert_.DerText()), Q_OK);
-    ASSERT_EQ(QGeneratePkcs11Map(session_, "p-b", "key", nullptr, "l", 0), Q_OK);
-    ASSERT_EQ(QGeneratePkcs11Map(session_, "p-a", "key", "cert", "l", 0), Q_OK);
-    ASSERT_EQ(QGenerateMapObj(session_, "slots", "key", 0, "lone", 0), Q_OK);
+    ASSERT_EQ(QGeneratePkcs11Map(operator_, "p-b", "key", nullptr, "l", 0), Q_OK);
+    ASSERT_EQ(QGeneratePkcs11Map(operator_, "p-a", "key", "cert", "l", 0), Q_OK);
+    ASSERT_EQ(QGenerateMapObj(operator_, "slots", "key", 0, "lone", 0), Q_OK);
     QKeyHandle lone = 0, map = 0;
-    ASSERT_EQ(QGetUserKey(session_, "lone", 0, &lone), Q_OK);
+    ASSERT_EQ(QGetUserKey(operator_, "lone", 0, &lone), Q_OK);
     ASSERT_EQ(SetBlocked(lone, 1), Q_OK);
-    std::pair<QSessionHandle, std::vector<std::string>> listing{session_, {}};
-    ASSERT_EQ(QListObjs(session_, CollectMapAndBlocked, &listing), Q_OK);
+    std::pair<QSessionHandle, std::vector<std::string>> listing{operator_, {}};
+    ASSERT_EQ(QListObjs(operator_, CollectMapAndBlocked, &listing), Q_OK);
     EXPECT_EQ(listing.second, (std::vector<std::string>{"cert=p-a", "key=p-a", "lone= blocked",
                                                         "p-a=n/a", "p-b=n/a", "slots=n/a"}))
         << "a key or certificate names its first map by name";
-    ASSERT_EQ(QRemoveObj(session_, "p-a"), Q_OK);
+    ASSERT_EQ(QRemoveObj(operator_, "p-a"), Q_OK);
     listing.second.clear();
-    ASSERT_EQ(QListObjs(session_, CollectMapAndBlocked, &listing), Q_OK);
+    ASSERT_EQ(QListObjs(operator_, CollectMapAndBlocked, &listing), Q_OK);
     EXPECT_EQ(listing.second[0], "cert=");
     EXPECT_EQ(listing.second[1], "key=p-b");
 
-    ASSERT_EQ(QGetUserKey(session_, "slots", 0, &map), Q_OK);
+    ASSERT_EQ(QGetUserKey(operator_, "slots", 0, &map), Q_OK);
     QMapSlots slots{};
     uint32_t length = sizeof slots - 1;
     EXPECT_EQ(QGetKeyParam(map, Q_KEY_PARAM_MAP_SLOTS, &slots, &length, 0), Q_ERR_BUFFER_TOO_SMALL);

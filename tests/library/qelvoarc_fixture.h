@@ -33,14 +33,20 @@ inline uint32_t CollectNames(const char *name, void *context, int isFinal) {
     return 0;
 }
 
-// Each test gets its own simulator and an initialised library, finalised afterwards.
+// Each test gets its own simulator and an initialised library with a session of the
+// operator, finalised afterwards.
 class LibraryTest : public ::testing::Test {
   protected:
     void SetUp() override {
         ASSERT_NE(sim_.port(), 0);
         ASSERT_EQ(QInitialize(0), Q_OK);
+        operator_ = OpenOperator();
+        ASSERT_NE(operator_, 0u);
     }
-    void TearDown() override { EXPECT_EQ(QFinalize(), Q_OK); }
+    void TearDown() override {
+        if (operator_ != 0) QCloseSession(&operator_, 0);
+        EXPECT_EQ(QFinalize(), Q_OK);
+    }
 
     uint32_t Open(const QPasswordLoginRecord &record, QSessionHandle *session,
                   uint32_t flags = Q_SESSION_TLS) {
@@ -92,4 +98,5 @@ class LibraryTest : public ::testing::Test {
     }
 
     SimProcess sim_;
+    QSessionHandle operator_ = 0;
 };

@@ -89,7 +89,7 @@ TEST_F(LoginTest, MutualTlsNeedsTheRegisteredCertificateAndThePinnedHsm) {
     EXPECT_EQ(session, 0u);
 }
 
-TEST_F(LoginTest, ExpiredPasswordAllowsOnlyThePasswordChange) {
+TEST_F(LoginTest, ExpiredPasswordAllowsOnlyTheChangeAnonymousOpensCredentialManagerDoesNot) {
     AddUser("alice", "Passw0rd!x");
     ASSERT_EQ(sim_.Simctl({"expire-password", "alice"}), 0);
     QSessionHandle session = 0;
@@ -108,13 +108,10 @@ TEST_F(LoginTest, ExpiredPasswordAllowsOnlyThePasswordChange) {
     ASSERT_EQ(Open(PasswordRecord(sim_.port(), "alice", newPassword), &session), Q_OK);
     EXPECT_EQ(QGetRandom(session, random, sizeof random), Q_OK);
     EXPECT_EQ(QCloseSession(&session, 0), Q_OK);
-}
 
-TEST_F(LoginTest, AnonymousOpensAndCredentialManagerIsUnavailable) {
     QAnonymousLoginRecord anonymous{};
     std::strncpy(anonymous.address, "127.0.0.1", sizeof anonymous.address);
     anonymous.port = sim_.port();
-    QSessionHandle session = 0;
     ASSERT_EQ(QOpenSession(&session, Q_LOGIN_ANONYMOUS, &anonymous, sizeof anonymous,
                            Q_SESSION_CLEAR | 0x18),
               Q_OK);

@@ -39,7 +39,7 @@ class TokensTest : public UsersTest {
     }
 };
 
-TEST_F(TokensTest, IssuedTokensLogInUntilRevokedButChangeNoPassword) {
+TEST_F(TokensTest, IssuedTokensLogInUntilRevokedChangeNoPasswordAndAreSeenByTheirOwners) {
     ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
     QSessionHandle alice = Login("alice");
     QAccessTokenRecord token = Issue(alice);
@@ -77,7 +77,34 @@ TEST_F(TokensTest, IssuedTokensLogInUntilRevokedButChangeNoPassword) {
     EXPECT_EQ(QManageAToken(alice, Q_ATOKEN_LOOKUP, &token, countFound, &found, 0),
               Q_ERR_NOT_FOUND);
     EXPECT_TRUE(Enumerate(alice, &status).empty());
+
+    // Users see only their own tokens; Remote Info sees every token and may revoke any of
+    // them by its listed name.
+    ASSERT_EQ(Create(operator_, "bob", Q_ACL_LIST_USERS | Q_ACL_CREATE_USERS), Q_OK);
+    ASSERT_EQ(Create(operator_, "auditor", Q_ACL_REMOTE_INFO), Q_OK);
+    QAccessTokenRecord aliceToken = Issue(alice);
     EXPECT_EQ(QCloseSession(&alice, 0), Q_OK);
+    QSessionHandle bob = Login("bob");
+    Issue(bob);
+    std::vector<QAccessTokenInfo> seen = Enumerate(bob, &status);
+    ASSERT_EQ(seen.size(), 1u);
+    EXPECT_STREQ(seen[0].owner, "bob");
+    EXPECT_EQ(QManageAToken(bob, Q_ATOKEN_REVOKE, &aliceToken, nullptr, nullptr, 0),
+              Q_ERR_NOT_FOUND);
+    uint32_t count = 0;
+    EXPECT_EQ(QManageATokenCache(bob, Q_ATOKEN_CACHE_COUNT, &count, 0), Q_ERR_ACCESS_DENIED);
+    EXPECT_EQ(QCloseSession(&bob, 0), Q_OK);
+    EXPECT_EQ(TryTokenLogin(aliceToken.token), Q_OK);
+
+    QSessionHandle auditor = Login("auditor");
+    seen = Enumerate(auditor, &status);
+    ASSERT_EQ(seen.size(), 2u);
+    EXPECT_STREQ(seen[0].owner, "alice");
+    named = Named(seen[0]);
+    EXPECT_EQ(QManageAToken(auditor, Q_ATOKEN_REVOKE, &named, nullptr, nullptr, 0), Q_OK);
+    EXPECT_EQ(QManageATokenCache(auditor, Q_ATOKEN_CACHE_COUNT, &count, 0), Q_OK);
+    EXPECT_EQ(count, 1u);
+    EXPECT_EQ(TryTokenLogin(aliceToken.token), Q_ERR_TOKEN_INVALID);
 }
 
 TEST_F(TokensTest, ExpiredTokensCannotLogInAndAreCollected) {
@@ -105,40 +132,6 @@ TEST_F(TokensTest, ExpiredTokensCannotLogInAndAreCollected) {
     EXPECT_EQ(QManageATokenCache(operator_, Q_ATOKEN_CACHE_GC + 1, &collected, 0),
               Q_ERR_INVALID_PARAMETER);
     EXPECT_EQ(TryTokenLogin(keeper.token), Q_OK);
-}
-
-TEST_F(TokensTest, UsersSeeOnlyTheirOwnTokensWithoutRemoteInfo) {
-    ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
-    ASSERT_EQ(Create(operator_, "bob", Q_ACL_LIST_USERS | Q_ACL_CREATE_USERS), Q_OK);
-    ASSERT_EQ(Create(operator_, "auditor", Q_ACL_REMOTE_INFO), Q_OK);
-    QSessionHandle alice = Login("alice");
-    QAccessTokenRecord aliceToken = Issue(alice);
-    EXPECT_EQ(QCloseSession(&alice, 0), Q_OK);
-
-    QSessionHandle bob = Login("bob");
-    Issue(bob);
-    uint32_t status = 0;
-    std::vector<QAccessTokenInfo> seen = Enumerate(bob, &status);
-    ASSERT_EQ(seen.size(), 1u);
-    EXPECT_STREQ(seen[0].owner, "bob");
-    EXPECT_EQ(QManageAToken(bob, Q_ATOKEN_REVOKE, &aliceToken, nullptr, nullptr, 0),
-              Q_ERR_NOT_FOUND);
-    uint32_t count = 0;
-    EXPECT_EQ(QManageATokenCache(bob, Q_ATOKEN_CACHE_COUNT, &count, 0), Q_ERR_ACCESS_DENIED);
-    EXPECT_EQ(QCloseSession(&bob, 0), Q_OK);
-    EXPECT_EQ(TryTokenLogin(aliceToken.token), Q_OK);
-
-    // Remote Info sees every token and may revoke any of them by its listed name.
-    QSessionHandle auditor = Login("auditor");
-    seen = Enumerate(auditor, &status);
-    ASSERT_EQ(seen.size(), 2u);
-    EXPECT_STREQ(seen[0].owner, "alice");
-    QAccessTokenRecord named = Named(seen[0]);
-    EXPECT_EQ(QManageAToken(auditor, Q_ATOKEN_REVOKE, &named, nullptr, nullptr, 0), Q_OK);
-    EXPECT_EQ(QManageATokenCache(auditor, Q_ATOKEN_CACHE_COUNT, &count, 0), Q_OK);
-    EXPECT_EQ(count, 1u);
-    EXPECT_EQ(QCloseSession(&auditor, 0), Q_OK);
-    EXPECT_EQ(TryTokenLogin(aliceToken.token), Q_ERR_TOKEN_INVALID);
 }
 
 }  // namespace

@@ -114,34 +114,7 @@ TEST_F(UsersTest, OnlyOperatorsAndCreatorsManageAccounts) {
     EXPECT_EQ(Acl("boss"), Q_ACL_BACKUP);
 }
 
-TEST_F(UsersTest, RemovalLeavesNothingOfTheUser) {
-    ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
-    QSessionHandle alice = Login("alice");
-    Generate(alice, "k1");
-    QAccessTokenRecord token = Issue(alice);
-
-    ASSERT_EQ(QRemoveUser(operator_, "alice"), Q_OK);
-    EXPECT_EQ(QRemoveUser(operator_, "alice"), Q_ERR_NOT_FOUND);
-    // Its open session ends, its token opens nothing.
-    uint8_t random[4];
-    EXPECT_EQ(QGetRandom(alice, random, sizeof random), Q_ERR_SESSION_EXPIRED);
-    QCloseSession(&alice, 0);
-    EXPECT_EQ(TryTokenLogin(token.token), Q_ERR_TOKEN_INVALID);
-    uint32_t count = 1;
-    ASSERT_EQ(QManageATokenCache(operator_, Q_ATOKEN_CACHE_COUNT, &count, 0), Q_OK);
-    EXPECT_EQ(count, 0u);
-
-    // A new account of the same name starts with an empty partition.
-    ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
-    QObjectCountQuery query{};
-    std::strcpy(query.userId, "alice");
-    uint32_t length = sizeof query;
-    ASSERT_EQ(QGetUserParam(operator_, Q_USER_PARAM_OBJECT_COUNT, &query, &length, 0), Q_OK);
-    EXPECT_EQ(query.entryCount, 0u);
-    QFree(query.entries);
-}
-
-TEST_F(UsersTest, ObjectCountsAuthRecordsAndTrustsAreReadPerUser) {
+TEST_F(UsersTest, RecordsAreReadPerUserAndRemovalLeavesNothingOfTheUser) {
     ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
     ASSERT_EQ(Create(operator_, "bob", 0), Q_OK);
     QSessionHandle alice = Login("alice");
@@ -167,15 +140,34 @@ TEST_F(UsersTest, ObjectCountsAuthRecordsAndTrustsAreReadPerUser) {
     EXPECT_EQ(QGetUserAcl(alice, "bob", &acl), Q_ERR_ACCESS_DENIED);
 
     int finals = 0;
-    auto count = [](const char *, void *context, int isFinal) -> uint32_t {
+    auto countFinals = [](const char *, void *context, int isFinal) -> uint32_t {
         if (isFinal) ++*static_cast<int *>(context);
         return 0;
     };
-    EXPECT_EQ(QListUserTrusts(operator_, "alice", 1, count, &finals, 0), Q_OK);
-    EXPECT_EQ(QListUserTrusts(operator_, "alice", 2, count, &finals, 0), Q_OK);
+    EXPECT_EQ(QListUserTrusts(operator_, "alice", 1, countFinals, &finals, 0), Q_OK);
+    EXPECT_EQ(QListUserTrusts(operator_, "alice", 2, countFinals, &finals, 0), Q_OK);
     EXPECT_EQ(finals, 2);
-    EXPECT_EQ(QListUserTrusts(operator_, "nobody", 1, count, &finals, 0), Q_ERR_NOT_FOUND);
-    EXPECT_EQ(QListUserTrusts(operator_, "alice", 3, count, &finals, 0), Q_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(QListUserTrusts(operator_, "nobody", 1, countFinals, &finals, 0), Q_ERR_NOT_FOUND);
+    EXPECT_EQ(QListUserTrusts(operator_, "alice", 3, countFinals, &finals, 0),
+              Q_ERR_INVALID_PARAMETER);
+
+    // Removal: the open session ends, the token opens nothing, and a new account of the same
+    // name starts with an empty partition.
+    QAccessTokenRecord token = Issue(alice);
+    ASSERT_EQ(QRemoveUser(operator_, "alice"), Q_OK);
+    EXPECT_EQ(QRemoveUser(operator_, "alice"), Q_ERR_NOT_FOUND);
+    uint8_t random[4];
+    EXPECT_EQ(QGetRandom(alice, random, sizeof random), Q_ERR_SESSION_EXPIRED);
+    QCloseSession(&alice, 0);
+    EXPECT_EQ(TryTokenLogin(token.token), Q_ERR_TOKEN_INVALID);
+    uint32_t count = 1;
+    ASSERT_EQ(QManageATokenCache(operator_, Q_ATOKEN_CACHE_COUNT, &count, 0), Q_OK);
+    EXPECT_EQ(count, 0u);
+    ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
+    length = sizeof query;
+    ASSERT_EQ(QGetUserParam(operator_, Q_USER_PARAM_OBJECT_COUNT, &query, &length, 0), Q_OK);
+    EXPECT_EQ(query.entryCount, 0u);
+    QFree(query.entries);
 }
 
 }  // namespace

@@ -9,18 +9,6 @@
 
 class UsersTest : public LibraryTest {
   protected:
-    void SetUp() override {
-        LibraryTest::SetUp();
-        operator_ = OpenOperator();
-        ASSERT_NE(operator_, 0u);
-    }
-    void TearDown() override {
-        if (operator_ != 0) {
-            EXPECT_EQ(QCloseSession(&operator_, 0), Q_OK);
-        }
-        LibraryTest::TearDown();
-    }
-
     static QUserRecord Record(const std::string &id, const std::string &password, uint32_t acl) {
         QUserRecord record{};
         std::memcpy(record.userId, id.data(), std::min(id.size(), sizeof record.userId));
@@ -72,6 +60,4 @@ class UsersTest : public LibraryTest {
         *status = QListUsers(session, CollectNames, &names);
         return names;
     }
-
-    QSessionHandle operator_ = 0;
 };

@@ -30,7 +30,7 @@ class OathTest : public UsersTest {
     }
 };
 
-TEST_F(OathTest, EventTokenGuardsTheLoginCanBeResynchronisedAndIsOnlyAnAdministratorsToTouch) {
+TEST_F(OathTest, EventAndTimeTokensGuardTheLoginAndOnlyAnAdministratorTouchesThem) {
     ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
     ASSERT_EQ(Create(operator_, "mallory", Q_ACL_LIST_USERS), Q_OK);
     QOathTokenRecord record = TokenRecord();
@@ -66,11 +66,9 @@ TEST_F(OathTest, EventTokenGuardsTheLoginCanBeResynchronisedAndIsOnlyAnAdministr
     ASSERT_EQ(QUnassignToken(operator_, Q_TOKEN_OATH_EVENT, "alice"), Q_OK);
     EXPECT_EQ(Acl("alice"), 0u);
     EXPECT_EQ(TryLogin("alice"), Q_OK);
-}
 
-TEST_F(OathTest, TimeTokenAcceptsTheCurrentStep) {
-    ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
-    QOathTokenRecord record = TokenRecord();
+    // A time token accepts the current step.
+    record = TokenRecord();
     record.timeStep = 0;
     EXPECT_EQ(QAssignToken(operator_, "alice", Q_TOKEN_OATH_TIME, &record, Q_OATH_TOTP_RECORD_SIZE),
               Q_ERR_INVALID_PARAMETER);

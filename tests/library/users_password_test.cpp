@@ -16,7 +16,44 @@ class PasswordTest : public UsersTest {
     }
 };
 
-TEST_F(PasswordTest, PolicyIsReadByAllAndDefinedByOperatorsWithinItsRanges) {
+// A certificate assignment turns the X.509 factor on and its reset off.
+TEST_F(PasswordTest, CertificateAssignmentAndThePolicyReadByAllAndDefinedByOperators) {
+    ASSERT_EQ(Create(operator_, "carol", Q_ACL_LIST_USERS), Q_OK);
+    std::string pem = ServerCertificate();
+    ASSERT_FALSE(pem.empty());
+
+    QUserCertRecord record{};
+    std::strcpy(record.userId, "carol");
+    record.operation = Q_CERT_OP_ASSIGN;
+    const std::string garbage = "not a certificate";
+    record.certificate = reinterpret_cast<const uint8_t *>(garbage.data());
+    record.certificateLength = static_cast<uint32_t>(garbage.size());
+    EXPECT_EQ(QSetUserParam(operator_, Q_USER_PARAM_CERT, &record, sizeof record, 0),
+              Q_ERR_INVALID_PARAMETER);
+    record.certificate = reinterpret_cast<const uint8_t *>(pem.data());
+    record.certificateLength = static_cast<uint32_t>(pem.size());
+    record.operation = 3;  // neither assign nor reset
+    EXPECT_EQ(QSetUserParam(operator_, Q_USER_PARAM_CERT, &record, sizeof record, 0),
+              Q_ERR_INVALID_PARAMETER);
+    record.operation = Q_CERT_OP_ASSIGN;
+    ASSERT_EQ(QSetUserParam(operator_, Q_USER_PARAM_CERT, &record, sizeof record, 0), Q_OK);
+    EXPECT_EQ(Acl("carol"), Q_ACL_LIST_USERS | Q_ACL_X509_2FA);
+    EXPECT_EQ(TryLogin("carol"), Q_ERR_CERT_REQUIRED);
+
+    // The bit cannot be raised without a certificate, only dropped.
+    QUserRecord acl = Record("carol", "", Q_ACL_LIST_USERS);
+    ASSERT_EQ(QSetUserParam(operator_, Q_USER_PARAM_ACL, &acl, sizeof acl, 0), Q_OK);
+    EXPECT_EQ(TryLogin("carol"), Q_OK);
+    record.operation = Q_CERT_OP_RESET;
+    record.certificate = nullptr;
+    record.certificateLength = 0;
+    ASSERT_EQ(QSetUserParam(operator_, Q_USER_PARAM_CERT, &record, sizeof record, 0), Q_OK);
+    acl.acl = Q_ACL_LIST_USERS | Q_ACL_X509_2FA;
+    ASSERT_EQ(QSetUserParam(operator_, Q_USER_PARAM_ACL, &acl, sizeof acl, 0), Q_OK);
+    EXPECT_EQ(Acl("carol"), Q_ACL_LIST_USERS);
+    EXPECT_EQ(TryLogin("carol"), Q_OK);
+
+    // The policy is read by all, and defined by operators within its ranges.
     ASSERT_EQ(Define(operator_, Policy(12, 1, 2, 3, 5, 90)), Q_OK);
     ASSERT_EQ(Create(operator_, "alice", Q_ACL_CREATE_USERS, "ABcdefgh#ijk"), Q_OK);
     QSessionHandle alice = Login("alice", "ABcdefgh#ijk");
@@ -75,43 +112,6 @@ TEST_F(PasswordTest, EveryPasswordSetMeetsThePolicyAndWrongOnesBlockAtItsCount) 
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(TryLogin("bob", "wrong"), Q_ERR_AUTH_FAILED);
     EXPECT_EQ(TryLogin("bob", "QRst-uvwxyz"), Q_ERR_USER_BLOCKED);
-}
-
-TEST_F(PasswordTest, CertificateAssignmentTurnsTheX509FactorOnAndResetOff) {
-    ASSERT_EQ(Create(operator_, "alice", Q_ACL_LIST_USERS), Q_OK);
-    std::string pem = ServerCertificate();
-    ASSERT_FALSE(pem.empty());
-
-    QUserCertRecord record{};
-    std::strcpy(record.userId, "alice");
-    record.operation = Q_CERT_OP_ASSIGN;
-    const std::string garbage = "not a certificate";
-    record.certificate = reinterpret_cast<const uint8_t *>(garbage.data());
-    record.certificateLength = static_cast<uint32_t>(garbage.size());
-    EXPECT_EQ(QSetUserParam(operator_, Q_USER_PARAM_CERT, &record, sizeof record, 0),
-              Q_ERR_INVALID_PARAMETER);
-    record.certificate = reinterpret_cast<const uint8_t *>(pem.data());
-    record.certificateLength = static_cast<uint32_t>(pem.size());
-    record.operation = 3;  // neither assign nor reset
-    EXPECT_EQ(QSetUserParam(operator_, Q_USER_PARAM_CERT, &record, sizeof record, 0),
-              Q_ERR_INVALID_PARAMETER);
-    record.operation = Q_CERT_OP_ASSIGN;
-    ASSERT_EQ(QSetUserParam(operator_, Q_USER_PARAM_CERT, &record, sizeof record, 0), Q_OK);
-    EXPECT_EQ(Acl("alice"), Q_ACL_LIST_USERS | Q_ACL_X509_2FA);
-    EXPECT_EQ(TryLogin("alice"), Q_ERR_CERT_REQUIRED);
-
-    // The bit cannot be raised without a certificate, only dropped.
-    QUserRecord acl = Record("alice", "", Q_ACL_LIST_USERS);
-    ASSERT_EQ(QSetUserParam(operator_, Q_USER_PARAM_ACL, &acl, sizeof acl, 0), Q_OK);
-    EXPECT_EQ(TryLogin("alice"), Q_OK);
-    record.operation = Q_CERT_OP_RESET;
-    record.certificate = nullptr;
-    record.certificateLength = 0;
-    ASSERT_EQ(QSetUserParam(operator_, Q_USER_PARAM_CERT, &record, sizeof record, 0), Q_OK);
-    acl.acl = Q_ACL_LIST_USERS | Q_ACL_X509_2FA;
-    ASSERT_EQ(QSetUserParam(operator_, Q_USER_PARAM_ACL, &acl, sizeof acl, 0), Q_OK);
-    EXPECT_EQ(Acl("alice"), Q_ACL_LIST_USERS);
-    EXPECT_EQ(TryLogin("alice"), Q_OK);
 }
 
 }  // namespace
