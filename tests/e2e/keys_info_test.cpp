@@ -56,7 +56,8 @@ std::string ValueOf(const std::string &screen, const char *label) {
 // The end of the screen's action menu when "Set label" is the only action.
 constexpr char kOnlySetLabel[] = " 1 - Set label\n\n  0 - Exit\n";
 
-TEST(KeysInfo, Pkcs11MapShowsTheAttributesOfItsTargetWhichShowsTheMap) {
+// -l offers PKCS#11 maps.
+TEST(KeysInfo, EveryKindOfObjectShowsItsOwnSectionsAndAKeyIsBlockedFromItsScreen) {
     KeysConsole console({"-l"});
     ASSERT_TRUE(console.ready());
     ASSERT_EQ(ImportCertificate(console.sim(), "p-cert", MakeTestCertificate("Mapped").der), Q_OK);
@@ -84,7 +85,7 @@ TEST(KeysInfo, Pkcs11MapShowsTheAttributesOfItsTargetWhichShowsTheMap) {
     console.Expect(line);
     console.Expect("\nTotal of objects: 1\n");
     console.Leave(0);
-    const std::string listing = console.List();
+    std::string listing = console.List();
     EXPECT_NE(listing.find(ListLine("p-map", "pkcs11-map", false, false).substr(0, 63)),
               std::string::npos)
         << listing;
@@ -117,12 +118,8 @@ TEST(KeysInfo, Pkcs11MapShowsTheAttributesOfItsTargetWhichShowsTheMap) {
         EXPECT_LT(screen.find(std::string(name) == "p-key" ? "KCV : " : "Not after : "), map);
         EXPECT_NE(screen.find(mechanism, map), std::string::npos) << screen;
     }
-    EXPECT_EQ(console.Exit(), 0);
-}
 
-TEST(KeysInfo, OldMapShowsItsSlotsACertificateItsNamesAndAKeyIsBlockedFromItsScreen) {
-    KeysConsole console;
-    ASSERT_TRUE(console.ready());
+    // An old map shows its two slots.
     console.ImportedClearKey("4", "1", "o-key1", kAesKey);
     console.ImportedClearKey("1", "", "o-key2", "0123456789ABCDEF");
     console.Open("Generate...", "Keys/Objects - Generate\n\n");
@@ -133,7 +130,7 @@ TEST(KeysInfo, OldMapShowsItsSlotsACertificateItsNamesAndAKeyIsBlockedFromItsScr
     console.Expect("\nMap created successfully.\n\n");
     console.Leave(1);
 
-    std::string screen = console.KeyInformation("o-map");
+    screen = console.KeyInformation("o-map");
     const std::string slots = std::string(27, ' ') + "OLD MAP!\n" +
                               InfoLine("Slot1 Id : ", "o-key1") + InfoLine("Slot1 Type : ", "0") +
                               InfoLine("Slot2 Id : ", "o-key2") + InfoLine("Slot2 Type : ", "0") +
@@ -142,7 +139,7 @@ TEST(KeysInfo, OldMapShowsItsSlotsACertificateItsNamesAndAKeyIsBlockedFromItsScr
     EXPECT_NE(screen.find(slots), std::string::npos) << screen;
     EXPECT_EQ(screen.find("PKCS#11 map : "), std::string::npos) << screen;
     EXPECT_NE(screen.find(kOnlySetLabel), std::string::npos) << screen;
-    const std::string listing = console.List();
+    listing = console.List();
     EXPECT_NE(listing.find(ListLine("o-map", "map", false, false).substr(0, 63)), std::string::npos)
         << listing;
 

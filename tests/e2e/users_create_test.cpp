@@ -79,30 +79,28 @@ TEST(UsersCreate, ANewUserIsListedWithItsRightsAndCanLogInAndEachRefusalIsShown)
     ExitFromMainMenu(console);
 
     LogInAndExit(sim, "alice", "Alice#12345");
-}
 
-TEST(UsersCreate, AUserCreatorCannotMakeOperatorsOrGrantWhatItLacks) {
-    SimProcess sim;
+    // A user creator cannot make operators or grant what it lacks.
     ASSERT_EQ(sim.Simctl({"add-user", "carol", "Carol#12345", "--acl", "80"}), 0);  // 0x50
-    PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "carol"));
-    ASSERT_TRUE(LogIn(console, "Carol#12345"));
-    Choose(console, kCreate, "Users - Create");
-    Answer(console, "Type: User\nUser ID: ", "dan\n");
-    AnswerSecret(console, "Password: ", "Dan#123456\n");
-    AnswerSecret(console, "Confirm password: ", "Dan#123456\n");
-    DeclineLocalFlags(console);
-    Answer(console, "Require Two Factor Authentication (y/[n]): ", "\n");
-    Answer(console, "Require User to Change Password at Next LogOn (y/[n]): ", "\n");
-    Answer(console, "Create/Remove Users (y/[n]): ", "y\n");
-    Answer(console, "List Users (y/[n]): ", "y\n");
-    console.Expect("Remote Info: no\nBackup/Restore: no\nFirmware Update: no\n");
-    console.Expect("User 'dan' successfully created.");
-    Continue(console);
+    PtyDriver carol(TARSEL_PATH, ConsoleArgs(sim, "carol"));
+    ASSERT_TRUE(LogIn(carol, "Carol#12345"));
+    Choose(carol, kCreate, "Users - Create");
+    Answer(carol, "Type: User\nUser ID: ", "dan\n");
+    AnswerSecret(carol, "Password: ", "Dan#123456\n");
+    AnswerSecret(carol, "Confirm password: ", "Dan#123456\n");
+    DeclineLocalFlags(carol);
+    Answer(carol, "Require Two Factor Authentication (y/[n]): ", "\n");
+    Answer(carol, "Require User to Change Password at Next LogOn (y/[n]): ", "\n");
+    Answer(carol, "Create/Remove Users (y/[n]): ", "y\n");
+    Answer(carol, "List Users (y/[n]): ", "y\n");
+    carol.Expect("Remote Info: no\nBackup/Restore: no\nFirmware Update: no\n");
+    carol.Expect("User 'dan' successfully created.");
+    Continue(carol);
 
-    Choose(console, kList, "Users - List");
-    console.Expect("dan                             User       yes yes no  no  no ");
-    Continue(console);
-    ExitFromMainMenu(console);
+    Choose(carol, kList, "Users - List");
+    carol.Expect("dan                             User       yes yes no  no  no ");
+    Continue(carol);
+    ExitFromMainMenu(carol);
 }
 
 TEST(UsersCreate, OldFirmwareListsNoObjectCounts) {

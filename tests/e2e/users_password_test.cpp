@@ -9,38 +9,36 @@ namespace {
 
 using namespace users_steps;
 
-TEST(UsersPassword, MyPasswordChecksTheOldOneAgainstTheLogin) {
+TEST(UsersPassword, MyPasswordChecksTheOldOneAndAnEditedPolicyRefusesPasswordsThatBreakIt) {
     SimProcess sim;
     ASSERT_EQ(sim.Simctl({"add-user", "hank", "Hank#123456", "--acl", "0"}), 0);
-    PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "hank"));
-    ASSERT_TRUE(LogIn(console, "Hank#123456"));
+    PtyDriver hank(TARSEL_PATH, ConsoleArgs(sim, "hank"));
+    ASSERT_TRUE(LogIn(hank, "Hank#123456"));
     // A user with no rights sees "Attributes" and "My Password" only.
     const char *myPassword = "19\n";
 
-    Choose(console, myPassword, "Users - My Password");
-    AnswerSecret(console, "Old Password: ", "Wrong#123456\n");
-    console.Expect("\nInvalid password!\n");
-    Continue(console);
+    Choose(hank, myPassword, "Users - My Password");
+    AnswerSecret(hank, "Old Password: ", "Wrong#123456\n");
+    hank.Expect("\nInvalid password!\n");
+    Continue(hank);
 
     // The second change proves that within one session the password just set is the old one.
     for (const auto &[old, next] :
          {std::pair{"Hank#123456", "Hank#654321"}, std::pair{"Hank#654321", "Hank#777777"}}) {
-        Choose(console, myPassword, "Users - My Password");
+        Choose(hank, myPassword, "Users - My Password");
         // Five characters: asked again, never compared.
-        if (old == std::string("Hank#123456")) AnswerSecret(console, "Old Password: ", "Hank#\n");
-        AnswerSecret(console, "Old Password: ", std::string(old) + "\n");
-        AnswerSecret(console, "New Password: ", std::string(next) + "\n");
-        AnswerSecret(console, "Confirm new password: ", std::string(next) + "\n");
-        console.Expect("\n\nPassword changed successfully.\n\n");
-        Continue(console);
+        if (old == std::string("Hank#123456")) AnswerSecret(hank, "Old Password: ", "Hank#\n");
+        AnswerSecret(hank, "Old Password: ", std::string(old) + "\n");
+        AnswerSecret(hank, "New Password: ", std::string(next) + "\n");
+        AnswerSecret(hank, "Confirm new password: ", std::string(next) + "\n");
+        hank.Expect("\n\nPassword changed successfully.\n\n");
+        Continue(hank);
     }
-    ExitFromMainMenu(console);
+    ExitFromMainMenu(hank);
 
     LogInAndExit(sim, "hank", "Hank#777777");
-}
 
-TEST(UsersPassword, AnEditedPolicyRefusesPasswordsThatBreakIt) {
-    SimProcess sim;
+    // An edited policy refuses passwords that break it.
     PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
     ASSERT_TRUE(LogIn(console, sim.initPassword()));
 
