@@ -1,9 +1,6 @@
 // Clear export of symmetric keys and blocking, through the library: what leaves the HSM is
 // the very key it holds, and only when the key allows it.
 
-#include <openssl/evp.h>
-#include <openssl/hmac.h>
-
 #include "keys_fixture.h"
 
 namespace {
@@ -62,46 +59,6 @@ TEST_F(ExportTest, BlockedKeyKeepsItsCheckValueButCannotLeave) {
     EXPECT_EQ(Word(reopened, Q_KEY_PARAM_BLOCKED), 1u);
     ASSERT_EQ(SetBlocked(reopened, 0), Q_OK);
     EXPECT_EQ(Export(reopened), "0123456789ABCDEF");
-}
-
-TEST_F(ExportTest, KeyedHashRunsOnTheStoredKeyOnlyWhileItMayBeUsed) {
-    uint8_t secret[32];
-    for (size_t i = 0; i < sizeof secret; ++i)
-        secret[i] = static_cast<uint8_t>(i * 7);
-    const char data[] = "what do ya want for nothing?";
-    uint8_t expected[32];
-    unsigned expectedLength = 0;
-    HMAC(EVP_sha256(), secret, sizeof secret, reinterpret_cast<const uint8_t *>(data),
-         sizeof data - 1, expected, &expectedLength);
-    QKeyHandle hmac = 0, des = ImportDes("des", Q_KEY_EXPORTABLE);
-    ASSERT_EQ(QImportKey(operator_, "hmac", 0, Q_BLOB_CLEAR_SYMMETRIC, Q_ALG_HMAC_SHA256, 0, secret,
-                         sizeof secret, &hmac),
-              Q_OK);
-    auto mac = [&](QKeyHandle key, uint32_t algorithm) {
-        QHashHandle hash = 0;
-        uint32_t status = QCreateHash(operator_, algorithm, key, 0, &hash);
-        if (status != Q_OK) return Error(status);
-        uint8_t digest[64];
-        uint32_t length = sizeof digest;
-        EXPECT_EQ(QHashData(hash, reinterpret_cast<const uint8_t *>(data), sizeof data - 1, 0),
-                  Q_OK);
-        status = QGetHashParam(hash, Q_HASH_PARAM_VALUE, digest, &length, 0);
-        EXPECT_EQ(QDestroyHash(hash), Q_OK);
-        return status == Q_OK ? Hex(digest, length) : Error(status);
-    };
-    EXPECT_EQ(mac(hmac, Q_ALG_HMAC_SHA256), Hex(expected, expectedLength));
-    EXPECT_EQ(mac(hmac, Q_ALG_HMAC_SHA512), Error(Q_ERR_WRONG_OBJECT_TYPE));
-    EXPECT_EQ(mac(hmac, Q_HASH_SHA256), Error(Q_ERR_WRONG_OBJECT_TYPE));
-    EXPECT_EQ(mac(des, Q_ALG_HMAC_SHA256), Error(Q_ERR_WRONG_OBJECT_TYPE));
-    ASSERT_EQ(SetBlocked(hmac, 1), Q_OK);
-    EXPECT_EQ(mac(hmac, Q_ALG_HMAC_SHA256), Error(Q_ERR_KEY_BLOCKED));
-
-    // A handle of another session is no key of this one.
-    QSessionHandle other = OpenOperator(Q_SESSION_CLEAR);
-    QKeyHandle foreign = 0;
-    ASSERT_EQ(QGetUserKey(other, "hmac", 0, &foreign), Q_OK);
-    EXPECT_EQ(mac(foreign, Q_ALG_HMAC_SHA256), Error(Q_ERR_INVALID_HANDLE));
-    EXPECT_EQ(mac(0x7777, Q_ALG_HMAC_SHA256), Error(Q_ERR_INVALID_HANDLE));
 }
 
 }  // namespace

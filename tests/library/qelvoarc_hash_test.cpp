@@ -1,35 +1,47 @@
-// Hashes computed on the HSM through the library, against published vectors.
+// Hashes computed on the HSM through the library: published vectors, a key given to the hash
+// or stored on the HSM, and misuse.
+
+#include <openssl/evp.h>
+#include <openssl/hmac.h>
 
 #include <string>
 #include <vector>
 
-#include "qelvoarc_fixture.h"
+#include "keys_fixture.h"
 
 namespace {
 
-class HashTest : public LibraryTest {
+class HashTest : public KeysTest {
   protected:
-    // The digest of `parts` fed one call each, with an optional HMAC key; "" on any failure.
+    // The digest of `parts` fed one call each, keyed by `key` or by the stored key `stored`,
+    // or the status that refused it as text.
     std::string Digest(uint32_t algorithm, const std::vector<std::string> &parts,
-                       const std::string &key = "") {
+                       const std::string &key = "", QKeyHandle stored = 0) {
         QHashHandle hash = 0;
-        if (QCreateHash(operator_, algorithm, 0, 0, &hash) != Q_OK) return "";
-        bool ok = key.empty() || QSetHashParam(hash, Q_HASH_PARAM_KEY,
-                                               reinterpret_cast<const uint8_t *>(key.data()),
-                                               static_cast<uint32_t>(key.size()), 0) == Q_OK;
+        uint32_t status = QCreateHash(operator_, algorithm, stored, 0, &hash);
+        if (status != Q_OK) return Error(status);
+        if (!key.empty()) {
+            EXPECT_EQ(
+                QSetHashParam(hash, Q_HASH_PARAM_KEY, reinterpret_cast<const uint8_t *>(key.data()),
+                              static_cast<uint32_t>(key.size()), 0),
+                Q_OK);
+        }
         for (const std::string &part : parts)
-            ok = ok && QHashData(hash, reinterpret_cast<const uint8_t *>(part.data()),
-                                 static_cast<uint32_t>(part.size()), 0) == Q_OK;
+            EXPECT_EQ(QHashData(hash, reinterpret_cast<const uint8_t *>(part.data()),
+                                static_cast<uint32_t>(part.size()), 0),
+                      Q_OK);
         uint32_t size = 0;
         uint32_t length = sizeof size;
-        ok = ok && QGetHashParam(hash, Q_HASH_PARAM_SIZE, reinterpret_cast<uint8_t *>(&size),
-                                 &length, 0) == Q_OK;
+        EXPECT_EQ(
+            QGetHashParam(hash, Q_HASH_PARAM_SIZE, reinterpret_cast<uint8_t *>(&size), &length, 0),
+            Q_OK);
         std::vector<uint8_t> value(size);
         length = size;
-        ok = ok && QGetHashParam(hash, Q_HASH_PARAM_VALUE, value.data(), &length, 0) == Q_OK &&
-             length == size;
+        status = QGetHashParam(hash, Q_HASH_PARAM_VALUE, value.data(), &length, 0);
         EXPECT_EQ(QDestroyHash(hash), Q_OK);
-        return ok ? Hex(value.data(), value.size()) : "";
+        if (status != Q_OK) return Error(status);
+        EXPECT_EQ(length, size);
+        return Hex(value.data(), length);
     }
 };
 
@@ -66,6 +78,38 @@ TEST_F(HashTest, DigestsAndHmacsMatchPublishedVectorsAndMisuseIsReportedNotIgnor
     EXPECT_EQ(QGetHashParam(hash, 99, digest, &length, 0), Q_ERR_NOT_SUPPORTED);
     EXPECT_EQ(QHashData(hash, nullptr, 4, 0), Q_ERR_INVALID_PARAMETER);
     EXPECT_EQ(QDestroyHash(hash), Q_OK);
+}
+
+TEST_F(HashTest, KeyedHashRunsOnTheStoredKeyOnlyWhileItMayBeUsed) {
+    uint8_t secret[32];
+    for (size_t i = 0; i < sizeof secret; ++i)
+        secret[i] = static_cast<uint8_t>(i * 7);
+    const char data[] = "what do ya want for nothing?";
+    uint8_t expected[32];
+    unsigned expectedLength = 0;
+    HMAC(EVP_sha256(), secret, sizeof secret, reinterpret_cast<const uint8_t *>(data),
+         sizeof data - 1, expected, &expectedLength);
+    QKeyHandle hmac = 0, des = ImportDes("des", Q_KEY_EXPORTABLE);
+    ASSERT_EQ(QImportKey(operator_, "hmac", 0, Q_BLOB_CLEAR_SYMMETRIC, Q_ALG_HMAC_SHA256, 0, secret,
+                         sizeof secret, &hmac),
+              Q_OK);
+    const std::vector<std::string> message = {data};
+    auto mac = [&](QKeyHandle key, uint32_t algorithm) {
+        return Digest(algorithm, message, "", key);
+    };
+    EXPECT_EQ(mac(hmac, Q_ALG_HMAC_SHA256), Hex(expected, expectedLength));
+    EXPECT_EQ(mac(hmac, Q_ALG_HMAC_SHA512), Error(Q_ERR_WRONG_OBJECT_TYPE));
+    EXPECT_EQ(mac(hmac, Q_HASH_SHA256), Error(Q_ERR_WRONG_OBJECT_TYPE));
+    EXPECT_EQ(mac(des, Q_ALG_HMAC_SHA256), Error(Q_ERR_WRONG_OBJECT_TYPE));
+    ASSERT_EQ(SetBlocked(hmac, 1), Q_OK);
+    EXPECT_EQ(mac(hmac, Q_ALG_HMAC_SHA256), Error(Q_ERR_KEY_BLOCKED));
+
+    // A handle of another session is no key of this one.
+    QSessionHandle other = OpenOperator(Q_SESSION_CLEAR);
+    QKeyHandle foreign = 0;
+    ASSERT_EQ(QGetUserKey(other, "hmac", 0, &foreign), Q_OK);
+    EXPECT_EQ(mac(foreign, Q_ALG_HMAC_SHA256), Error(Q_ERR_INVALID_HANDLE));
+    EXPECT_EQ(mac(0x7777, Q_ALG_HMAC_SHA256), Error(Q_ERR_INVALID_HANDLE));
 }
 
 }  // namespace

@@ -31,7 +31,7 @@ class LoginTest : public LibraryTest {
     }
 };
 
-TEST_F(LoginTest, PasswordLoginAcceptsOnlyTheRightPasswordAndAWellFormedRecord) {
+TEST_F(LoginTest, PasswordLoginNeedsTheRightPasswordAWellFormedRecordAndTheUsersFactor) {
     AddUser("alice", "Passw0rd!x");
     AddUser("sixteencharsuser", "Sixteen#Chars_16");  // both fields full, no terminator
     EXPECT_EQ(TryLogin("alice", "Passw0rd!y"), Q_ERR_AUTH_FAILED);
@@ -55,37 +55,34 @@ TEST_F(LoginTest, PasswordLoginAcceptsOnlyTheRightPasswordAndAWellFormedRecord) 
     record.authMode = Q_AUTH_OTP;  // an OTP mode without the OTP
     EXPECT_EQ(Open(record, &session), Q_ERR_INVALID_PARAMETER);
     EXPECT_EQ(session, 0u);
-}
 
-TEST_F(LoginTest, MutualTlsNeedsTheRegisteredCertificateAndThePinnedHsm) {
-    AddUser("alice", "Passw0rd!x", "0x10000000");
-    TestCertificate alice = MakeTestCertificate("alice");
+    // Mutual TLS needs the registered certificate and the pinned HSM.
+    AddUser("dave", "Passw0rd!x", "0x10000000");
+    TestCertificate dave = MakeTestCertificate("dave");
     TestCertificate stranger = MakeTestCertificate("stranger");
-    std::string certPath = sim_.dataDir() + "/alice-client.pem";
-    std::ofstream(certPath) << alice.pem;
-    ASSERT_EQ(sim_.Simctl({"set-cert", "alice", certPath}), 0);
+    std::string certPath = sim_.dataDir() + "/dave-client.pem";
+    std::ofstream(certPath) << dave.pem;
+    ASSERT_EQ(sim_.Simctl({"set-cert", "dave", certPath}), 0);
     ::unlink(certPath.c_str());
     std::string hsmCert = ServerCertificate();
     ASSERT_FALSE(hsmCert.empty());
 
-    QSessionHandle session = 0;
-    ASSERT_EQ(OpenWithCertificate("alice", alice, alice.pem, "keypass", hsmCert, &session), Q_OK);
+    ASSERT_EQ(OpenWithCertificate("dave", dave, dave.pem, "keypass", hsmCert, &session), Q_OK);
     EXPECT_EQ(QCloseSession(&session, 0), Q_OK);
-    ASSERT_EQ(OpenWithCertificate("alice", alice, alice.DerText(), "keypass", hsmCert, &session),
+    ASSERT_EQ(OpenWithCertificate("dave", dave, dave.DerText(), "keypass", hsmCert, &session),
               Q_OK);
     EXPECT_EQ(QCloseSession(&session, 0), Q_OK);
 
-    EXPECT_EQ(TryLogin("alice"), Q_ERR_CERT_REQUIRED);
-    EXPECT_EQ(OpenWithCertificate("alice", stranger, stranger.pem, "keypass", hsmCert, &session),
+    EXPECT_EQ(TryLogin("dave"), Q_ERR_CERT_REQUIRED);
+    EXPECT_EQ(OpenWithCertificate("dave", stranger, stranger.pem, "keypass", hsmCert, &session),
               Q_ERR_CERT_MISMATCH);
-    EXPECT_EQ(OpenWithCertificate("alice", alice, alice.pem, "wrong", hsmCert, &session),
-              Q_ERR_TLS);
+    EXPECT_EQ(OpenWithCertificate("dave", dave, dave.pem, "wrong", hsmCert, &session), Q_ERR_TLS);
     // An HSM presenting another certificate than the pinned one is not talked to.
-    EXPECT_EQ(OpenWithCertificate("alice", alice, alice.pem, "keypass", alice.pem, &session),
+    EXPECT_EQ(OpenWithCertificate("dave", dave, dave.pem, "keypass", dave.pem, &session),
               Q_ERR_TLS);
-    EXPECT_EQ(OpenWithCertificate("alice", alice, alice.pem, "keypass", hsmCert, &session,
-                                  Q_SESSION_CLEAR),
-              Q_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(
+        OpenWithCertificate("dave", dave, dave.pem, "keypass", hsmCert, &session, Q_SESSION_CLEAR),
+        Q_ERR_INVALID_PARAMETER);
     EXPECT_EQ(session, 0u);
 }
 

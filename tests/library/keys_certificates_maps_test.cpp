@@ -1,11 +1,12 @@
-// PKCS#11 maps and map objects through the library: the attributes a map derives from its
-// target, the map a key or certificate belongs to, and the slots of a map object.
+// Certificates, PKCS#11 maps and map objects through the library: what is a certificate, the
+// attributes a map derives from its target, the map a key or certificate belongs to, and the
+// slots of a map object.
 
 #include "keys_fixture.h"
 
 namespace {
 
-class Pkcs11MapsTest : public KeysTest {
+class CertificatesAndMapsTest : public KeysTest {
   protected:
     // The full details of a new map `map` of `target`, read back.
     QPkcs11MapDetails Details(const std::string &map, const std::string &target,
@@ -19,7 +20,7 @@ class Pkcs11MapsTest : public KeysTest {
     }
 };
 
-TEST_F(Pkcs11MapsTest, DetailsDeriveFromTheTarget) {
+TEST_F(CertificatesAndMapsTest, DetailsDeriveFromTheTarget) {
     const uint32_t kSecret = Q_CKO_SECRET_KEY, kPrivate = Q_CKO_PRIVATE_KEY;
     const struct {
         uint32_t algorithm, mechanism, objectClass;
@@ -68,7 +69,7 @@ TEST_F(Pkcs11MapsTest, DetailsDeriveFromTheTarget) {
     EXPECT_EQ(QGetPkcs11Map(operator_, "tied", 3, 0, &basic), Q_ERR_INVALID_PARAMETER);
 }
 
-TEST_F(Pkcs11MapsTest, MapsNeedTheirObjects) {
+TEST_F(CertificatesAndMapsTest, MapsNeedTheirObjects) {
     Generate(operator_, "key");
     ASSERT_EQ(ImportCertificate("cert", cert_.DerText()), Q_OK);
     EXPECT_EQ(QGenerateMapObj(operator_, "slots", "key", 0, "missing", 0), Q_ERR_NOT_FOUND);
@@ -114,7 +115,7 @@ uint32_t CollectMapAndBlocked(const char *name, void *context, int isFinal) {
     return 0;
 }
 
-TEST_F(Pkcs11MapsTest, ObjectsNameTheirMapAndMapObjectsTheirSlots) {
+TEST_F(CertificatesAndMapsTest, ObjectsNameTheirMapAndMapObjectsTheirSlots) {
     Generate(operator_, "key", Q_ALG_AES_128);
     Generate(operator_, "lone", Q_ALG_DES);
     ASSERT_EQ(ImportCertificate("cert", cert_.DerText()), Q_OK);
@@ -149,6 +150,66 @@ TEST_F(Pkcs11MapsTest, ObjectsNameTheirMapAndMapObjectsTheirSlots) {
     length = sizeof name;
     EXPECT_EQ(QGetKeyParam(lone, Q_KEY_PARAM_PKCS11_MAP, name, &length, 0), Q_ERR_BUFFER_TOO_SMALL);
     EXPECT_EQ(length, 50u);
+}
+
+// What the HSM refuses as a certificate, import in DER and PEM, description, export, and the
+// fields read locally.
+TEST_F(CertificatesAndMapsTest, OnlyACertificateIsStoredAndItIsAnObjectOfItsOwn) {
+    const std::string der = cert_.DerText(), derHex = Hex(cert_.der.data(), cert_.der.size());
+    EXPECT_EQ(ImportCertificate("c", "garbage"), Q_ERR_BAD_CERTIFICATE);
+    EXPECT_EQ(ImportCertificate("c", der.substr(0, der.size() - 1)), Q_ERR_BAD_CERTIFICATE);
+    EXPECT_EQ(ImportCertificate("c", der + '\0'), Q_ERR_BAD_CERTIFICATE);
+    EXPECT_EQ(ImportCertificate("c", der, Q_ALG_DES), Q_ERR_BAD_ALGORITHM);
+    EXPECT_EQ(ImportCertificate("c", der, Q_ALG_OBJ_X509_CERT, Q_KEY_EXPORTABLE),
+              Q_ERR_INVALID_PARAMETER);
+    EXPECT_TRUE(List(operator_).empty());
+
+    ASSERT_EQ(ImportCertificate("cert-der", der), Q_OK);
+    ASSERT_EQ(ImportCertificate("cert-pem", cert_.pem), Q_OK);
+    EXPECT_EQ(ImportCertificate("cert-der", cert_.pem), Q_ERR_ALREADY_EXISTS);
+    EXPECT_EQ(ExportNamed(operator_, "cert-der", Q_BLOB_X509_CERT), derHex);
+    EXPECT_EQ(ExportNamed(operator_, "cert-pem", Q_BLOB_X509_CERT), derHex) << "PEM in, DER out";
+    const std::string wrongType = Error(Q_ERR_WRONG_OBJECT_TYPE);
+    EXPECT_EQ(ExportNamed(operator_, "cert-der", Q_BLOB_CLEAR_SYMMETRIC), wrongType);
+    Generate(operator_, "aes", Q_ALG_AES_128, Q_KEY_EXPORTABLE);
+    EXPECT_EQ(ExportNamed(operator_, "aes", Q_BLOB_X509_CERT), wrongType);
+    AddUser("alice", "Alice#12345");
+    EXPECT_EQ(ExportNamed(Login("alice", "Alice#12345"), "cert-der", Q_BLOB_X509_CERT),
+              Error(Q_ERR_NOT_FOUND));
+
+    QKeyHandle cert = 0;
+    ASSERT_EQ(QGetUserKey(operator_, "cert-pem", 0, &cert), Q_OK);
+    EXPECT_EQ(Word(cert, Q_KEY_PARAM_ALGORITHM), Q_ALG_OBJ_X509_CERT);
+    EXPECT_EQ(Word(cert, Q_KEY_PARAM_EXPORT), 0u) << "public, so it can be read back";
+    EXPECT_EQ(Word(cert, Q_KEY_PARAM_ATTRIBUTE), 0u) << "held in clear";
+    EXPECT_EQ(Word(cert, Q_KEY_PARAM_LENGTH), der.size());
+    EXPECT_EQ(Word(cert, Q_KEY_PARAM_BLOCKED), 0u);
+    EXPECT_EQ(SetBlocked(cert, 1), Q_ERR_WRONG_OBJECT_TYPE);
+    EXPECT_EQ(QDestroyKey(cert, 0), Q_OK);
+    EXPECT_EQ(QRemoveObj(operator_, "cert-pem"), Q_OK);
+    EXPECT_EQ(List(operator_), (std::vector<std::string>{"aes", "cert-der"}));
+
+    // The fields the console shows, read locally from the DER the HSM gave back above.
+    const uint8_t *bytes = cert_.der.data();
+    const auto size = static_cast<uint32_t>(der.size());
+    char text[64] = {};
+    uint32_t length = 5;
+    EXPECT_EQ(QCert2CertInfo(bytes, size, Q_CERT_INFO_SUBJECT, text, &length, 0),
+              Q_ERR_BUFFER_TOO_SMALL);
+    ASSERT_EQ(length, sizeof "/CN=orvena test");
+    ASSERT_EQ(QCert2CertInfo(bytes, size, Q_CERT_INFO_ISSUER, text, &length, 0), Q_OK);
+    EXPECT_STREQ(text, "/CN=orvena test");
+    length = sizeof text;
+    ASSERT_EQ(QCert2CertInfo(bytes, size, Q_CERT_INFO_SERIAL, text, &length, 0), Q_OK);
+    EXPECT_STREQ(text, "1234");
+    uint64_t notBefore = 0, notAfter = 0;
+    length = 8;
+    ASSERT_EQ(QCert2CertInfo(bytes, size, Q_CERT_INFO_NOT_BEFORE, &notBefore, &length, 0), Q_OK);
+    ASSERT_EQ(QCert2CertInfo(bytes, size, Q_CERT_INFO_NOT_AFTER, &notAfter, &length, 0), Q_OK);
+    EXPECT_EQ(notAfter - notBefore, 24u * 3600);
+    EXPECT_EQ(QCert2CertInfo(bytes, size, 6, text, &length, 0), Q_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(QCert2CertInfo(bytes, 10, Q_CERT_INFO_SERIAL, text, &length, 0),
+              Q_ERR_BAD_CERTIFICATE);
 }
 
 }  // namespace
