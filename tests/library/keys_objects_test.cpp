@@ -7,43 +7,6 @@ namespace {
 
 using ObjectsTest = KeysTest;
 
-// What a console listing does: collect the names, then open each from the final call.
-struct Listing {
-    QSessionHandle session;
-    std::vector<std::string> names;
-    std::vector<uint32_t> algorithms;
-    std::vector<std::string> labels;
-    uint32_t status = Q_OK;
-};
-
-uint32_t OpenEachOnFinal(const char *name, void *context, int isFinal) {
-    auto *listing = static_cast<Listing *>(context);
-    if (!isFinal) {
-        listing->names.push_back(name);
-        return 0;
-    }
-    for (const std::string &entry : listing->names) {
-        QKeyHandle key = 0;
-        QObjMetadataHandle metadata = 0;
-        uint32_t algorithm = 0, length = sizeof algorithm;
-        char label[1024] = {};
-        uint32_t labelLength = sizeof label;
-        if ((listing->status = QGetUserKey(listing->session, entry.c_str(), 0, &key)) != Q_OK ||
-            (listing->status = QGetKeyParam(key, Q_KEY_PARAM_ALGORITHM, &algorithm, &length, 0)) !=
-                Q_OK ||
-            (listing->status = QManageObjMetadata(listing->session, Q_METADATA_OPEN, entry.c_str(),
-                                                  &metadata, 0)) != Q_OK ||
-            (listing->status =
-                 QGetObjMetadata(metadata, Q_METADATA_LABEL, label, &labelLength, 0)) != Q_OK)
-            return listing->status;
-        listing->algorithms.push_back(algorithm);
-        listing->labels.push_back(label);
-        QDestroyObjMetadata(metadata, 0);
-        QDestroyKey(key, 0);
-    }
-    return 0;
-}
-
 TEST_F(ObjectsTest, ListingIsInOrderOpensFromTheFinalCallStopsWhenAskedRemovalIsFinal) {
     EXPECT_TRUE(List(operator_).empty());
     Generate(operator_, "b-key", Q_ALG_DES);
@@ -56,12 +19,26 @@ TEST_F(ObjectsTest, ListingIsInOrderOpensFromTheFinalCallStopsWhenAskedRemovalIs
     ASSERT_EQ(QManageObjMetadata(operator_, Q_METADATA_WRITE, "a-key", &metadata, 0), Q_OK);
     EXPECT_EQ(QDestroyObjMetadata(metadata, 0), Q_OK);
 
-    Listing listing{operator_, {}, {}, {}};
-    ASSERT_EQ(QListObjs(operator_, OpenEachOnFinal, &listing), Q_OK);
-    ASSERT_EQ(listing.status, Q_OK);
-    EXPECT_EQ(listing.names, (std::vector<std::string>{"a-key", "b-key", "c-map"}));
-    EXPECT_EQ(listing.algorithms, (std::vector<uint32_t>{Q_ALG_AES_256, Q_ALG_DES, Q_ALG_OBJ_MAP}));
-    EXPECT_EQ(listing.labels, (std::vector<std::string>{"payments", "", ""}));
+    std::vector<uint32_t> algorithms;
+    std::vector<std::string> labels;
+    WalkOnFinal walk{[&](const std::string &name) {
+        QKeyHandle key = 0;
+        QObjMetadataHandle opened = 0;
+        char label[1024] = {};
+        uint32_t length = sizeof label, status = QGetUserKey(operator_, name.c_str(), 0, &key);
+        if (status == Q_OK) algorithms.push_back(Word(key, Q_KEY_PARAM_ALGORITHM));
+        if (status == Q_OK)
+            status = QManageObjMetadata(operator_, Q_METADATA_OPEN, name.c_str(), &opened, 0);
+        if (status == Q_OK) status = QGetObjMetadata(opened, Q_METADATA_LABEL, label, &length, 0);
+        labels.push_back(label);
+        QDestroyObjMetadata(opened, 0);
+        QDestroyKey(key, 0);
+        return status;
+    }};
+    ASSERT_EQ(QListObjs(operator_, WalkOnFinal::Callback, &walk), Q_OK);
+    EXPECT_EQ(walk.names, (std::vector<std::string>{"a-key", "b-key", "c-map"}));
+    EXPECT_EQ(algorithms, (std::vector<uint32_t>{Q_ALG_AES_256, Q_ALG_DES, Q_ALG_OBJ_MAP}));
+    EXPECT_EQ(labels, (std::vector<std::string>{"payments", "", ""}));
 
     int calls = 0;
     EXPECT_EQ(QListObjs(

@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <string>
 #include <vector>
@@ -32,6 +33,21 @@ inline uint32_t CollectNames(const char *name, void *context, int isFinal) {
     if (!isFinal) static_cast<std::vector<std::string> *>(context)->push_back(name);
     return 0;
 }
+
+// What the console's lists do: collect the names, then work on each from the final call, on
+// the same session. The first status `each` refuses with ends the walk and the listing.
+struct WalkOnFinal {
+    std::function<uint32_t(const std::string &)> each;
+    std::vector<std::string> names = {};
+
+    static uint32_t Callback(const char *name, void *context, int isFinal) {
+        auto *walk = static_cast<WalkOnFinal *>(context);
+        if (!isFinal) walk->names.push_back(name);
+        for (size_t i = 0; isFinal && i < walk->names.size(); ++i)
+            if (uint32_t status = walk->each(walk->names[i]); status != 0) return status;
+        return 0;
+    }
+};
 
 // Each test gets its own simulator and an initialised library with a session of the
 // operator, finalised afterwards.

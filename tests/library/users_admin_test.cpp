@@ -4,39 +4,22 @@
 
 namespace {
 
-// The console's list walks its nodes from the final callback, reading each user's ACL on
-// the same session.
-struct ListWalk {
-    QSessionHandle session;
-    std::vector<std::string> names;
-    std::vector<uint32_t> acls;
-};
-
-uint32_t CollectThenReadAcls(const char *name, void *context, int isFinal) {
-    auto *walk = static_cast<ListWalk *>(context);
-    if (!isFinal) {
-        walk->names.push_back(name);
-        return 0;
-    }
-    for (const std::string &user : walk->names) {
-        uint32_t acl = 0;
-        if (uint32_t status = QGetUserAcl(walk->session, user.c_str(), &acl); status != Q_OK)
-            return status;
-        walk->acls.push_back(acl);
-    }
-    return 0;
-}
-
 TEST_F(UsersTest, CreatedUsersAreListedInOrderAndLogInUnlessBlocked) {
     ASSERT_EQ(Create(operator_, "alice", Q_ACL_LIST_USERS), Q_OK);
     ASSERT_EQ(Create(operator_, "bob", Q_ACL_OPERATOR), Q_OK);
     EXPECT_EQ(Create(operator_, "alice", 0), Q_ERR_ALREADY_EXISTS);
     EXPECT_EQ(Create(operator_, "", 0), Q_ERR_INVALID_PARAMETER);
 
-    ListWalk walk{operator_, {}, {}};
-    ASSERT_EQ(QListUsers(operator_, CollectThenReadAcls, &walk), Q_OK);
+    std::vector<uint32_t> acls;
+    WalkOnFinal walk{[&](const std::string &user) {
+                         uint32_t acl = 0, status = QGetUserAcl(operator_, user.c_str(), &acl);
+                         acls.push_back(acl);
+                         return status;
+                     },
+                     {}};
+    ASSERT_EQ(QListUsers(operator_, WalkOnFinal::Callback, &walk), Q_OK);
     EXPECT_EQ(walk.names, (std::vector<std::string>{"master", "alice", "bob"}));
-    EXPECT_EQ(walk.acls, (std::vector<uint32_t>{Q_ACL_OPERATOR, Q_ACL_LIST_USERS, Q_ACL_OPERATOR}));
+    EXPECT_EQ(acls, (std::vector<uint32_t>{Q_ACL_OPERATOR, Q_ACL_LIST_USERS, Q_ACL_OPERATOR}));
 
     // A user id of 16 characters fills the record's field; the library bounds it.
     ASSERT_EQ(Create(operator_, "sixteen-chars-id", 0), Q_OK);
