@@ -16,7 +16,7 @@ std::string DiscoveryEnv(uint16_t port) {
 
 // The addresses found lead to the standard port, where this test's simulator is not, so
 // the dialogue is followed up to the connection attempt.
-TEST(ConsoleDiscovery, EnterAtTheAddressOrDashSipSearchesTheNetworkAndARefusedChoiceCancels) {
+TEST(ConsoleDiscovery, EnterAtTheAddressOrDashSipSearchesTheNetworkAndNoneOrARefusedOneCancels) {
     SimProcess sim;
     PtyDriver console(TARSEL_PATH, {}, {DiscoveryEnv(sim.discoveryPort())});
     Answer(console, "HSM Orvena IP : ", "\n");
@@ -33,9 +33,7 @@ TEST(ConsoleDiscovery, EnterAtTheAddressOrDashSipSearchesTheNetworkAndARefusedCh
     Answer(search, "Select a HSM to connect : ", "2\n");
     search.Expect("\nOperation cancelled!\n");
     EXPECT_EQ(search.WaitExit(), 1);
-}
 
-TEST(ConsoleDiscovery, NothingFoundCancels) {
     // A UDP port that this test holds and never answers on.
     const int silent = socket(AF_INET, SOCK_DGRAM, 0);
     sockaddr_in address{};
@@ -45,10 +43,10 @@ TEST(ConsoleDiscovery, NothingFoundCancels) {
     ASSERT_EQ(bind(silent, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
     ASSERT_EQ(getsockname(silent, reinterpret_cast<sockaddr *>(&address), &length), 0);
 
-    PtyDriver console(TARSEL_PATH, {"-sip"}, {DiscoveryEnv(ntohs(address.sin_port))});
-    console.Expect("\nNo HSMs were found.\n");
-    console.Expect("\nOperation cancelled!\n");
-    EXPECT_EQ(console.WaitExit(), 1);
+    PtyDriver nothing(TARSEL_PATH, {"-sip"}, {DiscoveryEnv(ntohs(address.sin_port))});
+    nothing.Expect("\nNo HSMs were found.\n");
+    nothing.Expect("\nOperation cancelled!\n");
+    EXPECT_EQ(nothing.WaitExit(), 1);
     close(silent);
 }
 

@@ -12,8 +12,7 @@
 
 namespace {
 
-using keys_e2e::AesCheckValue;
-using keys_e2e::DesCheckValue;
+using keys_e2e::CheckValue;
 using keys_e2e::InfoLine;
 using keys_e2e::KeysConsole;
 using keys_e2e::XorHex;
@@ -167,8 +166,8 @@ struct Step {
     std::string answer;
 };
 
-Component Des(const std::string &hex) {
-    return {hex, DesCheckValue(hex)};
+Component Part(const std::string &hex, bool aes = false) {
+    return {hex, CheckValue(hex, aes)};
 }
 
 // From the main menu to the start of the ceremony (the family chosen).
@@ -199,11 +198,11 @@ void EnterFinal(KeysConsole &console, const std::string &kcv) {
 TEST(KeysComponents, CeremoniesImportTheJoinedKeyOnlyWithItsCheckValuesAndCancelsStoreNothing) {
     KeysConsole console;
     ASSERT_TRUE(console.ready());
-    const Component c1 = Des("0123456789ABCDEF");
-    const Component c2 = Des("FEDCBA9876543210");
+    const Component c1 = Part("0123456789ABCDEF");
+    const Component c2 = Part("FEDCBA9876543210");
     const std::string key = XorHex({c1.hex, c2.hex});
 
-    for (const std::string &final : {std::string("123456"), DesCheckValue(key)}) {
+    for (const std::string &final : {std::string("123456"), CheckValue(key)}) {
         SCOPED_TRACE(final);
         OpenCeremony(console, "1");
         console.Answer("Use 2 parts (y/[n]) :", "y\n");
@@ -227,16 +226,16 @@ TEST(KeysComponents, CeremoniesImportTheJoinedKeyOnlyWithItsCheckValuesAndCancel
     }
     EXPECT_EQ(console.pty().Output().find("Key material Part 3"), std::string::npos);
     const std::string screen = console.KeyInformation("e-des");
-    EXPECT_NE(screen.find(InfoLine("KCV : ", DesCheckValue(key))), std::string::npos) << screen;
+    EXPECT_NE(screen.find(InfoLine("KCV : ", CheckValue(key))), std::string::npos) << screen;
 
     const std::string part1 = "0123456789ABCDEFFEDCBA987654321001234567FEDCBA98";
-    const Component t2 = Des("111111111111111122222222222222223333333333333333");
-    const Component t3 = Des("89ABCDEF01234567766554433221100F0F1E2D3C4B5A6978");
+    const Component t2 = Part("111111111111111122222222222222223333333333333333");
+    const Component t3 = Part("89ABCDEF01234567766554433221100F0F1E2D3C4B5A6978");
     const std::string desKey = XorHex({part1, t2.hex, t3.hex});
 
     for (const bool rightKcv : {false, true}) {
         SCOPED_TRACE(rightKcv);
-        const Component typed{part1, rightKcv ? DesCheckValue(part1) : "000000"};
+        const Component typed{part1, rightKcv ? CheckValue(part1) : "000000"};
         OpenCeremony(console, "2");
         console.Answer("Use 2 parts (y/[n]) :", "\n");
         console.Answer("Key Name (HSM) : ", "e-3des\n");
@@ -249,7 +248,7 @@ TEST(KeysComponents, CeremoniesImportTheJoinedKeyOnlyWithItsCheckValuesAndCancel
         console.Expect("Key material Part 2 entered ok.");
         EnterComponent(console, 3, t3);
         console.Expect("Key material Part 3 entered ok.");
-        EnterFinal(console, DesCheckValue(desKey));
+        EnterFinal(console, CheckValue(desKey));
         if (rightKcv) {
             console.Expect("\nKey imported successfully.\n\n");
             console.Expect("Key e-3des: 3des-168, 168 bits, not exportable\n\n");
@@ -260,9 +259,9 @@ TEST(KeysComponents, CeremoniesImportTheJoinedKeyOnlyWithItsCheckValuesAndCancel
     }
 
     const std::vector<Component> components = {
-        {"000102030405060708090A0B0C0D0E0F", AesCheckValue("000102030405060708090A0B0C0D0E0F")},
-        {"F0E0D0C0B0A090807060504030201000", AesCheckValue("F0E0D0C0B0A090807060504030201000")},
-        {"2B7E151628AED2A6ABF7158809CF4F3C", AesCheckValue("2B7E151628AED2A6ABF7158809CF4F3C")},
+        Part("000102030405060708090A0B0C0D0E0F", true),
+        Part("F0E0D0C0B0A090807060504030201000", true),
+        Part("2B7E151628AED2A6ABF7158809CF4F3C", true),
     };
     const std::string aesKey = XorHex({components[0].hex, components[1].hex, components[2].hex});
 
@@ -276,7 +275,7 @@ TEST(KeysComponents, CeremoniesImportTheJoinedKeyOnlyWithItsCheckValuesAndCancel
         EnterComponent(console, part, components[part - 1]);
         console.Expect("Key material Part " + std::to_string(part) + " entered ok.");
     }
-    EnterFinal(console, AesCheckValue(aesKey));
+    EnterFinal(console, CheckValue(aesKey, true));
     console.Expect("\nKey imported successfully.\n\n");
     console.Expect("Key e-aes: aes-128, 128 bits, exportable\n\n");
     console.Leave(2);

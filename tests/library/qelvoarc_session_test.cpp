@@ -120,34 +120,33 @@ TEST_F(SessionTest, OneThreadPerSessionRunsConcurrently) {
     for (int i = 0; i < kThreads; ++i)
         sessions.push_back(OpenOperator(i % 2 ? Q_SESSION_TLS : Q_SESSION_CLEAR));
     std::atomic<int> failures{0};
-    std::vector<std::thread> threads;
-    for (QSessionHandle session : sessions)
-        threads.emplace_back([session, &failures] {
-            for (int i = 0; i < kCalls; ++i) {
-                QHashHandle hash = 0;
-                uint8_t digest[32];
-                uint32_t length = sizeof digest;
-                if (QCreateHash(session, Q_HASH_SHA256, 0, 0, &hash) != Q_OK ||
-                    QHashData(hash, digest, 8, 0) != Q_OK ||
-                    QGetHashParam(hash, Q_HASH_PARAM_VALUE, digest, &length, 0) != Q_OK ||
-                    QDestroyHash(hash) != Q_OK)
-                    ++failures;
-            }
-        });
-    for (auto &thread : threads)
-        thread.join();
+    // Runs `work` on a thread of its own for each session and waits for them all.
+    auto onThreads = [](const std::vector<QSessionHandle> &each, auto work) {
+        std::vector<std::thread> threads;
+        for (QSessionHandle session : each)
+            threads.emplace_back(work, session);
+        for (auto &thread : threads)
+            thread.join();
+    };
+    onThreads(sessions, [&failures](QSessionHandle session) {
+        for (int i = 0; i < kCalls; ++i) {
+            QHashHandle hash = 0;
+            uint8_t digest[32];
+            uint32_t length = sizeof digest;
+            if (QCreateHash(session, Q_HASH_SHA256, 0, 0, &hash) != Q_OK ||
+                QHashData(hash, digest, 8, 0) != Q_OK ||
+                QGetHashParam(hash, Q_HASH_PARAM_VALUE, digest, &length, 0) != Q_OK ||
+                QDestroyHash(hash) != Q_OK)
+                ++failures;
+        }
+    });
     EXPECT_EQ(failures, 0);
     // Two threads sharing one session are serialised rather than interleaved on the wire.
-    QSessionHandle shared = sessions[0];
-    std::vector<std::thread> sharing;
-    for (int t = 0; t < 2; ++t)
-        sharing.emplace_back([shared, &failures] {
-            uint8_t random[16];
-            for (int i = 0; i < kCalls; ++i)
-                if (QGetRandom(shared, random, sizeof random) != Q_OK) ++failures;
-        });
-    for (auto &thread : sharing)
-        thread.join();
+    onThreads({sessions[0], sessions[0]}, [&failures](QSessionHandle shared) {
+        uint8_t random[16];
+        for (int i = 0; i < kCalls; ++i)
+            if (QGetRandom(shared, random, sizeof random) != Q_OK) ++failures;
+    });
     EXPECT_EQ(failures, 0);
 }
 
