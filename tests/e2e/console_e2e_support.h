@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -15,11 +14,6 @@
 // "127.0.0.1 <user> -p <sim port>" followed by `more`.
 std::vector<std::string> ConsoleArgs(const SimProcess &sim, const std::string &user,
                                      const std::vector<std::string> &more = {});
-
-// Exit status of tarsel as the shell sees it for a status returned from main.
-inline int ExitStatusOf(int64_t status) {
-    return int(status & 0xFF);
-}
 
 // A private directory removed with its contents at the end of the test.
 class ScratchDir {

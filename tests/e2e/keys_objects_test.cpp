@@ -206,20 +206,18 @@ TEST(KeysObjects, ClearKeysImportWithTheirSummaryAndEveryKindOfObjectShowsItsOwn
     }
 
     // An old map shows its two slots.
-    console.ImportedClearKey("4", "1", "o-key1", kAesKey);
-    console.ImportedClearKey("1", "", "o-key2", "0123456789ABCDEF");
     console.Open("Generate...", "Keys/Objects - Generate\n\n");
     console.Choose("MAP", "Keys/Objects - Generate - MAP\n\n");
     console.Answer("MAP Name (HSM) : ", "o-map\n");
-    console.Answer("Slot 1: ", "o-key1\n");
-    console.Answer("Slot 2: ", "o-key2\n");
+    console.Answer("Slot 1: ", "c-aes\n");
+    console.Answer("Slot 2: ", "c-3des\n");
     console.Expect("\nMap created successfully.\n\n");
     console.Leave(1);
 
     screen = console.KeyInformation("o-map");
     const std::string slots = std::string(27, ' ') + "OLD MAP!\n" +
-                              InfoLine("Slot1 Id : ", "o-key1") + InfoLine("Slot1 Type : ", "0") +
-                              InfoLine("Slot2 Id : ", "o-key2") + InfoLine("Slot2 Type : ", "0") +
+                              InfoLine("Slot1 Id : ", "c-aes") + InfoLine("Slot1 Type : ", "0") +
+                              InfoLine("Slot2 Id : ", "c-3des") + InfoLine("Slot2 Type : ", "0") +
                               "\n";
     EXPECT_EQ(ValueOf(screen, "Type : "), "map");
     EXPECT_NE(screen.find(slots), std::string::npos) << screen;
@@ -245,7 +243,7 @@ TEST(KeysObjects, ClearKeysImportWithTheirSummaryAndEveryKindOfObjectShowsItsOwn
         << screen;
 
     console.Choose("Attributes", "Keys/Objects - Attributes\n\n");
-    console.Answer("Name (HSM) : ", "o-key1\n");
+    console.Answer("Name (HSM) : ", "c-aes\n");
     // Each round: the state the HSM reports, the action it offers, and its result; the
     // screen is read again from the HSM after every action.
     struct Round {
@@ -262,7 +260,7 @@ TEST(KeysObjects, ClearKeysImportWithTheirSummaryAndEveryKindOfObjectShowsItsOwn
         console.Answer("Option : ", "2\n");
         console.Expect(round.result);
         console.Answer("Press ENTER key to continue...", "\n");
-        console.Expect("Keys/Objects - Attributes\n\nName (HSM) : o-key1\n");
+        console.Expect("Keys/Objects - Attributes\n\nName (HSM) : c-aes\n");
     }
     console.Expect(InfoLine("Blocked : ", "no"));
     console.Expect(" 2 - Block\n");
