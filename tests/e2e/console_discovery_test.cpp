@@ -16,7 +16,7 @@ std::string DiscoveryEnv(uint16_t port) {
 
 // The addresses found lead to the standard port, where this test's simulator is not, so
 // the dialogue is followed up to the connection attempt.
-TEST(ConsoleDiscovery, EnterAtTheAddressPromptSearchesTheNetwork) {
+TEST(ConsoleDiscovery, EnterAtTheAddressOrDashSipSearchesTheNetworkAndNoneOrARefusedOneCancels) {
     SimProcess sim;
     PtyDriver console(TARSEL_PATH, {}, {DiscoveryEnv(sim.discoveryPort())});
     Answer(console, "HSM Orvena IP : ", "\n");
@@ -26,19 +26,14 @@ TEST(ConsoleDiscovery, EnterAtTheAddressPromptSearchesTheNetwork) {
     AnswerSecret(console, "HSM User Password :", sim.initPassword() + "\n");
     Answer(console, "\nOTP [optional, ENTER for none] : ", "\n");
     console.Expect("\n\nConnecting...\n\n");
-}
 
-TEST(ConsoleDiscovery, SearchOptionListsTheHsmsAndARefusedChoiceCancels) {
-    SimProcess sim;
-    PtyDriver console(TARSEL_PATH, {"-sip"}, {DiscoveryEnv(sim.discoveryPort())});
-    console.Expect("HSM Orvena IP : \n");
-    console.Expect("\n 1 - 127.0.0.1\n");
-    Answer(console, "Select a HSM to connect : ", "2\n");
-    console.Expect("\nOperation cancelled!\n");
-    EXPECT_EQ(console.WaitExit(), 1);
-}
+    PtyDriver search(TARSEL_PATH, {"-sip"}, {DiscoveryEnv(sim.discoveryPort())});
+    search.Expect("HSM Orvena IP : \n");
+    search.Expect("\n 1 - 127.0.0.1\n");
+    Answer(search, "Select a HSM to connect : ", "2\n");
+    search.Expect("\nOperation cancelled!\n");
+    EXPECT_EQ(search.WaitExit(), 1);
 
-TEST(ConsoleDiscovery, NothingFoundCancels) {
     // A UDP port that this test holds and never answers on.
     const int silent = socket(AF_INET, SOCK_DGRAM, 0);
     sockaddr_in address{};
@@ -48,10 +43,10 @@ TEST(ConsoleDiscovery, NothingFoundCancels) {
     ASSERT_EQ(bind(silent, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
     ASSERT_EQ(getsockname(silent, reinterpret_cast<sockaddr *>(&address), &length), 0);
 
-    PtyDriver console(TARSEL_PATH, {"-sip"}, {DiscoveryEnv(ntohs(address.sin_port))});
-    console.Expect("\nNo HSMs were found.\n");
-    console.Expect("\nOperation cancelled!\n");
-    EXPECT_EQ(console.WaitExit(), 1);
+    PtyDriver nothing(TARSEL_PATH, {"-sip"}, {DiscoveryEnv(ntohs(address.sin_port))});
+    nothing.Expect("\nNo HSMs were found.\n");
+    nothing.Expect("\nOperation cancelled!\n");
+    EXPECT_EQ(nothing.WaitExit(), 1);
     close(silent);
 }
 

@@ -1,27 +1,19 @@
 #pragma once
 // Helpers shared by the console's end-to-end tests: command lines against a simulator,
-// scratch directories, one-time passwords and client certificates.
+// scratch directories, and the steps of logging in and out.
 
 #include <gtest/gtest.h>
-#include <openssl/evp.h>
-#include <openssl/x509.h>
 
-#include <cstdint>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "pty_driver.h"
 #include "sim_process.h"
+#include "test_crypto.h"
 
 // "127.0.0.1 <user> -p <sim port>" followed by `more`.
 std::vector<std::string> ConsoleArgs(const SimProcess &sim, const std::string &user,
                                      const std::vector<std::string> &more = {});
-
-// Exit status of tarsel as the shell sees it for a status returned from main.
-inline int ExitStatusOf(int64_t status) {
-    return int(status & 0xFF);
-}
 
 // A private directory removed with its contents at the end of the test.
 class ScratchDir {
@@ -40,22 +32,6 @@ class ScratchDir {
 // The file's bytes; empty when it cannot be read.
 std::string ReadFileBytes(const std::string &path);
 
-// The six-digit HOTP of the hexadecimal seed at `counter`.
-std::string Hotp(const std::string &seedHex, uint64_t counter);
-
-struct TestCertificate {
-    std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> key{nullptr, EVP_PKEY_free};
-    std::unique_ptr<X509, decltype(&X509_free)> cert{nullptr, X509_free};
-};
-
-// A self-signed P-256 certificate "O=Tarsel Tests, CN=<commonName>" valid between two
-// times written YYYYMMDDhhmmssZ; null members when it could not be made.
-TestCertificate SelfSigned(const char *commonName, uint64_t serial, const char *notBefore,
-                           const char *notAfter);
-
-// Writes an unencrypted P-256 key and a self-signed certificate for it, both PEM.
-void WriteClientKeyAndCertificate(const std::string &keyPath, const std::string &certPath);
-
 // Waits for `prompt` and types `reply`; the secret form types it only once echo is off.
 inline void Answer(PtyDriver &console, const std::string &prompt, const std::string &reply) {
     console.Expect(prompt);
@@ -72,13 +48,13 @@ inline void ExitFromMainMenu(PtyDriver &console) {
     EXPECT_EQ(console.WaitExit(), 0);
 }
 
+// Logs in from the point where the program asks for the password (no OTP asked) and waits
+// for the main menu's prompt. Returns false (with a test failure) when it did not appear.
+bool LogIn(PtyDriver &console, const std::string &password);
+
 // Logs in as `user` with a password only, then leaves from the main menu with status 0.
 void LogInAndExit(const SimProcess &sim, const std::string &user, const std::string &password);
 
 // Logs in as `user` and expects the HSM to refuse the session.
 void ExpectLoginRefused(const SimProcess &sim, const std::string &user,
                         const std::string &password);
-
-// Logs in from the point where the program asks for the password (no OTP asked) and waits
-// for the main menu's prompt. Returns false (with a test failure) when it did not appear.
-bool EnterPasswordAndReachMainMenu(PtyDriver &console, const std::string &password);

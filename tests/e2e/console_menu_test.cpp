@@ -9,15 +9,10 @@ namespace {
 TEST(ConsoleMenu, NestedMenusLeaveSilentlyTheMainMenuRefusesAndAnEmptyLineExits) {
     SimProcess sim;
     PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
-    ASSERT_TRUE(EnterPasswordAndReachMainMenu(console, sim.initPassword()));
+    ASSERT_TRUE(LogIn(console, sim.initPassword()));
 
-    console.Send("1\n");
-    console.Expect("Keys/Objects - Generate\n\n");
-    Answer(console, "\n 0 - Main Menu\n\nOption : ", "0\n");
-    console.Expect("Main Menu\n\n");
-    console.Expect("Option : ");
-
-    // Anything but digits leaves a nested menu without a word.
+    // Anything but digits leaves a nested menu without a word (0 leaves it in every dialogue
+    // of the key tests).
     console.Send("1\n");
     console.Expect("Keys/Objects - Generate\n\n");
     console.Expect("Option : ");
@@ -40,28 +35,26 @@ TEST(ConsoleMenu, NestedMenusLeaveSilentlyTheMainMenuRefusesAndAnEmptyLineExits)
     EXPECT_EQ(console.WaitExit(), 0);
 }
 
-TEST(ConsoleMenu, LostSessionEndsTheConsoleWithMinusOne) {
-    SimProcess sim;
-    PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
-    ASSERT_TRUE(EnterPasswordAndReachMainMenu(console, sim.initPassword()));
-    sim.Kill();
-    console.Send("1\n");
-    console.Expect("\nError session expired. ");
-    EXPECT_EQ(console.WaitExit(), 255);
-    EXPECT_EQ(console.Output().find("Keys/Objects - Generate"), std::string::npos);
-}
-
-TEST(ConsoleMenu, SafeKeepingNeedsFirmware5_0_35_0) {
+// Below 5.0.35.0 the item is hidden; there the HSM is then lost, which ends the console.
+TEST(ConsoleMenu, SafeKeepingNeedsFirmware5_0_35_0AndALostSessionEndsTheConsoleWithMinusOne) {
     for (const char *firmware : {"5.0.35.0", "5.0.34.99"}) {
         SCOPED_TRACE(firmware);
         SimProcess sim(SimProcess::Options{.extraArgs = {"--firmware", firmware}});
         PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
-        ASSERT_TRUE(EnterPasswordAndReachMainMenu(console, sim.initPassword()));
+        ASSERT_TRUE(LogIn(console, sim.initPassword()));
         EXPECT_NE(console.Output().find(std::string("Engine ") + firmware + "-orvena-sim"),
                   std::string::npos);
         const bool shown = console.Output().find("Safe Keeping...") != std::string::npos;
         EXPECT_EQ(shown, std::string(firmware) == "5.0.35.0");
-        ExitFromMainMenu(console);
+        if (shown) {
+            ExitFromMainMenu(console);
+            continue;
+        }
+        sim.Kill();
+        console.Send("1\n");
+        console.Expect("\nError session expired. ");
+        EXPECT_EQ(console.WaitExit(), 255);
+        EXPECT_EQ(console.Output().find("Keys/Objects - Generate"), std::string::npos);
     }
 }
 

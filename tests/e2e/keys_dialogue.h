@@ -44,7 +44,7 @@ class KeysConsole {
     explicit KeysConsole(const std::vector<std::string> &options = {},
                          SimProcess::Options simOptions = {})
         : sim_(std::move(simOptions)), console_(TARSEL_PATH, ConsoleArgs(sim_, "master", options)) {
-        ready_ = EnterPasswordAndReachMainMenu(console_, sim_.initPassword());
+        ready_ = LogIn(console_, sim_.initPassword());
     }
 
     bool ready() const { return ready_; }
@@ -167,16 +167,6 @@ inline std::string ListLine(const std::string &name, const std::string &type, bo
     return line;
 }
 
-inline std::string HexOf(const unsigned char *data, size_t length) {
-    static const char kDigits[] = "0123456789ABCDEF";
-    std::string text;
-    for (size_t i = 0; i < length; ++i) {
-        text += kDigits[data[i] >> 4];
-        text += kDigits[data[i] & 0xF];
-    }
-    return text;
-}
-
 inline std::vector<unsigned char> BytesOf(const std::string &hex) {
     std::vector<unsigned char> bytes;
     for (size_t i = 0; i + 1 < hex.size(); i += 2)
@@ -184,35 +174,24 @@ inline std::vector<unsigned char> BytesOf(const std::string &hex) {
     return bytes;
 }
 
-// The first three bytes of a zero block encrypted under `key` with `cipher` in ECB mode.
-inline std::string EncryptedZeroBlock(const EVP_CIPHER *cipher,
-                                      const std::vector<unsigned char> &key) {
+// The check value of a key: the first three bytes of a zero block encrypted under it in ECB
+// mode. DES and two-key 3DES keys are widened to three keys (K1 K2 K1), which encrypts the same.
+inline std::string CheckValue(const std::string &keyHex, bool aes = false) {
+    std::vector<unsigned char> key = BytesOf(keyHex);
+    if (!aes && key.size() == 8) key.insert(key.end(), key.begin(), key.end());
+    if (!aes && key.size() == 16) key.insert(key.end(), key.begin(), key.begin() + 8);
+    const EVP_CIPHER *cipher = !aes               ? EVP_des_ede3_ecb()
+                               : key.size() == 16 ? EVP_aes_128_ecb()
+                               : key.size() == 24 ? EVP_aes_192_ecb()
+                                                  : EVP_aes_256_ecb();
     std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> ctx(EVP_CIPHER_CTX_new(),
                                                                         EVP_CIPHER_CTX_free);
-    unsigned char zero[16] = {};
-    unsigned char out[32] = {};
+    unsigned char zero[16] = {}, out[32] = {};
     int length = 0;
     EXPECT_EQ(EVP_EncryptInit_ex(ctx.get(), cipher, nullptr, key.data(), nullptr), 1);
     EVP_CIPHER_CTX_set_padding(ctx.get(), 0);
     EXPECT_EQ(EVP_EncryptUpdate(ctx.get(), out, &length, zero, EVP_CIPHER_block_size(cipher)), 1);
-    return HexOf(out, 3);
-}
-
-// The check value of a DES, two-key or three-key 3DES key. DES and two-key keys are widened
-// to three keys (K1 K2 K1), which encrypts the same.
-inline std::string DesCheckValue(const std::string &keyHex) {
-    std::vector<unsigned char> key = BytesOf(keyHex);
-    if (key.size() == 8) key.insert(key.end(), key.begin(), key.end());
-    if (key.size() == 16) key.insert(key.end(), key.begin(), key.begin() + 8);
-    return EncryptedZeroBlock(EVP_des_ede3_ecb(), key);
-}
-
-inline std::string AesCheckValue(const std::string &keyHex) {
-    std::vector<unsigned char> key = BytesOf(keyHex);
-    const EVP_CIPHER *cipher = key.size() == 16   ? EVP_aes_128_ecb()
-                               : key.size() == 24 ? EVP_aes_192_ecb()
-                                                  : EVP_aes_256_ecb();
-    return EncryptedZeroBlock(cipher, key);
+    return Hex(out, 3);
 }
 
 // The XOR of hexadecimal strings of one length, in upper case.
@@ -223,7 +202,7 @@ inline std::string XorHex(const std::vector<std::string> &parts) {
         for (size_t i = 0; i < sum.size(); ++i)
             sum[i] ^= next[i];
     }
-    return HexOf(sum.data(), sum.size());
+    return Hex(sum.data(), sum.size());
 }
 
 }  // namespace keys_e2e

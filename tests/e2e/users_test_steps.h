@@ -1,6 +1,6 @@
 #pragma once
 // Steps shared by the end-to-end tests of the user and access-token screens: menu numbers
-// as an operator sees them, logging in, and the dialogue of a new account.
+// as an operator sees them and the dialogue of a new account.
 
 #include <string>
 
@@ -26,10 +26,6 @@ inline void Choose(PtyDriver &console, const char *number, const std::string &he
 inline void Continue(PtyDriver &console) {
     Answer(console, "Press ENTER key to continue...", "\n");
     console.Expect("Option : ");
-}
-
-inline bool LogIn(PtyDriver &console, const std::string &password) {
-    return EnterPasswordAndReachMainMenu(console, password);
 }
 
 // Shows the account `id` from "Attributes", up to its change menu.

@@ -1,7 +1,5 @@
-// Objects of a partition through the library: listing, removal, maps, metadata, and the
-// wall between users' partitions.
-
-#include <cstring>
+// Objects of a partition through the library: listing, removal, metadata, and the wall
+// between users' partitions.
 
 #include "keys_fixture.h"
 
@@ -9,69 +7,42 @@ namespace {
 
 using ObjectsTest = KeysTest;
 
-// What a console listing does: collect the names, then open each from the final call.
-struct Listing {
-    QSessionHandle session;
-    std::vector<std::string> names;
-    std::vector<uint32_t> algorithms;
-    std::vector<std::string> labels;
-    uint32_t status = Q_OK;
-};
-
-uint32_t OpenEachOnFinal(const char *name, void *context, int isFinal) {
-    auto *listing = static_cast<Listing *>(context);
-    if (!isFinal) {
-        listing->names.push_back(name);
-        return 0;
-    }
-    for (const std::string &entry : listing->names) {
-        QKeyHandle key = 0;
-        QObjMetadataHandle metadata = 0;
-        uint32_t algorithm = 0, length = sizeof algorithm;
-        char label[1024] = {};
-        uint32_t labelLength = sizeof label;
-        if ((listing->status = QGetUserKey(listing->session, entry.c_str(), 0, &key)) != Q_OK ||
-            (listing->status = QGetKeyParam(key, Q_KEY_PARAM_ALGORITHM, &algorithm, &length, 0)) !=
-                Q_OK ||
-            (listing->status = QManageObjMetadata(listing->session, Q_METADATA_OPEN, entry.c_str(),
-                                                  &metadata, 0)) != Q_OK ||
-            (listing->status =
-                 QGetObjMetadata(metadata, Q_METADATA_LABEL, label, &labelLength, 0)) != Q_OK)
-            return listing->status;
-        listing->algorithms.push_back(algorithm);
-        listing->labels.push_back(label);
-        QDestroyObjMetadata(metadata, 0);
-        QDestroyKey(key, 0);
-    }
-    return 0;
-}
-
-TEST_F(ObjectsTest, ListingDeliversNamesInOrderAndOpensFromTheFinalCall) {
-    EXPECT_TRUE(List(session_).empty());
-    Generate("b-key", Q_ALG_DES);
-    Generate("a-key", Q_ALG_AES_256);
-    ASSERT_EQ(QGenerateMapObj(session_, "c-map", "a-key", 0, "b-key", 0), Q_OK);
+TEST_F(ObjectsTest, ListingIsInOrderOpensFromTheFinalCallStopsWhenAskedRemovalIsFinal) {
+    EXPECT_TRUE(List(operator_).empty());
+    Generate(operator_, "b-key", Q_ALG_DES);
+    Generate(operator_, "a-key", Q_ALG_AES_256);
+    ASSERT_EQ(QGenerateMapObj(operator_, "c-map", "a-key", 0, "b-key", 0), Q_OK);
 
     QObjMetadataHandle metadata = 0;
     ASSERT_EQ(QCreateObjMetadata(&metadata, 0), Q_OK);
     ASSERT_EQ(QSetObjMetadata(metadata, Q_METADATA_LABEL, "payments", 8, 0), Q_OK);
-    ASSERT_EQ(QManageObjMetadata(session_, Q_METADATA_WRITE, "a-key", &metadata, 0), Q_OK);
+    ASSERT_EQ(QManageObjMetadata(operator_, Q_METADATA_WRITE, "a-key", &metadata, 0), Q_OK);
     EXPECT_EQ(QDestroyObjMetadata(metadata, 0), Q_OK);
 
-    Listing listing{session_, {}, {}, {}};
-    ASSERT_EQ(QListObjs(session_, OpenEachOnFinal, &listing), Q_OK);
-    ASSERT_EQ(listing.status, Q_OK);
-    EXPECT_EQ(listing.names, (std::vector<std::string>{"a-key", "b-key", "c-map"}));
-    EXPECT_EQ(listing.algorithms, (std::vector<uint32_t>{Q_ALG_AES_256, Q_ALG_DES, Q_ALG_OBJ_MAP}));
-    EXPECT_EQ(listing.labels, (std::vector<std::string>{"payments", "", ""}));
-}
+    std::vector<uint32_t> algorithms;
+    std::vector<std::string> labels;
+    WalkOnFinal walk{[&](const std::string &name) {
+        QKeyHandle key = 0;
+        QObjMetadataHandle opened = 0;
+        char label[1024] = {};
+        uint32_t length = sizeof label, status = QGetUserKey(operator_, name.c_str(), 0, &key);
+        if (status == Q_OK) algorithms.push_back(Word(key, Q_KEY_PARAM_ALGORITHM));
+        if (status == Q_OK)
+            status = QManageObjMetadata(operator_, Q_METADATA_OPEN, name.c_str(), &opened, 0);
+        if (status == Q_OK) status = QGetObjMetadata(opened, Q_METADATA_LABEL, label, &length, 0);
+        labels.push_back(label);
+        QDestroyObjMetadata(opened, 0);
+        QDestroyKey(key, 0);
+        return status;
+    }};
+    ASSERT_EQ(QListObjs(operator_, WalkOnFinal::Callback, &walk), Q_OK);
+    EXPECT_EQ(walk.names, (std::vector<std::string>{"a-key", "b-key", "c-map"}));
+    EXPECT_EQ(algorithms, (std::vector<uint32_t>{Q_ALG_AES_256, Q_ALG_DES, Q_ALG_OBJ_MAP}));
+    EXPECT_EQ(labels, (std::vector<std::string>{"payments", "", ""}));
 
-TEST_F(ObjectsTest, CallbackResultStopsTheListing) {
-    Generate("one");
-    Generate("two");
     int calls = 0;
     EXPECT_EQ(QListObjs(
-                  session_,
+                  operator_,
                   [](const char *, void *context, int) -> uint32_t {
                       ++*static_cast<int *>(context);
                       return 77;
@@ -79,58 +50,32 @@ TEST_F(ObjectsTest, CallbackResultStopsTheListing) {
                   &calls),
               77u);
     EXPECT_EQ(calls, 1);
-}
 
-TEST_F(ObjectsTest, RemovalIsFinalAndNamesAreReusable) {
-    Generate("gone");
-    EXPECT_EQ(QRemoveObj(session_, "gone"), Q_OK);
-    EXPECT_EQ(QRemoveObj(session_, "gone"), Q_ERR_NOT_FOUND);
+    // Removal is final, and the name can be used again.
+    Generate(operator_, "gone");
+    EXPECT_EQ(QRemoveObj(operator_, "gone"), Q_OK);
+    EXPECT_EQ(QRemoveObj(operator_, "gone"), Q_ERR_NOT_FOUND);
     QKeyHandle key = 0;
-    EXPECT_EQ(QGetUserKey(session_, "gone", 0, &key), Q_ERR_NOT_FOUND);
-    EXPECT_TRUE(List(session_).empty());
-    Generate("gone", Q_ALG_DES);
-    ASSERT_EQ(QGetUserKey(session_, "gone", 0, &key), Q_OK);
-    EXPECT_EQ(Word(key, Q_KEY_PARAM_ALGORITHM), Q_ALG_DES);
-    EXPECT_EQ(QDestroyKey(key, 0), Q_OK);
-}
-
-TEST_F(ObjectsTest, MapsNeedKeysOfThePartition) {
-    Generate("key");
-    EXPECT_EQ(QGenerateMapObj(session_, "map", "key", 0, "missing", 0), Q_ERR_NOT_FOUND);
-    EXPECT_EQ(QGenerateMapObj(session_, "map", "key", 1, "key", 0), Q_ERR_INVALID_PARAMETER);
-    ASSERT_EQ(QGenerateMapObj(session_, "map", "key", 0, "key", 0), Q_OK);
-    EXPECT_EQ(QGenerateMapObj(session_, "map2", "map", 0, "key", 0), Q_ERR_WRONG_OBJECT_TYPE);
-
-    EXPECT_EQ(QGeneratePkcs11Map(session_, "p11", "missing", nullptr, "label", 0), Q_ERR_NOT_FOUND);
-    ASSERT_EQ(QGeneratePkcs11Map(session_, "p11", "key", nullptr, "a label of 16 ch", 0), Q_OK);
-    QPkcs11MapInfo info{};
-    ASSERT_EQ(QGetPkcs11Map(session_, "p11", 1, 0, &info), Q_OK);
-    EXPECT_STREQ(info.target, "key");
-    EXPECT_STREQ(info.label, "a label of 16 ch");
-    EXPECT_EQ(QGetPkcs11Map(session_, "map", 1, 0, &info), Q_ERR_WRONG_OBJECT_TYPE);
-
-    std::vector<std::string> maps;
-    ASSERT_EQ(QListPkcs11Maps(session_, CollectNames, &maps), Q_OK);
-    EXPECT_EQ(maps, std::vector<std::string>{"p11"});
+    EXPECT_EQ(QGetUserKey(operator_, "gone", 0, &key), Q_ERR_NOT_FOUND);
+    EXPECT_EQ(List(operator_), (std::vector<std::string>{"a-key", "b-key", "c-map"}));
+    Generate(operator_, "gone", Q_ALG_DES);
+    EXPECT_EQ(Word("gone", Q_KEY_PARAM_ALGORITHM), Q_ALG_DES);
 }
 
 TEST_F(ObjectsTest, UsersSeeAndTouchOnlyTheirOwnPartition) {
     AddUser("alice", "Alice#12345");
     AddUser("bob", "Bob#123456");
     QSessionHandle alice = Login("alice", "Alice#12345"), bob = Login("bob", "Bob#123456");
-    QKeyHandle key = 0;
-    ASSERT_EQ(QGenerateKey(alice, "secret", Q_ALG_AES_128, Q_KEY_EXPORTABLE, &key), Q_OK);
-    EXPECT_EQ(QDestroyKey(key, 0), Q_OK);
-
+    Generate(alice, "secret", Q_ALG_AES_128, Q_KEY_EXPORTABLE);
     EXPECT_TRUE(List(bob).empty());
+    QKeyHandle key = 0;
     EXPECT_EQ(QGetUserKey(bob, "secret", 0, &key), Q_ERR_NOT_FOUND);
     EXPECT_EQ(QRemoveObj(bob, "secret"), Q_ERR_NOT_FOUND);
     EXPECT_EQ(Kcv(bob, "secret"), Error(Q_ERR_NOT_FOUND));
     EXPECT_EQ(QGenerateMapObj(bob, "map", "secret", 0, "secret", 0), Q_ERR_NOT_FOUND);
-    EXPECT_TRUE(List(session_).empty()) << "the operator has a partition of its own too";
+    EXPECT_TRUE(List(operator_).empty()) << "the operator has a partition of its own too";
 
-    ASSERT_EQ(QGenerateKey(bob, "secret", Q_ALG_DES, 0, &key), Q_OK) << "names are per partition";
-    EXPECT_EQ(QDestroyKey(key, 0), Q_OK);
+    Generate(bob, "secret", Q_ALG_DES);  // names are per partition
     EXPECT_EQ(List(alice), std::vector<std::string>{"secret"});
 }
 

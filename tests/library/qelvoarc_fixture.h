@@ -6,12 +6,14 @@
 
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <string>
 #include <vector>
 
 #include "qelvoarc.h"
 #include "sim_process.h"
+#include "test_crypto.h"
 
 inline QPasswordLoginRecord PasswordRecord(uint16_t port, const std::string &user,
                                            const std::string &password) {
@@ -25,17 +27,6 @@ inline QPasswordLoginRecord PasswordRecord(uint16_t port, const std::string &use
     return record;
 }
 
-// Bytes as upper-case hexadecimal text.
-inline std::string Hex(const uint8_t *data, size_t length) {
-    static const char digits[] = "0123456789ABCDEF";
-    std::string out;
-    for (size_t i = 0; i < length; ++i) {
-        out.push_back(digits[data[i] >> 4]);
-        out.push_back(digits[data[i] & 15]);
-    }
-    return out;
-}
-
 // A listing callback that appends each delivered name to the std::vector<std::string> at
 // `context`.
 inline uint32_t CollectNames(const char *name, void *context, int isFinal) {
@@ -43,14 +34,35 @@ inline uint32_t CollectNames(const char *name, void *context, int isFinal) {
     return 0;
 }
 
-// Each test gets its own simulator and an initialised library, finalised afterwards.
+// What the console's lists do: collect the names, then work on each from the final call, on
+// the same session. The first status `each` refuses with ends the walk and the listing.
+struct WalkOnFinal {
+    std::function<uint32_t(const std::string &)> each;
+    std::vector<std::string> names = {};
+
+    static uint32_t Callback(const char *name, void *context, int isFinal) {
+        auto *walk = static_cast<WalkOnFinal *>(context);
+        if (!isFinal) walk->names.push_back(name);
+        for (size_t i = 0; isFinal && i < walk->names.size(); ++i)
+            if (uint32_t status = walk->each(walk->names[i]); status != 0) return status;
+        return 0;
+    }
+};
+
+// Each test gets its own simulator and an initialised library with a session of the
+// operator, finalised afterwards.
 class LibraryTest : public ::testing::Test {
   protected:
     void SetUp() override {
         ASSERT_NE(sim_.port(), 0);
         ASSERT_EQ(QInitialize(0), Q_OK);
+        operator_ = OpenOperator();
+        ASSERT_NE(operator_, 0u);
     }
-    void TearDown() override { EXPECT_EQ(QFinalize(), Q_OK); }
+    void TearDown() override {
+        if (operator_ != 0) QCloseSession(&operator_, 0);
+        EXPECT_EQ(QFinalize(), Q_OK);
+    }
 
     uint32_t Open(const QPasswordLoginRecord &record, QSessionHandle *session,
                   uint32_t flags = Q_SESSION_TLS) {
@@ -72,9 +84,27 @@ class LibraryTest : public ::testing::Test {
         return session;
     }
 
+    // The status of a password login; a session it opens is closed again. Of the refusals
+    // only an expired password leaves a session, for the change.
+    uint32_t TryLogin(const std::string &user, const std::string &password = "Passw0rd!x") {
+        QSessionHandle session = 0;
+        uint32_t status = Open(PasswordRecord(sim_.port(), user, password), &session);
+        EXPECT_TRUE(session == 0 || status == Q_OK || status == Q_ERR_PASSWORD_EXPIRED) << status;
+        if (session != 0) QCloseSession(&session, 0);
+        return status;
+    }
+
     void AddUser(const std::string &user, const std::string &password,
                  const std::string &acl = "0") {
         ASSERT_EQ(sim_.Simctl({"add-user", user, password, "--acl", acl}), 0);
+    }
+
+    // A key `name` generated in the partition of `session`.
+    static void Generate(QSessionHandle session, const std::string &name,
+                         uint32_t algorithm = Q_ALG_AES_128, uint32_t flags = 0) {
+        QKeyHandle key = 0;
+        ASSERT_EQ(QGenerateKey(session, name.c_str(), algorithm, flags, &key), Q_OK) << name;
+        EXPECT_EQ(QDestroyKey(key, 0), Q_OK);
     }
 
     // The PEM certificate the simulator presents on TLS connections.
@@ -84,4 +114,5 @@ class LibraryTest : public ::testing::Test {
     }
 
     SimProcess sim_;
+    QSessionHandle operator_ = 0;
 };

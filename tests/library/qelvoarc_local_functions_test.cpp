@@ -18,7 +18,7 @@ namespace {
 #include "status_codes.def"
 #undef X
 
-TEST(StatusCodes, HeaderAndTableListTheSameCodes) {
+TEST(StatusCodes, HeaderAndTableListTheSameCodesWhoseTextsAndNamesTheLibraryGives) {
     std::set<std::string> table;
 #define X(name, code, text) table.insert(#name);
 #include "status_codes.def"
@@ -34,9 +34,7 @@ TEST(StatusCodes, HeaderAndTableListTheSameCodes) {
         if (std::regex_search(line, match, define)) declared.insert(match[1]);
     }
     EXPECT_EQ(declared, table);
-}
 
-TEST(StatusCodes, TextsAndNamesComeFromTheTable) {
     char name[Q_ERROR_NAME_SIZE];
     char text[Q_ERROR_TEXT_SIZE];
 #define X(code_name, code, code_text)                   \
@@ -87,7 +85,7 @@ uint32_t Decode(const std::string &text, std::string *bytes, uint32_t capacity =
     return status;
 }
 
-TEST(Base64, RoundTripsEveryPaddingCase) {
+TEST(Base64, RoundTripsEveryPaddingCaseChecksBufferSizesAndRefusesMalformedText) {
     // RFC 4648 section 10.
     EXPECT_EQ(Encode(""), "");
     EXPECT_EQ(Encode("f"), "Zg==");
@@ -104,11 +102,8 @@ TEST(Base64, RoundTripsEveryPaddingCase) {
         binary.push_back(static_cast<char>(i * 37));
     ASSERT_EQ(Decode(Encode(binary), &bytes), Q_OK);
     EXPECT_EQ(bytes, binary);
-}
 
-TEST(Base64, BufferSizesAreCheckedAndReported) {
     // A buffer of exactly the decoded size is enough even though padding decodes as zeros.
-    std::string bytes;
     EXPECT_EQ(Decode("Zg==", &bytes, 1), Q_OK);
     EXPECT_EQ(bytes, "f");
     uint8_t out[4];
@@ -120,12 +115,8 @@ TEST(Base64, BufferSizesAreCheckedAndReported) {
     EXPECT_EQ(QByteArray2Base64(reinterpret_cast<const uint8_t *>("foo"), 3, text, &length),
               Q_ERR_BUFFER_TOO_SMALL);
     EXPECT_EQ(length, 5u);  // four characters and the terminator
-}
-
-TEST(Base64, MalformedTextIsRefused) {
-    std::string bytes;
-    for (const char *text : {"Zg", "Zg=", "Z===", "Zg=a", "Z!9v", "=m9v", "Zm9v\n"})
-        EXPECT_EQ(Decode(text, &bytes), Q_ERR_INVALID_PARAMETER) << text;
+    for (const char *malformed : {"Zg", "Zg=", "Z===", "Zg=a", "Z!9v", "=m9v", "Zm9v\n"})
+        EXPECT_EQ(Decode(malformed, &bytes), Q_ERR_INVALID_PARAMETER) << malformed;
 }
 
 TEST(UnservedFunctions, AnswerNotSupportedWithoutTouchingArguments) {

@@ -4,7 +4,6 @@
 
 #include <fstream>
 
-#include "keys_test_certificate.h"
 #include "qelvoarc_fixture.h"
 
 namespace {
@@ -32,25 +31,18 @@ class LoginTest : public LibraryTest {
     }
 };
 
-TEST_F(LoginTest, PasswordLoginAcceptsOnlyTheRightPassword) {
+TEST_F(LoginTest, PasswordLoginNeedsTheRightPasswordAWellFormedRecordAndTheUsersFactor) {
     AddUser("alice", "Passw0rd!x");
     AddUser("sixteencharsuser", "Sixteen#Chars_16");  // both fields full, no terminator
+    EXPECT_EQ(TryLogin("alice", "Passw0rd!y"), Q_ERR_AUTH_FAILED);
+    EXPECT_EQ(TryLogin("mallory"), Q_ERR_AUTH_FAILED);
+    EXPECT_EQ(TryLogin("alice"), Q_OK);
     QSessionHandle session = 0;
-    EXPECT_EQ(Open(PasswordRecord(sim_.port(), "alice", "Passw0rd!y"), &session),
-              Q_ERR_AUTH_FAILED);
-    EXPECT_EQ(Open(PasswordRecord(sim_.port(), "mallory", "Passw0rd!x"), &session),
-              Q_ERR_AUTH_FAILED);
-    EXPECT_EQ(session, 0u);
-    ASSERT_EQ(Open(PasswordRecord(sim_.port(), "alice", "Passw0rd!x"), &session), Q_OK);
-    EXPECT_EQ(QCloseSession(&session, 0), Q_OK);
     ASSERT_EQ(Open(PasswordRecord(sim_.port(), "sixteencharsuser", "Sixteen#Chars_16"), &session,
                    Q_SESSION_CLEAR),
               Q_OK);
     EXPECT_EQ(QCloseSession(&session, 0), Q_OK);
-}
 
-TEST_F(LoginTest, MalformedRecordsAreRefusedBeforeConnecting) {
-    QSessionHandle session = 0;
     QPasswordLoginRecord record = PasswordRecord(sim_.port(), "master", sim_.initPassword());
     EXPECT_EQ(QOpenSession(&session, Q_LOGIN_PASSWORD, &record, sizeof record - 1, Q_SESSION_TLS),
               Q_ERR_INVALID_PARAMETER);
@@ -63,42 +55,38 @@ TEST_F(LoginTest, MalformedRecordsAreRefusedBeforeConnecting) {
     record.authMode = Q_AUTH_OTP;  // an OTP mode without the OTP
     EXPECT_EQ(Open(record, &session), Q_ERR_INVALID_PARAMETER);
     EXPECT_EQ(session, 0u);
-}
 
-TEST_F(LoginTest, MutualTlsNeedsTheRegisteredCertificateAndThePinnedHsm) {
-    AddUser("alice", "Passw0rd!x", "0x10000000");
-    TestCertificate alice = MakeTestCertificate("alice");
+    // Mutual TLS needs the registered certificate and the pinned HSM.
+    AddUser("dave", "Passw0rd!x", "0x10000000");
+    TestCertificate dave = MakeTestCertificate("dave");
     TestCertificate stranger = MakeTestCertificate("stranger");
-    std::string certPath = sim_.dataDir() + "/alice-client.pem";
-    std::ofstream(certPath) << alice.pem;
-    ASSERT_EQ(sim_.Simctl({"set-cert", "alice", certPath}), 0);
+    std::string certPath = sim_.dataDir() + "/dave-client.pem";
+    std::ofstream(certPath) << dave.pem;
+    ASSERT_EQ(sim_.Simctl({"set-cert", "dave", certPath}), 0);
     ::unlink(certPath.c_str());
     std::string hsmCert = ServerCertificate();
     ASSERT_FALSE(hsmCert.empty());
 
-    QSessionHandle session = 0;
-    ASSERT_EQ(OpenWithCertificate("alice", alice, alice.pem, "keypass", hsmCert, &session), Q_OK);
+    ASSERT_EQ(OpenWithCertificate("dave", dave, dave.pem, "keypass", hsmCert, &session), Q_OK);
     EXPECT_EQ(QCloseSession(&session, 0), Q_OK);
-    ASSERT_EQ(OpenWithCertificate("alice", alice, alice.DerText(), "keypass", hsmCert, &session),
+    ASSERT_EQ(OpenWithCertificate("dave", dave, dave.DerText(), "keypass", hsmCert, &session),
               Q_OK);
     EXPECT_EQ(QCloseSession(&session, 0), Q_OK);
 
-    EXPECT_EQ(Open(PasswordRecord(sim_.port(), "alice", "Passw0rd!x"), &session),
-              Q_ERR_CERT_REQUIRED);
-    EXPECT_EQ(OpenWithCertificate("alice", stranger, stranger.pem, "keypass", hsmCert, &session),
+    EXPECT_EQ(TryLogin("dave"), Q_ERR_CERT_REQUIRED);
+    EXPECT_EQ(OpenWithCertificate("dave", stranger, stranger.pem, "keypass", hsmCert, &session),
               Q_ERR_CERT_MISMATCH);
-    EXPECT_EQ(OpenWithCertificate("alice", alice, alice.pem, "wrong", hsmCert, &session),
-              Q_ERR_TLS);
+    EXPECT_EQ(OpenWithCertificate("dave", dave, dave.pem, "wrong", hsmCert, &session), Q_ERR_TLS);
     // An HSM presenting another certificate than the pinned one is not talked to.
-    EXPECT_EQ(OpenWithCertificate("alice", alice, alice.pem, "keypass", alice.pem, &session),
+    EXPECT_EQ(OpenWithCertificate("dave", dave, dave.pem, "keypass", dave.pem, &session),
               Q_ERR_TLS);
-    EXPECT_EQ(OpenWithCertificate("alice", alice, alice.pem, "keypass", hsmCert, &session,
-                                  Q_SESSION_CLEAR),
-              Q_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(
+        OpenWithCertificate("dave", dave, dave.pem, "keypass", hsmCert, &session, Q_SESSION_CLEAR),
+        Q_ERR_INVALID_PARAMETER);
     EXPECT_EQ(session, 0u);
 }
 
-TEST_F(LoginTest, ExpiredPasswordAllowsOnlyThePasswordChange) {
+TEST_F(LoginTest, ExpiredPasswordAllowsOnlyTheChangeAnonymousOpensCredentialManagerDoesNot) {
     AddUser("alice", "Passw0rd!x");
     ASSERT_EQ(sim_.Simctl({"expire-password", "alice"}), 0);
     QSessionHandle session = 0;
@@ -113,18 +101,14 @@ TEST_F(LoginTest, ExpiredPasswordAllowsOnlyThePasswordChange) {
         Q_OK);
     EXPECT_EQ(QCloseSession(&session, 0), Q_OK);
 
-    EXPECT_EQ(Open(PasswordRecord(sim_.port(), "alice", "Passw0rd!x"), &session),
-              Q_ERR_AUTH_FAILED);
+    EXPECT_EQ(TryLogin("alice"), Q_ERR_AUTH_FAILED);
     ASSERT_EQ(Open(PasswordRecord(sim_.port(), "alice", newPassword), &session), Q_OK);
     EXPECT_EQ(QGetRandom(session, random, sizeof random), Q_OK);
     EXPECT_EQ(QCloseSession(&session, 0), Q_OK);
-}
 
-TEST_F(LoginTest, AnonymousOpensAndCredentialManagerIsUnavailable) {
     QAnonymousLoginRecord anonymous{};
     std::strncpy(anonymous.address, "127.0.0.1", sizeof anonymous.address);
     anonymous.port = sim_.port();
-    QSessionHandle session = 0;
     ASSERT_EQ(QOpenSession(&session, Q_LOGIN_ANONYMOUS, &anonymous, sizeof anonymous,
                            Q_SESSION_CLEAR | 0x18),
               Q_OK);

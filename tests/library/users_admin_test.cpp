@@ -4,39 +4,22 @@
 
 namespace {
 
-// The console's list walks its nodes from the final callback, reading each user's ACL on
-// the same session.
-struct ListWalk {
-    QSessionHandle session;
-    std::vector<std::string> names;
-    std::vector<uint32_t> acls;
-};
-
-uint32_t CollectThenReadAcls(const char *name, void *context, int isFinal) {
-    auto *walk = static_cast<ListWalk *>(context);
-    if (!isFinal) {
-        walk->names.push_back(name);
-        return 0;
-    }
-    for (const std::string &user : walk->names) {
-        uint32_t acl = 0;
-        if (uint32_t status = QGetUserAcl(walk->session, user.c_str(), &acl); status != Q_OK)
-            return status;
-        walk->acls.push_back(acl);
-    }
-    return 0;
-}
-
-TEST_F(UsersTest, CreatedUsersAreListedInOrderAndLogIn) {
+TEST_F(UsersTest, CreatedUsersAreListedInOrderAndLogInUnlessBlocked) {
     ASSERT_EQ(Create(operator_, "alice", Q_ACL_LIST_USERS), Q_OK);
     ASSERT_EQ(Create(operator_, "bob", Q_ACL_OPERATOR), Q_OK);
     EXPECT_EQ(Create(operator_, "alice", 0), Q_ERR_ALREADY_EXISTS);
     EXPECT_EQ(Create(operator_, "", 0), Q_ERR_INVALID_PARAMETER);
 
-    ListWalk walk{operator_, {}, {}};
-    ASSERT_EQ(QListUsers(operator_, CollectThenReadAcls, &walk), Q_OK);
+    std::vector<uint32_t> acls;
+    WalkOnFinal walk{[&](const std::string &user) {
+                         uint32_t acl = 0, status = QGetUserAcl(operator_, user.c_str(), &acl);
+                         acls.push_back(acl);
+                         return status;
+                     },
+                     {}};
+    ASSERT_EQ(QListUsers(operator_, WalkOnFinal::Callback, &walk), Q_OK);
     EXPECT_EQ(walk.names, (std::vector<std::string>{"master", "alice", "bob"}));
-    EXPECT_EQ(walk.acls, (std::vector<uint32_t>{Q_ACL_OPERATOR, Q_ACL_LIST_USERS, Q_ACL_OPERATOR}));
+    EXPECT_EQ(acls, (std::vector<uint32_t>{Q_ACL_OPERATOR, Q_ACL_LIST_USERS, Q_ACL_OPERATOR}));
 
     // A user id of 16 characters fills the record's field; the library bounds it.
     ASSERT_EQ(Create(operator_, "sixteen-chars-id", 0), Q_OK);
@@ -55,6 +38,22 @@ TEST_F(UsersTest, CreatedUsersAreListedInOrderAndLogIn) {
     EXPECT_EQ(QListUsers(
                   operator_, [](const char *, void *, int) -> uint32_t { return 77; }, nullptr),
               77u);
+
+    QUserStatusRecord record{};
+    std::strcpy(record.userId, "alice");
+    uint32_t length = sizeof record;
+    ASSERT_EQ(QGetUserParam(operator_, Q_USER_PARAM_BLOCK, &record, &length, 0), Q_OK);
+    EXPECT_EQ(uint32_t{record.blocked}, 0u);  // a copy: the record is packed
+    ASSERT_EQ(QSetUserParam(operator_, Q_USER_PARAM_BLOCK, "alice", 5, 0), Q_OK);
+    ASSERT_EQ(QGetUserParam(operator_, Q_USER_PARAM_BLOCK, &record, &length, 0), Q_OK);
+    EXPECT_NE(uint32_t{record.blocked}, 0u);
+    EXPECT_EQ(TryLogin("alice"), Q_ERR_USER_BLOCKED);
+    ASSERT_EQ(QSetUserParam(operator_, Q_USER_PARAM_UNBLOCK, "alice", 5, 0), Q_OK);
+    EXPECT_EQ(TryLogin("alice"), Q_OK);
+    length = 3;
+    EXPECT_EQ(QGetUserParam(operator_, Q_USER_PARAM_BLOCK, &record, &length, 0),
+              Q_ERR_BUFFER_TOO_SMALL);
+    EXPECT_EQ(length, sizeof record);
 }
 
 TEST_F(UsersTest, OnlyOperatorsAndCreatorsManageAccounts) {
@@ -98,65 +97,12 @@ TEST_F(UsersTest, OnlyOperatorsAndCreatorsManageAccounts) {
     EXPECT_EQ(Acl("boss"), Q_ACL_BACKUP);
 }
 
-TEST_F(UsersTest, BlockedUsersCannotLogInUntilUnblocked) {
-    ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
-    QUserStatusRecord status{};
-    std::strcpy(status.userId, "alice");
-    uint32_t length = sizeof status;
-    ASSERT_EQ(QGetUserParam(operator_, Q_USER_PARAM_BLOCK, &status, &length, 0), Q_OK);
-    EXPECT_EQ(uint32_t{status.blocked}, 0u);  // a copy: the record is packed
-
-    ASSERT_EQ(QSetUserParam(operator_, Q_USER_PARAM_BLOCK, "alice", 5, 0), Q_OK);
-    ASSERT_EQ(QGetUserParam(operator_, Q_USER_PARAM_BLOCK, &status, &length, 0), Q_OK);
-    EXPECT_NE(uint32_t{status.blocked}, 0u);
-    EXPECT_EQ(TryLogin("alice"), Q_ERR_USER_BLOCKED);
-
-    ASSERT_EQ(QSetUserParam(operator_, Q_USER_PARAM_UNBLOCK, "alice", 5, 0), Q_OK);
-    EXPECT_EQ(TryLogin("alice"), Q_OK);
-    length = 3;
-    EXPECT_EQ(QGetUserParam(operator_, Q_USER_PARAM_BLOCK, &status, &length, 0),
-              Q_ERR_BUFFER_TOO_SMALL);
-    EXPECT_EQ(length, sizeof status);
-}
-
-TEST_F(UsersTest, RemovalLeavesNothingOfTheUser) {
-    ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
-    QSessionHandle alice = Login("alice");
-    QKeyHandle key = 0;
-    ASSERT_EQ(QGenerateKey(alice, "k1", Q_ALG_AES_128, 0, &key), Q_OK);
-    EXPECT_EQ(QDestroyKey(key, 0), Q_OK);
-    QAccessTokenRecord token = Issue(alice);
-
-    ASSERT_EQ(QRemoveUser(operator_, "alice"), Q_OK);
-    EXPECT_EQ(QRemoveUser(operator_, "alice"), Q_ERR_NOT_FOUND);
-    // Its open session ends, its token opens nothing.
-    uint8_t random[4];
-    EXPECT_EQ(QGetRandom(alice, random, sizeof random), Q_ERR_SESSION_EXPIRED);
-    QCloseSession(&alice, 0);
-    EXPECT_EQ(TryTokenLogin(token.token), Q_ERR_TOKEN_INVALID);
-    uint32_t count = 1;
-    ASSERT_EQ(QManageATokenCache(operator_, Q_ATOKEN_CACHE_COUNT, &count, 0), Q_OK);
-    EXPECT_EQ(count, 0u);
-
-    // A new account of the same name starts with an empty partition.
-    ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
-    QObjectCountQuery query{};
-    std::strcpy(query.userId, "alice");
-    uint32_t length = sizeof query;
-    ASSERT_EQ(QGetUserParam(operator_, Q_USER_PARAM_OBJECT_COUNT, &query, &length, 0), Q_OK);
-    EXPECT_EQ(query.entryCount, 0u);
-    QFree(query.entries);
-}
-
-TEST_F(UsersTest, ObjectCountsAndAuthRecordsAreReadPerUser) {
+TEST_F(UsersTest, RecordsAreReadPerUserAndRemovalLeavesNothingOfTheUser) {
     ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
     ASSERT_EQ(Create(operator_, "bob", 0), Q_OK);
     QSessionHandle alice = Login("alice");
-    for (const char *name : {"k1", "k2"}) {
-        QKeyHandle key = 0;
-        ASSERT_EQ(QGenerateKey(alice, name, Q_ALG_AES_256, 0, &key), Q_OK);
-        QDestroyKey(key, 0);
-    }
+    Generate(alice, "k1", Q_ALG_AES_256);
+    Generate(alice, "k2", Q_ALG_AES_256);
     QObjectCountQuery query{};
     std::strcpy(query.userId, "alice");
     uint32_t length = sizeof query;
@@ -175,21 +121,36 @@ TEST_F(UsersTest, ObjectCountsAndAuthRecordsAreReadPerUser) {
     EXPECT_EQ(QGetUserParam(operator_, Q_USER_PARAM_AUTH, &auth, &length, 0), Q_OK);
     uint32_t acl = 0;
     EXPECT_EQ(QGetUserAcl(alice, "bob", &acl), Q_ERR_ACCESS_DENIED);
-    EXPECT_EQ(QCloseSession(&alice, 0), Q_OK);
-}
 
-TEST_F(UsersTest, TrustRelationsAreListedForExistingUsers) {
-    ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
     int finals = 0;
-    auto count = [](const char *, void *context, int isFinal) -> uint32_t {
+    auto countFinals = [](const char *, void *context, int isFinal) -> uint32_t {
         if (isFinal) ++*static_cast<int *>(context);
         return 0;
     };
-    EXPECT_EQ(QListUserTrusts(operator_, "alice", 1, count, &finals, 0), Q_OK);
-    EXPECT_EQ(QListUserTrusts(operator_, "alice", 2, count, &finals, 0), Q_OK);
+    EXPECT_EQ(QListUserTrusts(operator_, "alice", 1, countFinals, &finals, 0), Q_OK);
+    EXPECT_EQ(QListUserTrusts(operator_, "alice", 2, countFinals, &finals, 0), Q_OK);
     EXPECT_EQ(finals, 2);
-    EXPECT_EQ(QListUserTrusts(operator_, "nobody", 1, count, &finals, 0), Q_ERR_NOT_FOUND);
-    EXPECT_EQ(QListUserTrusts(operator_, "alice", 3, count, &finals, 0), Q_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(QListUserTrusts(operator_, "nobody", 1, countFinals, &finals, 0), Q_ERR_NOT_FOUND);
+    EXPECT_EQ(QListUserTrusts(operator_, "alice", 3, countFinals, &finals, 0),
+              Q_ERR_INVALID_PARAMETER);
+
+    // Removal: the open session ends, the token opens nothing, and a new account of the same
+    // name starts with an empty partition.
+    QAccessTokenRecord token = Issue(alice);
+    ASSERT_EQ(QRemoveUser(operator_, "alice"), Q_OK);
+    EXPECT_EQ(QRemoveUser(operator_, "alice"), Q_ERR_NOT_FOUND);
+    uint8_t random[4];
+    EXPECT_EQ(QGetRandom(alice, random, sizeof random), Q_ERR_SESSION_EXPIRED);
+    QCloseSession(&alice, 0);
+    EXPECT_EQ(TryTokenLogin(token.token), Q_ERR_TOKEN_INVALID);
+    uint32_t count = 1;
+    ASSERT_EQ(QManageATokenCache(operator_, Q_ATOKEN_CACHE_COUNT, &count, 0), Q_OK);
+    EXPECT_EQ(count, 0u);
+    ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
+    length = sizeof query;
+    ASSERT_EQ(QGetUserParam(operator_, Q_USER_PARAM_OBJECT_COUNT, &query, &length, 0), Q_OK);
+    EXPECT_EQ(query.entryCount, 0u);
+    QFree(query.entries);
 }
 
 }  // namespace

@@ -138,7 +138,3 @@ int PtyDriver::WaitExit(Duration timeout) {
         if (!ReadSome(std::min(left, Duration(50)))) usleep(10000);
     }
 }
-
-std::string PtyDriver::Output() const {
-    return output_;
-}

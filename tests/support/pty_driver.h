@@ -39,7 +39,7 @@ class PtyDriver {
     int WaitExit(Duration timeout = kDefaultTimeout);
 
     // Everything the terminal showed so far.
-    std::string Output() const;
+    std::string Output() const { return output_; }
 
   private:
     // Reads what is available within `timeout`; returns false when the terminal closed.

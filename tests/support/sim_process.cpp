@@ -55,13 +55,30 @@ bool ReadLineUntil(int fd, std::chrono::steady_clock::time_point deadline, std::
     }
 }
 
-// argv for execv; the strings must outlive the call.
-std::vector<char *> Argv(std::vector<std::string> &args) {
+// Starts args[0] with `args` and its standard output on a pipe, whose reading end goes to
+// *out; the child's pid, or -1.
+pid_t Spawn(std::vector<std::string> args, int *out) {
+    int pipeFds[2];
+    if (::pipe2(pipeFds, O_CLOEXEC) != 0) return -1;
     std::vector<char *> argv;
     for (std::string &a : args)
         argv.push_back(a.data());
     argv.push_back(nullptr);
-    return argv;
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        // A test that aborts (a sanitizer report) must not leave its simulator behind.
+        ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+        ::dup2(pipeFds[1], STDOUT_FILENO);
+        ::execv(argv[0], argv.data());
+        ::_exit(127);
+    }
+    ::close(pipeFds[1]);
+    if (pid < 0) {
+        ::close(pipeFds[0]);
+        return -1;
+    }
+    *out = pipeFds[0];
+    return pid;
 }
 
 }  // namespace
@@ -110,24 +127,8 @@ bool SimProcess::TryStart(uint16_t discoveryPort) {
     }
     args.insert(args.end(), options_.extraArgs.begin(), options_.extraArgs.end());
 
-    int pipeFds[2];
-    if (::pipe2(pipeFds, O_CLOEXEC) != 0) return false;
-    std::vector<char *> argv = Argv(args);
-    pid_t pid = ::fork();
-    if (pid == 0) {
-        // A test that aborts (a sanitizer report) must not leave its simulator behind.
-        ::prctl(PR_SET_PDEATHSIG, SIGTERM);
-        ::dup2(pipeFds[1], STDOUT_FILENO);
-        ::execv(argv[0], argv.data());
-        ::_exit(127);
-    }
-    ::close(pipeFds[1]);
-    if (pid < 0) {
-        ::close(pipeFds[0]);
-        return false;
-    }
-    pid_ = pid;
-    stdoutFd_ = pipeFds[0];
+    pid_ = Spawn(std::move(args), &stdoutFd_);
+    if (pid_ < 0) return false;
 
     auto deadline = std::chrono::steady_clock::now() + kStartTimeout;
     std::string line;
@@ -181,30 +182,20 @@ void SimProcess::Restart() {
 int SimProcess::Simctl(const std::vector<std::string> &args, std::string *out) const {
     std::vector<std::string> all = {ORVENA_SIMCTL_PATH, "--data", dataDir_};
     all.insert(all.end(), args.begin(), args.end());
-    int pipeFds[2];
-    if (::pipe2(pipeFds, O_CLOEXEC) != 0) return -1;
-    std::vector<char *> argv = Argv(all);
-    pid_t pid = ::fork();
-    if (pid == 0) {
-        // A test that aborts (a sanitizer report) must not leave its simulator behind.
-        ::prctl(PR_SET_PDEATHSIG, SIGTERM);
-        ::dup2(pipeFds[1], STDOUT_FILENO);
-        ::execv(argv[0], argv.data());
-        ::_exit(127);
-    }
-    ::close(pipeFds[1]);
+    int fd = -1;
+    const pid_t pid = Spawn(std::move(all), &fd);
+    if (pid < 0) return -1;
     std::string text;
     char buffer[4096];
     ssize_t got;
-    while ((got = ::read(pipeFds[0], buffer, sizeof buffer)) != 0) {
+    while ((got = ::read(fd, buffer, sizeof buffer)) != 0) {
         if (got < 0) {
             if (errno == EINTR) continue;
             break;
         }
         text.append(buffer, static_cast<size_t>(got));
     }
-    ::close(pipeFds[0]);
-    if (pid < 0) return -1;
+    ::close(fd);
     int status = 0;
     while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
     }

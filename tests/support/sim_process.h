@@ -13,7 +13,6 @@ class SimProcess {
     struct Options {
         std::string initPassword = "Operator#12345";
         std::vector<std::string> extraArgs;  // e.g. {"--firmware", "5.0.34.99"}
-        bool tls = true;                     // informational only; the port serves both
     };
 
     SimProcess();
