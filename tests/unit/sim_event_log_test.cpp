@@ -8,10 +8,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "crypto/password_hash.h"
-#include "daemon/data_directory.h"
 #include "sim_hsm_fixture.h"
-#include "sim_temp_dir.h"
 #include "store/event_log_file.h"
 
 namespace {
@@ -176,7 +173,7 @@ class SimEventLogActor : public SimHsm {
   protected:
     // Each line as "user | operation".
     std::vector<std::string> Lines() {
-        sim::Database db({dir_ + "/hsm.db", {}});
+        sim::Database db({dir_.database(), {}});
         sim::Statement st(db, "SELECT user_id || ' | ' || operation FROM event_log ORDER BY seq");
         std::vector<std::string> lines;
         while (st.Step())
@@ -186,11 +183,8 @@ class SimEventLogActor : public SimHsm {
 };
 
 TEST_F(SimEventLogActor, ChangesToAnotherAccountNameTheActorAsUserAndTheTargetInTheOperation) {
-    sim::UserStore &users = data_.users();
-    const std::string hash = sim::HashPassword("Secret#123");
-    ASSERT_EQ(users.AddUser(sim::Actor::Daemon(), "op", hash, wire::pb::ACL_OPERATOR),
-              sim::Result::kOk);
-    ASSERT_EQ(users.AddUser(sim::Actor::Daemon(), "dave", hash, 0), sim::Result::kOk);
+    AddUser("op", "Secret#123", wire::pb::ACL_OPERATOR);
+    AddUser("dave", "Secret#123", 0);
     sim::StoredObject key;
     key.owner = "dave";
     key.name = "k1";

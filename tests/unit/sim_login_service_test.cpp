@@ -1,7 +1,6 @@
 // Login and session rules that depend on time, driven through the dispatcher with a clock
 // the test moves, and the removal of a user whose session is still open.
 
-#include "crypto/password_hash.h"
 #include "service/access_token.h"
 #include "sim_hsm_fixture.h"
 
@@ -12,20 +11,12 @@ constexpr int64_t kDay = 86400;
 class SimLoginService : public SimHsm {
   protected:
     SimLoginService() {
-        EXPECT_EQ(data_.users().AddUser(sim::Actor::Daemon(), "op", sim::HashPassword("Operator#1"),
-                                        0x80),
-                  sim::Result::kOk);
-        EXPECT_EQ(data_.users().AddUser(sim::Actor::Daemon(), "dave",
-                                        sim::HashPassword("Dave#12345"), 0x10),
-                  sim::Result::kOk);
+        AddUser("op", "Operator#1", 0x80);
+        AddUser("dave", "Dave#12345", 0x10);
     }
 
     static wire::pb::Request Login(const std::string &password, const std::string &user = "dave") {
-        wire::pb::Request request;
-        request.mutable_login()->set_method(wire::pb::LOGIN_PASSWORD);
-        request.mutable_login()->set_user(user);
-        request.mutable_login()->set_password(password);
-        return request;
+        return SimHsm::Login(user, password);
     }
 
     static wire::pb::Request ExpireAfter(uint32_t days) {
@@ -119,8 +110,8 @@ TEST_F(SimLoginService, RemovedUsersSessionEndsAtItsNextRequest) {
 }
 
 TEST(SimMasterKey, SealedDataOpensOnlyUnchangedAndUnderTheSameKey) {
-    std::string dir = (std::filesystem::temp_directory_path() / "sim-key-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(dir.data()), nullptr);
+    SimTempDir temp;
+    const std::string &dir = temp.path();
     sim::MasterKey key = sim::MasterKey::LoadOrCreate(dir + "/master.key");
     sim::MasterKey again = sim::MasterKey::LoadOrCreate(dir + "/master.key");
     sim::MasterKey other = sim::MasterKey::LoadOrCreate(dir + "/other.key");
@@ -134,7 +125,6 @@ TEST(SimMasterKey, SealedDataOpensOnlyUnchangedAndUnderTheSameKey) {
     EXPECT_FALSE(other.Open(sealed));
     sealed[sealed.size() / 2] ^= 1;
     EXPECT_FALSE(key.Open(sealed));
-    std::filesystem::remove_all(dir);
 }
 
 }  // namespace
