@@ -15,10 +15,6 @@ class SimLoginService : public SimHsm {
         AddUser("dave", "Dave#12345", 0x10);
     }
 
-    static wire::pb::Request Login(const std::string &password, const std::string &user = "dave") {
-        return SimHsm::Login(user, password);
-    }
-
     static wire::pb::Request ExpireAfter(uint32_t days) {
         wire::pb::Request request;
         wire::pb::PasswordPolicy *policy = request.mutable_set_password_policy()->mutable_policy();
@@ -36,18 +32,18 @@ class SimLoginService : public SimHsm {
 
 TEST_F(SimLoginService, PasswordExpiresWithAgeAndAChangeRestoresTheSession) {
     sim::ConnectionState op, dave;
-    ASSERT_EQ(Send(dave, Login("Dave#12345")).status(), wire::OK);
+    ASSERT_EQ(Send(dave, Login("dave", "Dave#12345")).status(), wire::OK);
     EXPECT_EQ(Send(dave, ExpireAfter(30)).status(), wire::ERR_ACCESS_DENIED);
-    ASSERT_EQ(Send(op, Login("Operator#1", "op")).status(), wire::OK);
+    ASSERT_EQ(Send(op, Login("op", "Operator#1")).status(), wire::OK);
     ASSERT_EQ(Send(op, ExpireAfter(30)).status(), wire::OK);
 
     clock_.Advance(30 * kDay);
     sim::ConnectionState fresh;
-    EXPECT_EQ(Send(fresh, Login("Dave#12345")).status(), wire::OK);
+    EXPECT_EQ(Send(fresh, Login("dave", "Dave#12345")).status(), wire::OK);
 
     clock_.Advance(1);
     sim::ConnectionState old;
-    wire::pb::Response login = Send(old, Login("Dave#12345"));
+    wire::pb::Response login = Send(old, Login("dave", "Dave#12345"));
     EXPECT_EQ(login.status(), wire::ERR_PASSWORD_EXPIRED);
     ASSERT_TRUE(old.session);
     EXPECT_EQ(Send(old, ReadOwnAcl()).status(), wire::ERR_PASSWORD_CHANGE_ONLY);
@@ -60,7 +56,7 @@ TEST_F(SimLoginService, PasswordExpiresWithAgeAndAChangeRestoresTheSession) {
 
     clock_.Advance(29 * kDay);
     sim::ConnectionState later;
-    EXPECT_EQ(Send(later, Login("Dave#67890")).status(), wire::OK);
+    EXPECT_EQ(Send(later, Login("dave", "Dave#67890")).status(), wire::OK);
 }
 
 TEST_F(SimLoginService, AccessTokenExpiresAtItsTime) {
@@ -83,8 +79,8 @@ TEST_F(SimLoginService, AccessTokenExpiresAtItsTime) {
 
 TEST_F(SimLoginService, SecondLoginOnASessionAndLogoutRules) {
     sim::ConnectionState conn;
-    ASSERT_EQ(Send(conn, Login("Dave#12345")).status(), wire::OK);
-    EXPECT_EQ(Send(conn, Login("Dave#12345")).status(), wire::ERR_BAD_STATE);
+    ASSERT_EQ(Send(conn, Login("dave", "Dave#12345")).status(), wire::OK);
+    EXPECT_EQ(Send(conn, Login("dave", "Dave#12345")).status(), wire::ERR_BAD_STATE);
     EXPECT_EQ(sessions_.size(), 1u);
     wire::pb::Request logout;
     logout.mutable_logout();
@@ -95,8 +91,8 @@ TEST_F(SimLoginService, SecondLoginOnASessionAndLogoutRules) {
 
 TEST_F(SimLoginService, RemovedUsersSessionEndsAtItsNextRequest) {
     sim::ConnectionState dave, op;
-    ASSERT_EQ(Send(dave, Login("Dave#12345")).status(), wire::OK);
-    ASSERT_EQ(Send(op, Login("Operator#1", "op")).status(), wire::OK);
+    ASSERT_EQ(Send(dave, Login("dave", "Dave#12345")).status(), wire::OK);
+    ASSERT_EQ(Send(op, Login("op", "Operator#1")).status(), wire::OK);
     wire::pb::Request remove;
     remove.mutable_remove_user()->set_user("dave");
     ASSERT_EQ(Send(op, remove).status(), wire::OK);
