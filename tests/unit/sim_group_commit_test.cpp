@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <filesystem>
 #include <future>
 #include <mutex>
 #include <optional>
@@ -16,6 +15,7 @@
 #include <vector>
 
 #include "daemon/data_directory.h"
+#include "sim_temp_dir.h"
 #include "store/event_log_file.h"
 #include "store/group_commit.h"
 
@@ -25,16 +25,7 @@ using namespace std::chrono_literals;
 
 class SimGroupCommit : public ::testing::Test {
   protected:
-    SimGroupCommit() {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "sim-group-commit-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) != nullptr) dir_ = pattern;
-    }
-    ~SimGroupCommit() override {
-        if (!dir_.empty()) std::filesystem::remove_all(dir_);
-    }
-
-    std::string dir_;
+    SimTempDir dir_;
 };
 
 // What a caller got back: a result, or the text of the exception it caught.
@@ -83,12 +74,11 @@ std::vector<Outcome> RunAsOneGroup(sim::GroupCommit &group,
 }
 
 TEST_F(SimGroupCommit, ManyThreadsInsertingAreAllStoredAndLoggedAndSurviveReopening) {
-    ASSERT_FALSE(dir_.empty());
     constexpr int kThreads = 32, kPerThread = 8;
     sim::SystemClock clock;
     auto name = [](int t, int i) { return "key-" + std::to_string(t) + "-" + std::to_string(i); };
     {
-        sim::DataDirectory data(dir_, clock, "OV00000001");
+        sim::DataDirectory data(dir_.path(), clock, "OV00000001");
         std::atomic<int> stored{0};
         std::vector<std::thread> threads;
         for (int t = 0; t < kThreads; ++t)
@@ -109,7 +99,7 @@ TEST_F(SimGroupCommit, ManyThreadsInsertingAreAllStoredAndLoggedAndSurviveReopen
             thread.join();
         EXPECT_EQ(stored, kThreads * kPerThread);
     }
-    sim::DataDirectory reopened(dir_, clock, "OV00000001");
+    sim::DataDirectory reopened(dir_.path(), clock, "OV00000001");
     for (int t = 0; t < kThreads; ++t)
         for (int i = 0; i < kPerThread; ++i) {
             std::optional<sim::StoredObject> found =
@@ -117,7 +107,7 @@ TEST_F(SimGroupCommit, ManyThreadsInsertingAreAllStoredAndLoggedAndSurviveReopen
             ASSERT_TRUE(found) << name(t, i);
             EXPECT_EQ(found->sealed, "sealed " + name(t, i));
         }
-    sim::Database db({dir_ + "/hsm.db", {}});
+    sim::Database db({dir_.database(), {}});
     sim::Statement events(db, "SELECT COUNT(*) FROM event_log WHERE operation = 'Key generated'");
     ASSERT_TRUE(events.Step());
     EXPECT_EQ(events.Int(0), kThreads * kPerThread);
@@ -127,8 +117,7 @@ TEST_F(SimGroupCommit, ManyThreadsInsertingAreAllStoredAndLoggedAndSurviveReopen
 }
 
 TEST_F(SimGroupCommit, EachCallerGetsItsOwnAnswerAndAFailedCommitFailsTheWholeGroup) {
-    ASSERT_FALSE(dir_.empty());
-    sim::Database db({dir_ + "/items.db", {}});
+    sim::Database db({dir_.path() + "/items.db", {}});
     std::mutex mutex;
     sim::GroupCommit group(db, mutex);
     // The parent of an item is checked only when the transaction commits.

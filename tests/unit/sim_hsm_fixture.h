@@ -7,12 +7,13 @@
 
 #include <atomic>
 #include <cstdio>
-#include <filesystem>
 #include <string>
 
+#include "crypto/password_hash.h"
 #include "daemon/data_directory.h"
 #include "server/dispatcher.h"
 #include "server/service_table.h"
+#include "sim_temp_dir.h"
 
 class FakeClock final : public sim::Clock {
   public:
@@ -25,11 +26,26 @@ class FakeClock final : public sim::Clock {
 
 class SimHsm : public ::testing::Test {
   protected:
-    SimHsm() : dir_(MakeTempDir()), data_(dir_, clock_, identity_.serial) {}
+    // `vfs`: the SQLite VFS the stores open the database through (empty: the default).
+    explicit SimHsm(const std::string &vfs = {})
+        : data_(dir_.path(), clock_, identity_.serial, vfs) {}
     ~SimHsm() override {
         std::fclose(logFile_);
         ::free(logText_);
-        std::filesystem::remove_all(dir_);
+    }
+
+    void AddUser(const std::string &user, const std::string &password, uint32_t acl) {
+        EXPECT_EQ(
+            data_.users().AddUser(sim::Actor::Daemon(), user, sim::HashPassword(password), acl),
+            sim::Result::kOk);
+    }
+
+    static wire::pb::Request Login(const std::string &user, const std::string &password) {
+        wire::pb::Request request;
+        request.mutable_login()->set_method(wire::pb::LOGIN_PASSWORD);
+        request.mutable_login()->set_user(user);
+        request.mutable_login()->set_password(password);
+        return request;
     }
 
     wire::pb::Response Send(sim::ConnectionState &conn, wire::pb::Request request,
@@ -49,7 +65,7 @@ class SimHsm : public ::testing::Test {
 
     FakeClock clock_;
     sim::DeviceIdentity identity_;
-    std::string dir_;
+    SimTempDir dir_;
     sim::DataDirectory data_;
     sim::SessionTable sessions_{16};
     char *logText_ = nullptr;
@@ -59,10 +75,4 @@ class SimHsm : public ::testing::Test {
     sim::HsmContext hsm_{
         data_.users(), data_.masterKey(), sessions_,      clock_,         identity_,
         data_.keys(),  data_.tokens(),    data_.policy(), data_.events(), log_};
-
-  private:
-    static std::string MakeTempDir() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "sim-hsm-XXXXXX").string();
-        return ::mkdtemp(pattern.data());
-    }
 };

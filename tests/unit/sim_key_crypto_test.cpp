@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "../support/test_crypto.h"
 #include "crypto/key_check_value.h"
 #include "crypto/key_components.h"
 #include "crypto/key_generator.h"
@@ -12,20 +13,12 @@
 
 namespace {
 
+using ::Hex;  // beside the string form below
+
 std::string Bytes(const std::string &hex) {
     std::string out;
     for (size_t i = 0; i + 1 < hex.size(); i += 2)
         out.push_back(static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16)));
-    return out;
-}
-
-std::string Hex(const uint8_t *data, size_t length) {
-    static const char digits[] = "0123456789ABCDEF";
-    std::string out;
-    for (size_t i = 0; i < length; ++i) {
-        out.push_back(digits[data[i] >> 4]);
-        out.push_back(digits[data[i] & 15]);
-    }
     return out;
 }
 

@@ -1,7 +1,6 @@
 // Login and session rules that depend on time, driven through the dispatcher with a clock
 // the test moves, and the removal of a user whose session is still open.
 
-#include "crypto/password_hash.h"
 #include "service/access_token.h"
 #include "sim_hsm_fixture.h"
 
@@ -12,20 +11,8 @@ constexpr int64_t kDay = 86400;
 class SimLoginService : public SimHsm {
   protected:
     SimLoginService() {
-        EXPECT_EQ(data_.users().AddUser(sim::Actor::Daemon(), "op", sim::HashPassword("Operator#1"),
-                                        0x80),
-                  sim::Result::kOk);
-        EXPECT_EQ(data_.users().AddUser(sim::Actor::Daemon(), "dave",
-                                        sim::HashPassword("Dave#12345"), 0x10),
-                  sim::Result::kOk);
-    }
-
-    static wire::pb::Request Login(const std::string &password, const std::string &user = "dave") {
-        wire::pb::Request request;
-        request.mutable_login()->set_method(wire::pb::LOGIN_PASSWORD);
-        request.mutable_login()->set_user(user);
-        request.mutable_login()->set_password(password);
-        return request;
+        AddUser("op", "Operator#1", 0x80);
+        AddUser("dave", "Dave#12345", 0x10);
     }
 
     static wire::pb::Request ExpireAfter(uint32_t days) {
@@ -45,18 +32,18 @@ class SimLoginService : public SimHsm {
 
 TEST_F(SimLoginService, PasswordExpiresWithAgeAndAChangeRestoresTheSession) {
     sim::ConnectionState op, dave;
-    ASSERT_EQ(Send(dave, Login("Dave#12345")).status(), wire::OK);
+    ASSERT_EQ(Send(dave, Login("dave", "Dave#12345")).status(), wire::OK);
     EXPECT_EQ(Send(dave, ExpireAfter(30)).status(), wire::ERR_ACCESS_DENIED);
-    ASSERT_EQ(Send(op, Login("Operator#1", "op")).status(), wire::OK);
+    ASSERT_EQ(Send(op, Login("op", "Operator#1")).status(), wire::OK);
     ASSERT_EQ(Send(op, ExpireAfter(30)).status(), wire::OK);
 
     clock_.Advance(30 * kDay);
     sim::ConnectionState fresh;
-    EXPECT_EQ(Send(fresh, Login("Dave#12345")).status(), wire::OK);
+    EXPECT_EQ(Send(fresh, Login("dave", "Dave#12345")).status(), wire::OK);
 
     clock_.Advance(1);
     sim::ConnectionState old;
-    wire::pb::Response login = Send(old, Login("Dave#12345"));
+    wire::pb::Response login = Send(old, Login("dave", "Dave#12345"));
     EXPECT_EQ(login.status(), wire::ERR_PASSWORD_EXPIRED);
     ASSERT_TRUE(old.session);
     EXPECT_EQ(Send(old, ReadOwnAcl()).status(), wire::ERR_PASSWORD_CHANGE_ONLY);
@@ -69,7 +56,7 @@ TEST_F(SimLoginService, PasswordExpiresWithAgeAndAChangeRestoresTheSession) {
 
     clock_.Advance(29 * kDay);
     sim::ConnectionState later;
-    EXPECT_EQ(Send(later, Login("Dave#67890")).status(), wire::OK);
+    EXPECT_EQ(Send(later, Login("dave", "Dave#67890")).status(), wire::OK);
 }
 
 TEST_F(SimLoginService, AccessTokenExpiresAtItsTime) {
@@ -92,8 +79,8 @@ TEST_F(SimLoginService, AccessTokenExpiresAtItsTime) {
 
 TEST_F(SimLoginService, SecondLoginOnASessionAndLogoutRules) {
     sim::ConnectionState conn;
-    ASSERT_EQ(Send(conn, Login("Dave#12345")).status(), wire::OK);
-    EXPECT_EQ(Send(conn, Login("Dave#12345")).status(), wire::ERR_BAD_STATE);
+    ASSERT_EQ(Send(conn, Login("dave", "Dave#12345")).status(), wire::OK);
+    EXPECT_EQ(Send(conn, Login("dave", "Dave#12345")).status(), wire::ERR_BAD_STATE);
     EXPECT_EQ(sessions_.size(), 1u);
     wire::pb::Request logout;
     logout.mutable_logout();
@@ -104,8 +91,8 @@ TEST_F(SimLoginService, SecondLoginOnASessionAndLogoutRules) {
 
 TEST_F(SimLoginService, RemovedUsersSessionEndsAtItsNextRequest) {
     sim::ConnectionState dave, op;
-    ASSERT_EQ(Send(dave, Login("Dave#12345")).status(), wire::OK);
-    ASSERT_EQ(Send(op, Login("Operator#1", "op")).status(), wire::OK);
+    ASSERT_EQ(Send(dave, Login("dave", "Dave#12345")).status(), wire::OK);
+    ASSERT_EQ(Send(op, Login("op", "Operator#1")).status(), wire::OK);
     wire::pb::Request remove;
     remove.mutable_remove_user()->set_user("dave");
     ASSERT_EQ(Send(op, remove).status(), wire::OK);
@@ -119,8 +106,8 @@ TEST_F(SimLoginService, RemovedUsersSessionEndsAtItsNextRequest) {
 }
 
 TEST(SimMasterKey, SealedDataOpensOnlyUnchangedAndUnderTheSameKey) {
-    std::string dir = (std::filesystem::temp_directory_path() / "sim-key-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(dir.data()), nullptr);
+    SimTempDir temp;
+    const std::string &dir = temp.path();
     sim::MasterKey key = sim::MasterKey::LoadOrCreate(dir + "/master.key");
     sim::MasterKey again = sim::MasterKey::LoadOrCreate(dir + "/master.key");
     sim::MasterKey other = sim::MasterKey::LoadOrCreate(dir + "/other.key");
@@ -134,7 +121,6 @@ TEST(SimMasterKey, SealedDataOpensOnlyUnchangedAndUnderTheSameKey) {
     EXPECT_FALSE(other.Open(sealed));
     sealed[sealed.size() / 2] ^= 1;
     EXPECT_FALSE(key.Open(sealed));
-    std::filesystem::remove_all(dir);
 }
 
 }  // namespace

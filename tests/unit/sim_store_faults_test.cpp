@@ -4,11 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "crypto/password_hash.h"
-#include "daemon/data_directory.h"
-#include "server/dispatcher.h"
-#include "server/service_table.h"
-#include "sim_temp_dir.h"
+#include "sim_hsm_fixture.h"
 #include "store/event_log_file.h"
 #include "store/fault_vfs.h"
 
@@ -25,22 +21,21 @@ namespace {
 
 using Fault = sim::FaultVfs::Fault;
 
-class SimStoreFaults : public ::testing::TestWithParam<Fault> {
+// Registered before, and removed after, the stores that open the database through it.
+struct FaultyDisk {
+    sim::FaultVfs vfs_{"sim-store-faults"};
+};
+
+class SimStoreFaults : protected FaultyDisk,
+                       public SimHsm,
+                       public ::testing::WithParamInterface<Fault> {
   protected:
-    SimStoreFaults() {
-        EXPECT_EQ(data_.users().AddUser(sim::Actor::Daemon(), "op", sim::HashPassword("Operator#1"),
-                                        wire::pb::ACL_OPERATOR),
-                  sim::Result::kOk);
-        wire::pb::Request login;
-        login.mutable_login()->set_method(wire::pb::LOGIN_PASSWORD);
-        login.mutable_login()->set_user("op");
-        login.mutable_login()->set_password("Operator#1");
-        EXPECT_EQ(Send(login).status(), wire::OK);
+    SimStoreFaults() : SimHsm(vfs_.name()) {
+        AddUser("op", "Operator#1", wire::pb::ACL_OPERATOR);
+        EXPECT_EQ(Send(Login("op", "Operator#1")).status(), wire::OK);
     }
 
-    wire::pb::Response Send(wire::pb::Request request) {
-        return sim::Dispatch(sim::ServiceTable(), hsm_, op_, request);
-    }
+    wire::pb::Response Send(wire::pb::Request request) { return SimHsm::Send(op_, request); }
 
     // The number of the log's last line and whether its chain is whole, read past the
     // faulty VFS.
@@ -50,16 +45,6 @@ class SimStoreFaults : public ::testing::TestWithParam<Fault> {
         return {report.lines, report.whole};
     }
 
-    sim::FaultVfs vfs_{"sim-store-faults"};
-    SimTempDir dir_;
-    sim::SystemClock clock_;
-    sim::DeviceIdentity identity_;
-    sim::DataDirectory data_{dir_.path(), clock_, identity_.serial, vfs_.name()};
-    sim::SessionTable sessions_{4};
-    sim::DiagnosticLog log_{stderr};  // the refused commits' causes, in the test's output
-    sim::HsmContext hsm_{
-        data_.users(), data_.masterKey(), sessions_,      clock_,         identity_,
-        data_.keys(),  data_.tokens(),    data_.policy(), data_.events(), log_};
     sim::ConnectionState op_;
 };
 
@@ -78,7 +63,7 @@ TEST_P(SimStoreFaults, FailedCommitLeavesNoUserNoKeyNoLogLine) {
         EXPECT_EQ(vfs_.armed(), Fault::kNone);
         EXPECT_EQ(LogEnd(), std::make_pair(lines, true));
     }
-    EXPECT_FALSE(data_.users().FindUser("dave"));
+    EXPECT_FALSE(data_.users().FindUser("dave")) << LogText();
     EXPECT_FALSE(data_.keys().Find("op", "k1", false));
 
     for (const wire::pb::Request &request : {createUser, generateKey})
