@@ -80,7 +80,7 @@ std::unique_ptr<SimProcess> SimulatorOnStandardPort() {
 TEST(ConsoleTlsCertificate, ExportComesFromPort4433WhateverDashPSays) {
     const std::unique_ptr<SimProcess> sim = SimulatorOnStandardPort();
     if (sim == nullptr) GTEST_SKIP() << "127.0.0.1:4433 is in use on this machine";
-    ScratchDir dir;
+    TempDir dir;
     const std::string out = dir.Path("hsm.pem");
 
     PtyDriver console(TARSEL_PATH, {"127.0.0.1", "-g", out, "-p", "1234"});
@@ -94,7 +94,7 @@ TEST(ConsoleTlsCertificate, ExportComesFromPort4433WhateverDashPSays) {
 }
 
 TEST(ConsoleTlsCertificate, UnreachableHsmReportsTheExportError) {
-    ScratchDir dir;
+    TempDir dir;
     const std::string out = dir.Path("hsm.pem");
     PtyDriver console(TARSEL_PATH, {"no.such.host.invalid", "-g", out});
     console.Expect("\nError exporting certificate. ");

@@ -9,25 +9,12 @@
 
 #include "pty_driver.h"
 #include "sim_process.h"
+#include "temp_dir.h"
 #include "test_crypto.h"
 
 // "127.0.0.1 <user> -p <sim port>" followed by `more`.
 std::vector<std::string> ConsoleArgs(const SimProcess &sim, const std::string &user,
                                      const std::vector<std::string> &more = {});
-
-// A private directory removed with its contents at the end of the test.
-class ScratchDir {
-  public:
-    ScratchDir();
-    ~ScratchDir();
-    ScratchDir(const ScratchDir &) = delete;
-    ScratchDir &operator=(const ScratchDir &) = delete;
-
-    std::string Path(const std::string &name) const { return dir_ + "/" + name; }
-
-  private:
-    std::string dir_;
-};
 
 // The file's bytes; empty when it cannot be read.
 std::string ReadFileBytes(const std::string &path);

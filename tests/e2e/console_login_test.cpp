@@ -49,7 +49,7 @@ TEST(ConsoleLogin, PasswordLoginWithAndWithoutASecondFactor) {
     EXPECT_NE(withoutOtp.WaitExit(), 0);
 
     // Mutual TLS reads its files and forces TLS over -c.
-    ScratchDir dir;
+    TempDir dir;
     const std::string key = dir.Path("client.key"), cert = dir.Path("client.crt");
     const TestCertificate identity = MakeTestCertificate("tarsel e2e");
     std::ofstream(key) << identity.KeyPem();

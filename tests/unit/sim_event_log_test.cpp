@@ -58,7 +58,7 @@ class SimEventLogDamage : public ::testing::TestWithParam<Damage> {
     }
 
     std::vector<std::string> ExportedLines(int64_t count = 5) {
-        sim::Database db({dir_.database(), {}});
+        sim::Database db({dir_.Path("hsm.db"), {}});
         std::stringstream file;
         EXPECT_EQ(sim::ExportEventLog(db, file), count);
         std::vector<std::string> lines;
@@ -75,11 +75,11 @@ class SimEventLogDamage : public ::testing::TestWithParam<Damage> {
     }
 
     sim::ChainReport VerifyDatabase() {
-        sim::Database db({dir_.database(), {}});
+        sim::Database db({dir_.Path("hsm.db"), {}});
         return sim::VerifyEventLog(db);
     }
 
-    SimTempDir dir_;
+    TempDir dir_;
 };
 
 TEST_P(SimEventLogDamage, VerifyNamesTheFirstBadLineInTheDatabaseAndInAnExport) {
@@ -95,7 +95,7 @@ TEST_P(SimEventLogDamage, VerifyNamesTheFirstBadLineInTheDatabaseAndInAnExport) 
     EXPECT_FALSE(file.whole);
     EXPECT_EQ(file.firstBad, GetParam().firstBad) << file.problem;
 
-    sim::Database(sim::DatabaseFile{dir_.database(), {}}).Execute(GetParam().sql);
+    sim::Database(sim::DatabaseFile{dir_.Path("hsm.db"), {}}).Execute(GetParam().sql);
     sim::ChainReport database = VerifyDatabase();
     EXPECT_FALSE(database.whole);
     EXPECT_EQ(database.firstBad, GetParam().firstBad) << database.problem;
@@ -136,7 +136,7 @@ TEST_F(SimEventLogDamage, SimctlVerifyLogExitsNonZeroOnlyForABrokenLog) {
     ASSERT_EQ(run("export-log --data " + dir_.path() + " --out " + file, &output), 0) << output;
     EXPECT_EQ(run("verify-log " + file, &output), 0);
     EXPECT_EQ(output, "event log whole: 5 lines\n");
-    sim::Database(sim::DatabaseFile{dir_.database(), {}})
+    sim::Database(sim::DatabaseFile{dir_.Path("hsm.db"), {}})
         .Execute("UPDATE event_log SET outcome = 'failed' WHERE seq = 2");
     EXPECT_EQ(run("verify-log --data " + dir_.path(), &output), 1);
     EXPECT_EQ(output, "event log broken: line 2 does not match its hash\n");
@@ -159,7 +159,7 @@ class SimEventLogActor : public SimHsm {
   protected:
     // Each line as "user | operation".
     std::vector<std::string> Lines() {
-        sim::Database db({dir_.database(), {}});
+        sim::Database db({dir_.Path("hsm.db"), {}});
         sim::Statement st(db, "SELECT user_id || ' | ' || operation FROM event_log ORDER BY seq");
         std::vector<std::string> lines;
         while (st.Step())
@@ -194,11 +194,11 @@ TEST_F(SimEventLogActor, ChangesToAnotherAccountNameTheActorAsUserAndTheTargetIn
 }
 
 TEST(SimEventLog, DatabaseOfTheFirstReleaseIsUpgradedAndANewerOneRefused) {
-    SimTempDir dir;
+    TempDir dir;
     {
         // What the first release left: its version-1 tables (those the upgrade touches) and
         // the objects table as the key store made it before its later columns.
-        sim::Database old({dir.database(), {}});
+        sim::Database old({dir.Path("hsm.db"), {}});
         old.Execute(R"sql(
 CREATE TABLE event_log (seq INTEGER PRIMARY KEY AUTOINCREMENT, time INTEGER NOT NULL,
                         user_id TEXT NOT NULL, text TEXT NOT NULL);
@@ -227,7 +227,7 @@ PRAGMA user_version = 1;
         EXPECT_EQ(data.keys().SetBlocked(sim::Actor::User("alice"), *old, true), sim::Result::kOk);
         EXPECT_TRUE(data.keys().Find("alice", "old", false)->blocked);
     }
-    sim::Database db({dir.database(), {}});
+    sim::Database db({dir.Path("hsm.db"), {}});
     sim::Statement version(db, "PRAGMA user_version");
     ASSERT_TRUE(version.Step());
     EXPECT_EQ(version.Int(0), 3);

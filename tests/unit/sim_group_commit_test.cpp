@@ -15,9 +15,9 @@
 #include <vector>
 
 #include "daemon/data_directory.h"
-#include "sim_temp_dir.h"
 #include "store/event_log_file.h"
 #include "store/group_commit.h"
+#include "temp_dir.h"
 
 namespace {
 
@@ -25,7 +25,7 @@ using namespace std::chrono_literals;
 
 class SimGroupCommit : public ::testing::Test {
   protected:
-    SimTempDir dir_;
+    TempDir dir_;
 };
 
 // What a caller got back: a result, or the text of the exception it caught.
@@ -107,7 +107,7 @@ TEST_F(SimGroupCommit, ManyThreadsInsertingAreAllStoredAndLoggedAndSurviveReopen
             ASSERT_TRUE(found) << name(t, i);
             EXPECT_EQ(found->sealed, "sealed " + name(t, i));
         }
-    sim::Database db({dir_.database(), {}});
+    sim::Database db({dir_.Path("hsm.db"), {}});
     sim::Statement events(db, "SELECT COUNT(*) FROM event_log WHERE operation = 'Key generated'");
     ASSERT_TRUE(events.Step());
     EXPECT_EQ(events.Int(0), kThreads * kPerThread);

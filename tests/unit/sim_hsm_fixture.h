@@ -13,7 +13,7 @@
 #include "daemon/data_directory.h"
 #include "server/dispatcher.h"
 #include "server/service_table.h"
-#include "sim_temp_dir.h"
+#include "temp_dir.h"
 
 class FakeClock final : public sim::Clock {
   public:
@@ -65,7 +65,7 @@ class SimHsm : public ::testing::Test {
 
     FakeClock clock_;
     sim::DeviceIdentity identity_;
-    SimTempDir dir_;
+    TempDir dir_;
     sim::DataDirectory data_;
     sim::SessionTable sessions_{16};
     char *logText_ = nullptr;

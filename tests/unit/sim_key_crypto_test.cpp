@@ -5,11 +5,11 @@
 
 #include <string>
 
-#include "../support/test_crypto.h"
 #include "crypto/key_check_value.h"
 #include "crypto/key_components.h"
 #include "crypto/key_generator.h"
 #include "crypto/rc5.h"
+#include "test_crypto.h"
 
 namespace {
 

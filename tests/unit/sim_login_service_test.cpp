@@ -106,7 +106,7 @@ TEST_F(SimLoginService, RemovedUsersSessionEndsAtItsNextRequest) {
 }
 
 TEST(SimMasterKey, SealedDataOpensOnlyUnchangedAndUnderTheSameKey) {
-    SimTempDir temp;
+    TempDir temp;
     const std::string &dir = temp.path();
     sim::MasterKey key = sim::MasterKey::LoadOrCreate(dir + "/master.key");
     sim::MasterKey again = sim::MasterKey::LoadOrCreate(dir + "/master.key");

@@ -40,7 +40,7 @@ class SimStoreFaults : protected FaultyDisk,
     // The number of the log's last line and whether its chain is whole, read past the
     // faulty VFS.
     std::pair<int64_t, bool> LogEnd() {
-        sim::Database db({dir_.database(), {}});
+        sim::Database db({dir_.Path("hsm.db"), {}});
         sim::ChainReport report = sim::VerifyEventLog(db);
         return {report.lines, report.whole};
     }

@@ -7,21 +7,22 @@
 #include <filesystem>
 #include <string>
 
-class SimTempDir {
+class TempDir {
   public:
-    SimTempDir() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "sim-test-XXXXXX").string();
+    TempDir() {
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "orvena-test-XXXXXX").string();
         if (::mkdtemp(pattern.data()) != nullptr) path_ = pattern;
         EXPECT_FALSE(path_.empty());
     }
-    ~SimTempDir() {
+    ~TempDir() {
         if (!path_.empty()) std::filesystem::remove_all(path_);
     }
-    SimTempDir(const SimTempDir &) = delete;
-    SimTempDir &operator=(const SimTempDir &) = delete;
+    TempDir(const TempDir &) = delete;
+    TempDir &operator=(const TempDir &) = delete;
 
     const std::string &path() const { return path_; }
-    std::string database() const { return path_ + "/hsm.db"; }
+    std::string Path(const std::string &name) const { return path_ + "/" + name; }
 
   private:
     std::string path_;
