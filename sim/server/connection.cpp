@@ -74,8 +74,8 @@ void ServeRequests(HsmContext &hsm, ConnectionState &conn, wire::Stream &stream)
 bool SendResponse(wire::Stream &stream, wire::pb::Response &response) {
     std::string bytes;
     bool sent = response.SerializeToString(&bytes) && wire::WriteFrame(stream, bytes) == wire::OK;
-    OPENSSL_cleanse(bytes.data(), bytes.size());
-    wire::WipeSecretFields(response);
+    // As the library does with its requests: the bytes are wiped when the reply held a secret.
+    if (wire::WipeSecretFields(response)) OPENSSL_cleanse(bytes.data(), bytes.size());
     return sent;
 }
 
