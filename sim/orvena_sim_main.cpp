@@ -48,7 +48,7 @@ int Run(const sim::DaemonOptions &options) {
         data.users(), data.masterKey(), sessions,      clock,         options.identity,
         data.keys(),  data.tokens(),    data.policy(), data.events(), log};
 
-    sim::Server server(hsm, tls, options.host, options.port, options.idleTimeoutSeconds);
+    sim::Server server(hsm, tls, options.host, options.port, options.limits);
     std::optional<sim::DiscoveryResponder> discovery;
     if (options.discoveryPort != 0) {
         wire::pb::DiscoveryReply reply;

@@ -3,6 +3,7 @@
 #include <openssl/crypto.h>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <algorithm>
 #include <cerrno>
 
 namespace wire {
@@ -56,15 +57,51 @@ Status Stream::WriteAll(const void *buffer, size_t length) {
     return OK;
 }
 
-Status ReadFrame(Stream &stream, std::string &payload) {
+namespace {
+
+// The first step of a body's buffer; each later step doubles what arrived.
+constexpr size_t kFirstBodyStep = 64 * 1024;
+
+// Moves `payload` into a larger buffer, wiping the old one: the bytes may be a secret.
+void Grow(std::string &payload, size_t capacity) {
+    std::string larger;
+    larger.reserve(capacity);
+    larger.assign(payload);
+    OPENSSL_cleanse(payload.data(), payload.size());
+    payload.swap(larger);
+}
+
+}  // namespace
+
+Status ReadFrameHeader(Stream &stream, uint32_t *length, uint32_t maxLength) {
     unsigned char header[4];
     if (Status s = stream.ReadExact(header, sizeof header); s != OK) return s;
-    uint32_t length = (uint32_t{header[0]} << 24) | (uint32_t{header[1]} << 16) |
-                      (uint32_t{header[2]} << 8) | uint32_t{header[3]};
-    if (length > kMaxFrameBytes) return ERR_FRAME_TOO_LARGE;
-    payload.resize(length);
-    if (length == 0) return OK;
-    return stream.ReadExact(payload.data(), length);
+    *length = (uint32_t{header[0]} << 24) | (uint32_t{header[1]} << 16) |
+              (uint32_t{header[2]} << 8) | uint32_t{header[3]};
+    return *length > maxLength ? ERR_FRAME_TOO_LARGE : OK;
+}
+
+Status ReadFrameBody(Stream &stream, uint32_t length, std::string &payload) {
+    OPENSSL_cleanse(payload.data(), payload.size());
+    payload.clear();
+    while (payload.size() < length) {
+        const size_t have = payload.size();
+        const size_t step = std::min<size_t>(length - have, std::max(kFirstBodyStep, have));
+        if (payload.capacity() < have + step) Grow(payload, have + step);
+        payload.resize(have + step);
+        if (Status s = stream.ReadExact(payload.data() + have, step); s != OK) {
+            OPENSSL_cleanse(payload.data(), payload.size());
+            payload.clear();
+            return s;
+        }
+    }
+    return OK;
+}
+
+Status ReadFrame(Stream &stream, std::string &payload, uint32_t maxLength) {
+    uint32_t length = 0;
+    if (Status s = ReadFrameHeader(stream, &length, maxLength); s != OK) return s;
+    return ReadFrameBody(stream, length, payload);
 }
 
 Status WriteFrame(Stream &stream, const std::string &payload) {

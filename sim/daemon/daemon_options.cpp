@@ -24,6 +24,9 @@ bool ParseListen(const std::string &text, DaemonOptions *options) {
     return ParseNumber<uint16_t>(text.substr(colon + 1), 65535, &options->port);
 }
 
+// A day: longer deadlines are a mistake, and the seconds must fit a timeval and nanoseconds.
+constexpr int kMaxSeconds = 86400;
+
 bool IsWord(const std::string &text) {
     return !text.empty() && text.find_first_of(" \t\r\n") == std::string::npos;
 }
@@ -45,6 +48,18 @@ const char *DaemonUsage() {
            "off)\n"
            "  --max-sessions N          most sessions open at once (default 1024)\n"
            "  --idle-timeout SECONDS    close idle sessions (default 1800, 0 = never)\n"
+           "  --login-timeout SECONDS   time from connecting to an open session, TLS\n"
+           "                            handshake included (default 20, 0 = none)\n"
+           "  --frame-timeout SECONDS   time for the rest of a frame once its header came\n"
+           "                            (default 30, 0 = none)\n"
+           "  --max-pending-logins N    connections without a session yet (default 64, 0 =\n"
+           "                            no limit); more are closed at once\n"
+           "  --max-connections-per-address N\n"
+           "                            connections from one client address (default 512,\n"
+           "                            0 = no limit)\n"
+           "  --max-requests-per-second N\n"
+           "                            requests one session may make; more wait their turn\n"
+           "                            (default 20000, 0 = no limit)\n"
            "  --help                    this text\n"
            "Diagnostics go to standard error: the cause of every internal error, with the\n"
            "request's kind and the session user, never a secret or a value a request carried.\n";
@@ -88,8 +103,17 @@ ParseOutcome ParseDaemonOptions(const std::vector<std::string> &args, DaemonOpti
             ok = ParseNumber<size_t>(value, 1u << 20, &options->maxSessions) &&
                  options->maxSessions > 0;
         } else if (name == "--idle-timeout") {
-            ok = ParseNumber<int>(value, std::numeric_limits<int>::max(),
-                                  &options->idleTimeoutSeconds);
+            ok = ParseNumber<int>(value, kMaxSeconds, &options->limits.idleTimeoutSeconds);
+        } else if (name == "--login-timeout") {
+            ok = ParseNumber<int>(value, kMaxSeconds, &options->limits.loginSeconds);
+        } else if (name == "--frame-timeout") {
+            ok = ParseNumber<int>(value, kMaxSeconds, &options->limits.frameSeconds);
+        } else if (name == "--max-pending-logins") {
+            ok = ParseNumber<size_t>(value, 1u << 20, &options->limits.maxPendingLogins);
+        } else if (name == "--max-connections-per-address") {
+            ok = ParseNumber<size_t>(value, 1u << 20, &options->limits.maxPerAddress);
+        } else if (name == "--max-requests-per-second") {
+            ok = ParseNumber<uint32_t>(value, 1u << 30, &options->limits.maxRequestsPerSecond);
         } else {
             *error = "unknown option " + name;
             return ParseOutcome::kError;

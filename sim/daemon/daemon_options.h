@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "policy/device_identity.h"
+#include "server/connection.h"
 
 namespace sim {
 
@@ -18,7 +19,7 @@ struct DaemonOptions {
     DeviceIdentity identity;
     uint16_t discoveryPort = 4433;  // 0 = no discovery
     size_t maxSessions = 1024;
-    int idleTimeoutSeconds = 1800;  // 0 = none
+    ConnectionLimits limits;
 };
 
 enum class ParseOutcome { kRun, kHelp, kError };

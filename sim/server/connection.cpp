@@ -6,7 +6,10 @@
 #include <openssl/x509.h>
 #include <sys/socket.h>
 
+#include <algorithm>
+#include <chrono>
 #include <memory>
+#include <thread>
 
 #include "secret_fields.h"
 #include "server/dispatcher.h"
@@ -46,11 +49,74 @@ bool ReplyStatus(wire::Stream &stream, wire::Status status) {
     return SendResponse(stream, response);
 }
 
-void ServeRequests(HsmContext &hsm, ConnectionState &conn, wire::Stream &stream) {
+int64_t SteadyNanos() {
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+// Spaces a session's requests to its rate: a bucket that holds one second's worth, so a
+// burst passes and a flood is slowed, never refused.
+class RequestPacer {
+  public:
+    explicit RequestPacer(uint32_t perSecond) : perSecond_(perSecond), tokens_(perSecond) {}
+
+    void Wait() {
+        if (perSecond_ == 0) return;
+        const auto now = std::chrono::steady_clock::now();
+        tokens_ = std::min<double>(
+            perSecond_, tokens_ + std::chrono::duration<double>(now - last_).count() * perSecond_);
+        last_ = now;
+        if (tokens_ < 1) {
+            std::this_thread::sleep_for(std::chrono::duration<double>((1 - tokens_) / perSecond_));
+            last_ = std::chrono::steady_clock::now();
+            tokens_ = 1;
+        }
+        tokens_ -= 1;
+    }
+
+  private:
+    const uint32_t perSecond_;
+    double tokens_;
+    std::chrono::steady_clock::time_point last_ = std::chrono::steady_clock::now();
+};
+
+// Tells the server whether a session is open, before the reply that opened or closed it
+// goes out, so the client's next connection is counted right. Without a session the login
+// is timed: from accept (set by the server), or afresh from a logout.
+void PublishSessionState(const ConnectionState &conn, const ConnectionLimits &limits,
+                         ConnectionWatch &watch) {
+    const bool open = conn.session != nullptr;
+    if (watch.sessionOpen.exchange(open) == open) return;
+    watch.deadline = open || limits.loginSeconds == 0
+                         ? 0
+                         : SteadyNanos() + int64_t{limits.loginSeconds} * 1'000'000'000;
+}
+
+// Reads the next request's frame: small before a session is open, and once it is, the
+// wait for a request is bounded by the idle timeout and each frame's body by its deadline.
+wire::Status ReadRequestFrame(wire::Stream &stream, const ConnectionState &conn,
+                              const ConnectionLimits &limits, ConnectionWatch &watch,
+                              std::string &payload) {
+    const bool open = conn.session != nullptr;
+    uint32_t length = 0;
+    wire::Status read = wire::ReadFrameHeader(
+        stream, &length, open ? wire::kMaxFrameBytes : wire::kMaxFrameBytesBeforeLogin);
+    if (read != wire::OK) return read;
+    if (open && limits.frameSeconds > 0)
+        watch.deadline = SteadyNanos() + int64_t{limits.frameSeconds} * 1'000'000'000;
+    read = wire::ReadFrameBody(stream, length, payload);
+    if (open) watch.deadline = 0;
+    return read;
+}
+
+void ServeRequests(HsmContext &hsm, ConnectionState &conn, wire::Stream &stream,
+                   const ConnectionLimits &limits, ConnectionWatch &watch) {
     std::string payload;
     wire::pb::Request request;
+    RequestPacer pacer(limits.maxRequestsPerSecond);
     for (;;) {
-        wire::Status read = wire::ReadFrame(stream, payload);
+        wire::Status read = ReadRequestFrame(stream, conn, limits, watch, payload);
         if (read == wire::ERR_FRAME_TOO_LARGE) {
             // The body was not read, so the stream is out of step: answer and hang up.
             ReplyStatus(stream, read);
@@ -64,7 +130,9 @@ void ServeRequests(HsmContext &hsm, ConnectionState &conn, wire::Stream &stream)
             if (!ReplyStatus(stream, wire::ERR_PROTOCOL)) return;
             continue;
         }
+        pacer.Wait();
         wire::pb::Response response = Dispatch(ServiceTable(), hsm, conn, request);
+        PublishSessionState(conn, limits, watch);
         if (!SendResponse(stream, response) || conn.closeAfterReply) return;
     }
 }
@@ -79,8 +147,9 @@ bool SendResponse(wire::Stream &stream, wire::pb::Response &response) {
     return sent;
 }
 
-void ServeConnection(HsmContext &hsm, SSL_CTX *tls, int fd, int idleTimeoutSeconds) {
-    ConfigureSocket(fd, idleTimeoutSeconds);
+void ServeConnection(HsmContext &hsm, SSL_CTX *tls, int fd, const ConnectionLimits &limits,
+                     ConnectionWatch &watch) {
+    ConfigureSocket(fd, limits.idleTimeoutSeconds);
     unsigned char first = 0;
     if (::recv(fd, &first, 1, MSG_PEEK) != 1) return;
 
@@ -92,7 +161,7 @@ void ServeConnection(HsmContext &hsm, SSL_CTX *tls, int fd, int idleTimeoutSecon
         conn.peerCertificate = PeerCertificateDer(ssl.get());
     }
     wire::Stream stream(fd, ssl.get());
-    ServeRequests(hsm, conn, stream);
+    ServeRequests(hsm, conn, stream, limits, watch);
     if (conn.session) hsm.sessions.Close(conn.session->id);
     if (ssl) SSL_shutdown(ssl.get());
 }

@@ -3,17 +3,41 @@
 
 #include <openssl/ssl.h>
 
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
 #include "envelope.pb.h"
 #include "framing.h"
 #include "service/hsm_context.h"
 
 namespace sim {
 
+// What one client may take of the daemon. Zero turns a limit off.
+struct ConnectionLimits {
+    int idleTimeoutSeconds = 1800;  // between requests of an open session
+    // From accept to an open session, TLS handshake included: a client that trickles its
+    // handshake or login byte by byte is cut off here.
+    int loginSeconds = 20;
+    int frameSeconds = 30;        // from a frame's header to its last byte
+    size_t maxPendingLogins = 64;  // connections without a session, over all clients
+    size_t maxPerAddress = 512;    // connections from one client address
+    uint32_t maxRequestsPerSecond = 20000;  // per session; the excess waits its turn
+};
+
+// What a connection's thread tells the server while it runs.
+struct ConnectionWatch {
+    // Steady-clock nanoseconds by which the step under way must end, 0 when none: the server
+    // shuts the socket down once it has passed.
+    std::atomic<int64_t> deadline{0};
+    std::atomic<bool> sessionOpen{false};
+};
+
 // Runs on the connection's own thread with blocking I/O. Does not close `fd` (the server
-// does, after the thread ended, so that a shutdown() from Stop never hits a reused fd).
+// does, under its lock, so that a shutdown() from another thread never hits a reused fd).
 // A first byte of 0x16 starts TLS; anything else is a clear-text session.
-// `idleTimeoutSeconds` 0 waits forever for the next request.
-void ServeConnection(HsmContext &hsm, SSL_CTX *tls, int fd, int idleTimeoutSeconds);
+void ServeConnection(HsmContext &hsm, SSL_CTX *tls, int fd, const ConnectionLimits &limits,
+                     ConnectionWatch &watch);
 
 // Sends `response` as one frame, then wipes its secret fields and the serialised copy, which
 // may carry a secret (a new access token, exported key material). True when it was sent.

@@ -1,7 +1,7 @@
 #include "server/server.h"
 
 #include <arpa/inet.h>
-#include <netinet/in.h>
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -9,23 +9,35 @@
 #include <chrono>
 #include <system_error>
 
-#include "server/connection.h"
-
 namespace sim {
 
 namespace {
 
 constexpr int kListenBacklog = 512;
+// How long the acceptor rests once the descriptors ran out, and how often the watchdog
+// looks at the connections' deadlines.
+constexpr int kOutOfDescriptorsPauseMs = 50;
+constexpr int kWatchdogPeriodMs = 200;
 
 [[noreturn]] void ThrowErrno(const char *what) {
     throw std::system_error(errno, std::generic_category(), what);
 }
 
+int OpenReserveDescriptor() {
+    return ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+}
+
+int64_t SteadyNanos() {
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
 }  // namespace
 
 Server::Server(HsmContext &hsm, const TlsServerContext &tls, const std::string &host, uint16_t port,
-               int idleTimeoutSeconds)
-    : hsm_(hsm), tls_(tls), idleTimeoutSeconds_(idleTimeoutSeconds) {
+               const ConnectionLimits &limits)
+    : hsm_(hsm), tls_(tls), limits_(limits) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
@@ -44,42 +56,89 @@ Server::Server(HsmContext &hsm, const TlsServerContext &tls, const std::string &
         throw std::system_error(saved, std::generic_category(), "listen on " + host);
     }
     port_ = ntohs(address.sin_port);
+    reserveFd_ = OpenReserveDescriptor();
 }
 
 Server::~Server() {
     Stop();
     ::close(listenFd_);
+    if (reserveFd_ >= 0) ::close(reserveFd_);
 }
 
 void Server::Start() {
     acceptThread_ = std::thread([this] { AcceptLoop(); });
+    watchdogThread_ = std::thread([this] { Watchdog(); });
 }
 
 void Server::AcceptLoop() {
     while (stop_.WaitReadable(listenFd_)) {
-        int fd = ::accept4(listenFd_, nullptr, nullptr, SOCK_CLOEXEC);
+        sockaddr_in peer{};
+        socklen_t peerLength = sizeof peer;
+        int fd = ::accept4(listenFd_, reinterpret_cast<sockaddr *>(&peer), &peerLength,
+                           SOCK_CLOEXEC);
         if (fd < 0) {
-            // Out of descriptors: the pending connection stays readable, so give
-            // finishing sessions a moment instead of spinning on it.
-            if (errno == EMFILE || errno == ENFILE)
-                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            if (errno == EMFILE || errno == ENFILE) {
+                RefuseWithReserveDescriptor();
+                if (stop_.WaitSet(kOutOfDescriptorsPauseMs)) return;
+            }
             continue;
         }
         std::lock_guard lock(mutex_);
-        ReapFinishedLocked();
         if (stopped_) {
             ::close(fd);
             return;
         }
+        if (!AdmitLocked(peer.sin_addr.s_addr)) {
+            ::close(fd);
+            continue;
+        }
         Connection &conn = connections_.emplace_back();
         conn.fd = fd;
+        conn.peer = peer.sin_addr.s_addr;
+        if (limits_.loginSeconds > 0)
+            conn.watch.deadline = SteadyNanos() + int64_t{limits_.loginSeconds} * 1'000'000'000;
         conn.thread = std::thread([this, &conn] {
-            ServeConnection(hsm_, tls_.get(), conn.fd, idleTimeoutSeconds_);
-            // The peer learns of the end now; the descriptor is closed when reaped.
-            ::shutdown(conn.fd, SHUT_RDWR);
+            ServeConnection(hsm_, tls_.get(), conn.fd, limits_, conn.watch);
             std::lock_guard done(mutex_);
+            ::close(conn.fd);
+            conn.fd = -1;
             conn.finished = true;
         });
+    }
+}
+
+void Server::RefuseWithReserveDescriptor() {
+    if (reserveFd_ < 0) return;
+    ::close(reserveFd_);
+    int fd = ::accept4(listenFd_, nullptr, nullptr, SOCK_CLOEXEC);
+    if (fd >= 0) ::close(fd);
+    reserveFd_ = OpenReserveDescriptor();
+}
+
+bool Server::AdmitLocked(in_addr_t peer) const {
+    size_t pending = 0;
+    size_t fromPeer = 0;
+    for (const Connection &conn : connections_) {
+        if (conn.finished) continue;
+        if (!conn.watch.sessionOpen) ++pending;
+        if (conn.peer == peer) ++fromPeer;
+    }
+    return (limits_.maxPendingLogins == 0 || pending < limits_.maxPendingLogins) &&
+           (limits_.maxPerAddress == 0 || fromPeer < limits_.maxPerAddress);
+}
+
+void Server::Watchdog() {
+    while (!stop_.WaitSet(kWatchdogPeriodMs)) {
+        const int64_t now = SteadyNanos();
+        std::lock_guard lock(mutex_);
+        ReapFinishedLocked();
+        for (Connection &conn : connections_) {
+            const int64_t deadline = conn.watch.deadline;
+            if (conn.fd >= 0 && !conn.cutOff && deadline != 0 && now > deadline) {
+                ::shutdown(conn.fd, SHUT_RDWR);
+                conn.cutOff = true;
+            }
+        }
     }
 }
 
@@ -90,7 +149,6 @@ void Server::ReapFinishedLocked() {
             continue;
         }
         it->thread.join();
-        ::close(it->fd);
         it = connections_.erase(it);
     }
 }
@@ -103,17 +161,18 @@ void Server::Stop() {
     }
     stop_.Set();
     if (acceptThread_.joinable()) acceptThread_.join();
+    if (watchdogThread_.joinable()) watchdogThread_.join();
     std::list<Connection> remaining;
     {
         std::lock_guard lock(mutex_);
         for (Connection &conn : connections_)
-            ::shutdown(conn.fd, SHUT_RDWR);
+            if (conn.fd >= 0) ::shutdown(conn.fd, SHUT_RDWR);
         remaining.splice(remaining.end(), connections_);
     }
-    for (Connection &conn : remaining) {
+    // The threads close their own descriptors, under the lock; the list they point into is
+    // now `remaining`, whose nodes did not move.
+    for (Connection &conn : remaining)
         conn.thread.join();
-        ::close(conn.fd);
-    }
 }
 
 }  // namespace sim

@@ -1,5 +1,8 @@
 #pragma once
-// The TCP acceptor: one thread per connection, all of them joined on Stop.
+// The TCP acceptor: one thread per connection, a watchdog for their deadlines, all of them
+// joined on Stop.
+
+#include <netinet/in.h>
 
 #include <cstdint>
 #include <list>
@@ -8,6 +11,7 @@
 #include <thread>
 
 #include "crypto/tls_identity.h"
+#include "server/connection.h"
 #include "server/stop_event.h"
 #include "service/hsm_context.h"
 
@@ -18,7 +22,7 @@ class Server {
     // Binds and listens on host:port (port 0 = ephemeral). Throws std::system_error.
     // `hsm` and `tls` must outlive the server.
     Server(HsmContext &hsm, const TlsServerContext &tls, const std::string &host, uint16_t port,
-           int idleTimeoutSeconds);
+           const ConnectionLimits &limits);
     // Stops if still running.
     ~Server();
     Server(const Server &) = delete;
@@ -31,22 +35,33 @@ class Server {
 
   private:
     struct Connection {
-        int fd;
+        int fd;          // -1 once the connection's thread closed it
+        in_addr_t peer;  // network order
+        ConnectionWatch watch;
         std::thread thread;
         bool finished = false;
+        bool cutOff = false;
     };
 
     void AcceptLoop();
-    // Joins and closes connections whose thread has ended. REQUIRES: mutex_ held.
+    // Takes one pending connection when no descriptor is left, and closes it at once: the
+    // client learns it was refused instead of waiting in the backlog.
+    void RefuseWithReserveDescriptor();
+    // True when the limits let one more connection from `peer` in. REQUIRES: mutex_ held.
+    bool AdmitLocked(in_addr_t peer) const;
+    void Watchdog();
+    // Joins connections whose thread has ended. REQUIRES: mutex_ held.
     void ReapFinishedLocked();
 
     HsmContext &hsm_;
     const TlsServerContext &tls_;
-    const int idleTimeoutSeconds_;
+    const ConnectionLimits limits_;
     int listenFd_ = -1;
+    int reserveFd_ = -1;
     uint16_t port_ = 0;
     StopEvent stop_;
     std::thread acceptThread_;
+    std::thread watchdogThread_;
     std::mutex mutex_;
     std::list<Connection> connections_;
     bool stopped_ = false;

@@ -34,4 +34,10 @@ bool StopEvent::WaitReadable(int fd) const {
     }
 }
 
+bool StopEvent::WaitSet(int milliseconds) const {
+    pollfd event = {fd_, POLLIN, 0};
+    int ready = ::poll(&event, 1, milliseconds);
+    return ready > 0 && event.revents != 0;
+}
+
 }  // namespace sim

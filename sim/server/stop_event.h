@@ -13,6 +13,8 @@ class StopEvent {
     void Set();
     // Waits until `fd` is readable (true) or the event is set (false).
     bool WaitReadable(int fd) const;
+    // Waits up to `milliseconds`; true when the event is set.
+    bool WaitSet(int milliseconds) const;
 
   private:
     int fd_;

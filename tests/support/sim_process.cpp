@@ -57,7 +57,7 @@ bool ReadLineUntil(int fd, std::chrono::steady_clock::time_point deadline, std::
 
 // Starts args[0] with `args` and its standard output on a pipe, whose reading end goes to
 // *out; the child's pid, or -1.
-pid_t Spawn(std::vector<std::string> args, int *out) {
+pid_t Spawn(std::vector<std::string> args, const std::string &stderrPath, int *out) {
     int pipeFds[2];
     if (::pipe2(pipeFds, O_CLOEXEC) != 0) return -1;
     std::vector<char *> argv;
@@ -69,6 +69,10 @@ pid_t Spawn(std::vector<std::string> args, int *out) {
         // A test that aborts (a sanitizer report) must not leave its simulator behind.
         ::prctl(PR_SET_PDEATHSIG, SIGTERM);
         ::dup2(pipeFds[1], STDOUT_FILENO);
+        if (!stderrPath.empty()) {
+            int err = ::open(stderrPath.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+            if (err >= 0) ::dup2(err, STDERR_FILENO);
+        }
         ::execv(argv[0], argv.data());
         ::_exit(127);
     }
@@ -127,7 +131,7 @@ bool SimProcess::TryStart(uint16_t discoveryPort) {
     }
     args.insert(args.end(), options_.extraArgs.begin(), options_.extraArgs.end());
 
-    pid_ = Spawn(std::move(args), &stdoutFd_);
+    pid_ = Spawn(std::move(args), options_.stderrPath, &stdoutFd_);
     if (pid_ < 0) return false;
 
     auto deadline = std::chrono::steady_clock::now() + kStartTimeout;
@@ -183,7 +187,7 @@ int SimProcess::Simctl(const std::vector<std::string> &args, std::string *out) c
     std::vector<std::string> all = {ORVENA_SIMCTL_PATH, "--data", dataDir_};
     all.insert(all.end(), args.begin(), args.end());
     int fd = -1;
-    const pid_t pid = Spawn(std::move(all), &fd);
+    const pid_t pid = Spawn(std::move(all), {}, &fd);
     if (pid < 0) return -1;
     std::string text;
     char buffer[4096];

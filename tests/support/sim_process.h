@@ -11,6 +11,7 @@
 class SimProcess {
   public:
     struct Options {
+        std::string stderrPath = {};  // the daemon's diagnostics, appended; "" = ours
         std::string initPassword = "Operator#12345";
         std::vector<std::string> extraArgs;  // e.g. {"--firmware", "5.0.34.99"}
     };
@@ -28,6 +29,7 @@ class SimProcess {
     uint16_t port() const { return port_; }
     uint16_t discoveryPort() const { return discoveryPort_; }
     const std::string &dataDir() const { return dataDir_; }
+    pid_t pid() const { return pid_; }
     const std::string &initPassword() const { return options_.initPassword; }
 
     // SIGTERM, then waits; returns the exit status (-1 when none was running). Idempotent.

@@ -44,7 +44,7 @@ TEST(SimDaemonOptions, ParsesEveryOptionAndRefusesBadValues) {
     EXPECT_EQ(options.identity.hsmMode, 2u);
     EXPECT_EQ(options.discoveryPort, 0);
     EXPECT_EQ(options.maxSessions, 7u);
-    EXPECT_EQ(options.idleTimeoutSeconds, 0);
+    EXPECT_EQ(options.limits.idleTimeoutSeconds, 0);
     EXPECT_EQ(options.initPassword, "pw");
 
     for (std::vector<std::string> bad : {
