@@ -1,6 +1,9 @@
 // orvena-sim: a software HSM serving the device library's protocol.
 
 #include <signal.h>
+#include <sys/stat.h>
+
+#include <google/protobuf/stubs/logging.h>
 
 #include <cstdio>
 #include <exception>
@@ -74,9 +77,15 @@ int Run(const sim::DaemonOptions &options) {
     return 0;
 }
 
+// Text that is not UTF-8 is answered with a protocol error; protobuf would also write a
+// line for each such frame, which lets one client fill the diagnostics.
+void IgnoreProtobufLog(google::protobuf::LogLevel, const char *, int, const std::string &) {}
+
 }  // namespace
 
 int main(int argc, char **argv) {
+    google::protobuf::SetLogHandler(IgnoreProtobufLog);
+    ::umask(077);  // every file of the HSM, SQLite's own included, is the owner's alone
     sim::DaemonOptions options;
     std::string error;
     switch (sim::ParseDaemonOptions(std::vector<std::string>(argv + 1, argv + argc), &options,

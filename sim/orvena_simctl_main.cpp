@@ -2,6 +2,8 @@
 // tokens, password policy), also while the daemon runs, and exports and checks its event
 // log.
 
+#include <sys/stat.h>
+
 #include <exception>
 #include <iostream>
 #include <string>
@@ -12,6 +14,7 @@
 #include "simctl/simctl_commands.h"
 
 int main(int argc, char **argv) {
+    ::umask(077);  // as the daemon: the files it makes are the owner's alone
     std::vector<std::string> args(argv + 1, argv + argc);
     if (!args.empty() && (args[0] == "--help" || args[0] == "-h")) {
         std::cout << sim::SimctlUsage();

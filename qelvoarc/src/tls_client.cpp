@@ -9,6 +9,7 @@
 
 #include "sigpipe_guard.h"
 #include "status.h"
+#include "tls_policy.h"
 
 namespace qelvoarc {
 
@@ -64,7 +65,7 @@ X509Ptr ParseCertificate(std::string_view bytes) {
 uint32_t MakeClientContext(const MutualTlsMaterial *mutualTls, SslCtxPtr *ctx) {
     SslCtxPtr created(SSL_CTX_new(TLS_client_method()));
     if (created == nullptr) return wire::ERR_NO_MEMORY;
-    SSL_CTX_set_min_proto_version(created.get(), TLS1_2_VERSION);
+    if (!wire::ApplyTlsPolicy(created.get())) return wire::ERR_TLS;
     SSL_CTX_set_verify(created.get(), SSL_VERIFY_NONE, nullptr);
     if (mutualTls != nullptr) {
         uint32_t status = LoadIdentity(created.get(), *mutualTls);

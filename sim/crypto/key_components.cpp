@@ -1,5 +1,7 @@
 #include "crypto/key_components.h"
 
+#include <openssl/crypto.h>
+
 #include <cstring>
 #include <string>
 
@@ -14,7 +16,7 @@ bool Matches(uint32_t algorithm, wire::pb::CheckValueFormat format, std::string_
     wire::CheckValue value{};
     return expected.size() == value.size() &&
            wire::ComputeCheckValue(algorithm, format, key, &value) == wire::OK &&
-           std::memcmp(value.data(), expected.data(), value.size()) == 0;
+           CRYPTO_memcmp(value.data(), expected.data(), value.size()) == 0;
 }
 
 void XorInto(std::string &key, std::string_view part) {

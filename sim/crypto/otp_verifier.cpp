@@ -2,9 +2,7 @@
 
 #include <liboath/oath.h>
 
-#include <string>
-
-#include "core/secret.h"
+#include <openssl/crypto.h>
 
 namespace sim {
 
@@ -16,56 +14,65 @@ void EnsureOathInitialised() {
     (void)initialised;
 }
 
+// The counter in [first, last] whose code is `otp`. liboath's own validation compares with
+// strcmp, which tells how many leading digits were right; here every code of the window is
+// made and compared in constant time, so the time taken says nothing about the match.
+std::optional<uint64_t> FindCounter(std::string_view seed, uint64_t first, uint64_t last,
+                                    std::string_view otp) {
+    if (otp.size() < 6 || otp.size() > 8) return std::nullopt;
+    char code[9] = {};
+    std::optional<uint64_t> found;
+    for (uint64_t counter = first; counter <= last; ++counter) {
+        if (oath_hotp_generate(seed.data(), seed.size(), counter, static_cast<unsigned>(otp.size()),
+                               false, OATH_HOTP_DYNAMIC_TRUNCATION, code) != OATH_OK)
+            break;
+        const bool same = CRYPTO_memcmp(code, otp.data(), otp.size()) == 0;
+        if (same && !found) found = counter;
+    }
+    OPENSSL_cleanse(code, sizeof code);
+    return found;
+}
+
+// The time step of `now`; nullopt before the token's start.
+std::optional<uint64_t> TimeStep(const OathState &state, int64_t now) {
+    if (state.step == 0 || now < state.startTime) return std::nullopt;
+    return static_cast<uint64_t>(now - state.startTime) / state.step;
+}
+
+std::optional<uint64_t> FindStep(std::string_view seed, uint64_t current, uint64_t around,
+                                 std::string_view otp) {
+    return FindCounter(seed, current > around ? current - around : 0, current + around, otp);
+}
+
 }  // namespace
 
 std::optional<uint64_t> VerifyOtp(const OathState &state, std::string_view seed,
                                   std::string_view otp, int64_t now) {
     EnsureOathInitialised();
-    const SecretBytes code{std::string(otp)};  // liboath wants a terminated string
     if (state.kind == OathKind::kEvent) {
-        int position = oath_hotp_validate(seed.data(), seed.size(), state.counter, kHotpLookAhead,
-                                          code.view().c_str());
-        if (position < 0) return std::nullopt;
-        return state.counter + static_cast<uint64_t>(position) + 1;
+        std::optional<uint64_t> used =
+            FindCounter(seed, state.counter, state.counter + kHotpLookAhead, otp);
+        return used ? std::optional<uint64_t>(*used + 1) : std::nullopt;
     }
-    if (state.step == 0 || now < state.startTime) return std::nullopt;
-    int position = 0;
-    uint64_t usedStep = 0;
-    int rc = oath_totp_validate3(seed.data(), seed.size(), static_cast<time_t>(now), state.step,
-                                 static_cast<time_t>(state.startTime), 1, &position, &usedStep,
-                                 code.view().c_str());
-    if (rc < 0 || usedStep < state.counter) return std::nullopt;
-    return usedStep + 1;
+    std::optional<uint64_t> current = TimeStep(state, now);
+    if (!current) return std::nullopt;
+    std::optional<uint64_t> used = FindStep(seed, *current, 1, otp);
+    if (!used || *used < state.counter) return std::nullopt;
+    return *used + 1;
 }
 
 std::optional<uint64_t> ResyncOtp(const OathState &state, std::string_view seed,
                                   std::string_view first, std::string_view next, int64_t now) {
     EnsureOathInitialised();
-    const SecretBytes firstCode{std::string(first)};
-    const SecretBytes nextCode{std::string(next)};
+    std::optional<uint64_t> found;
     if (state.kind == OathKind::kEvent) {
-        int position = oath_hotp_validate(seed.data(), seed.size(), state.counter,
-                                          kHotpResyncWindow, firstCode.view().c_str());
-        if (position < 0) return std::nullopt;
-        uint64_t nextCounter = state.counter + static_cast<uint64_t>(position) + 1;
-        if (oath_hotp_validate(seed.data(), seed.size(), nextCounter, 0, nextCode.view().c_str()) !=
-            0)
-            return std::nullopt;
-        return nextCounter + 1;
+        found = FindCounter(seed, state.counter, state.counter + kHotpResyncWindow, first);
+    } else if (std::optional<uint64_t> current = TimeStep(state, now)) {
+        found = FindStep(seed, *current, kTotpResyncSteps, first);
+        if (found && *found < state.counter) found.reset();
     }
-    if (state.step == 0 || now < state.startTime) return std::nullopt;
-    int position = 0;
-    uint64_t firstStep = 0;
-    if (oath_totp_validate3(seed.data(), seed.size(), static_cast<time_t>(now), state.step,
-                            static_cast<time_t>(state.startTime), kTotpResyncSteps, &position,
-                            &firstStep, firstCode.view().c_str()) < 0 ||
-        firstStep < state.counter)
-        return std::nullopt;
-    const auto nextTime = static_cast<time_t>(state.startTime + (firstStep + 1) * state.step);
-    if (oath_totp_validate(seed.data(), seed.size(), nextTime, state.step,
-                           static_cast<time_t>(state.startTime), 0, nextCode.view().c_str()) != 0)
-        return std::nullopt;
-    return firstStep + 2;
+    if (!found || !FindCounter(seed, *found + 1, *found + 1, next)) return std::nullopt;
+    return *found + 2;
 }
 
 }  // namespace sim

@@ -1,5 +1,5 @@
 #pragma once
-// One-time password checks (HOTP and TOTP through liboath) with replay protection.
+// One-time password checks (HOTP and TOTP codes from liboath) with replay protection.
 
 #include <cstdint>
 #include <optional>

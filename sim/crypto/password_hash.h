@@ -13,8 +13,9 @@ std::string HashPassword(std::string_view password);
 // Constant-time check of `password` against an encoded hash; false also for a bad hash.
 bool VerifyPassword(const std::string &encoded, std::string_view password);
 
-// Spends the time of a VerifyPassword for a user that does not exist, so that the answer
-// time does not tell which user ids exist.
+// Waits as long as a VerifyPassword takes, for a user that does not exist, so that the
+// answer time does not tell which user ids exist. Uses no hashing slot once a real
+// verification has been timed.
 void VerifyPasswordOfNobody(std::string_view password);
 
 }  // namespace sim

@@ -1,6 +1,7 @@
 #include "crypto/tls_identity.h"
 
 #include <fcntl.h>
+#include <openssl/bn.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 #include <openssl/x509.h>
@@ -10,6 +11,8 @@
 #include <cstdio>
 #include <memory>
 #include <stdexcept>
+
+#include "tls_policy.h"
 
 namespace sim {
 
@@ -53,7 +56,11 @@ void EnsureTlsIdentity(const std::string &keyPath, const std::string &certPath,
     CertPtr cert(X509_new(), &X509_free);
     if (!key || !cert) throw std::runtime_error("cannot create TLS identity");
     X509_set_version(cert.get(), 2);
-    ASN1_INTEGER_set(X509_get_serialNumber(cert.get()), 1);
+    // A random serial, so that two simulators' certificates never share issuer and serial.
+    std::unique_ptr<BIGNUM, decltype(&BN_free)> serial(BN_new(), &BN_free);
+    if (!serial || BN_rand(serial.get(), 63, BN_RAND_TOP_ANY, BN_RAND_BOTTOM_ANY) != 1 ||
+        BN_to_ASN1_INTEGER(serial.get(), X509_get_serialNumber(cert.get())) == nullptr)
+        throw std::runtime_error("cannot create TLS identity");
     X509_gmtime_adj(X509_getm_notBefore(cert.get()), 0);
     X509_gmtime_adj(X509_getm_notAfter(cert.get()), kValiditySeconds);
     X509_NAME *name = X509_get_subject_name(cert.get());
@@ -69,13 +76,13 @@ void EnsureTlsIdentity(const std::string &keyPath, const std::string &certPath,
     WritePem(keyPath, 0600, [&](FILE *f) {
         return PEM_write_PrivateKey(f, key.get(), nullptr, nullptr, 0, nullptr, nullptr);
     });
-    WritePem(certPath, 0644, [&](FILE *f) { return PEM_write_X509(f, cert.get()); });
+    WritePem(certPath, 0600, [&](FILE *f) { return PEM_write_X509(f, cert.get()); });
 }
 
 TlsServerContext::TlsServerContext(const std::string &keyPath, const std::string &certPath)
     : ctx_(SSL_CTX_new(TLS_server_method())) {
     static const unsigned char kSessionContext[] = "orvena-sim";
-    if (ctx_ == nullptr || SSL_CTX_set_min_proto_version(ctx_, TLS1_2_VERSION) != 1 ||
+    if (ctx_ == nullptr || !wire::ApplyTlsPolicy(ctx_) ||
         SSL_CTX_use_certificate_chain_file(ctx_, certPath.c_str()) != 1 ||
         SSL_CTX_use_PrivateKey_file(ctx_, keyPath.c_str(), SSL_FILETYPE_PEM) != 1 ||
         SSL_CTX_set_session_id_context(ctx_, kSessionContext, sizeof kSessionContext - 1) != 1) {

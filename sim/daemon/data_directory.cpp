@@ -16,9 +16,28 @@ namespace {
 
 constexpr size_t kGeneratedPasswordLength = 14;
 
+// The files of an HSM: password hashes, sealed keys, the master key.
+constexpr const char *kDataFiles[] = {"hsm.db",     "hsm.db-wal", "hsm.db-shm",
+                                      "master.key", "tls.key",    "tls.crt"};
+
+// Another user who can write the directory could swap the database or the master key, so
+// such a directory is refused. Files of older versions that others could read are made
+// the owner's alone.
 std::string PrepareDirectory(const std::string &dir) {
     if (::mkdir(dir.c_str(), 0700) != 0 && errno != EEXIST)
         throw std::runtime_error("cannot create data directory " + dir);
+    struct stat st {};
+    if (::stat(dir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode))
+        throw std::runtime_error("data directory " + dir + " is not a directory");
+    if ((st.st_mode & (S_IWGRP | S_IWOTH)) != 0)
+        throw std::runtime_error("data directory " + dir +
+                                 " can be written by other users; run chmod go-w on it");
+    for (const char *name : kDataFiles) {
+        const std::string path = dir + "/" + name;
+        if (::stat(path.c_str(), &st) == 0 && (st.st_mode & 077) != 0 &&
+            ::chmod(path.c_str(), 0600) != 0)
+            throw std::runtime_error("cannot make " + path + " private");
+    }
     return dir;
 }
 

@@ -13,7 +13,7 @@ class SimProcess {
     struct Options {
         std::string stderrPath = {};  // the daemon's diagnostics, appended; "" = ours
         std::string initPassword = "Operator#12345";
-        std::vector<std::string> extraArgs;  // e.g. {"--firmware", "5.0.34.99"}
+        std::vector<std::string> extraArgs = {};  // e.g. {"--firmware", "5.0.34.99"}
     };
 
     SimProcess();
