@@ -76,6 +76,7 @@ bool PtyDriver::Expect(const std::string &text, Duration timeout) {
         const size_t found = output_.find(text, matched_);
         if (found != std::string::npos) {
             matched_ = found + text.size();
+            promptSeen_ = true;
             return true;
         }
         const auto left = std::chrono::duration_cast<Duration>(deadline - Clock::now());
@@ -88,6 +89,10 @@ bool PtyDriver::Expect(const std::string &text, Duration timeout) {
 }
 
 void PtyDriver::Send(const std::string &text) {
+    if (!promptSeen_)
+        ADD_FAILURE() << "typed \"" << text << "\" before waiting for a prompt: the console "
+                      << "flushes what was typed ahead, so the outcome would depend on timing";
+    promptSeen_ = false;
     size_t written = 0;
     while (written < text.size()) {
         const ssize_t n = write(master_, text.data() + written, text.size() - written);
@@ -111,6 +116,7 @@ void PtyDriver::SendSecret(const std::string &text, Duration timeout) {
         }
         ReadSome(Duration(10));
     }
+    promptSeen_ = true;  // echo going off is the prompt
     Send(text);
 }
 

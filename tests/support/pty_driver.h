@@ -29,7 +29,9 @@ class PtyDriver {
     // Waits until `text` appears in the output after the point the previous Expect matched.
     // Returns false and adds a test failure with the output so far on timeout or exit.
     bool Expect(const std::string &text, Duration timeout = kDefaultTimeout);
-    // Writes `text` to the program's terminal, as typed.
+    // Writes `text` to the program's terminal, as typed. Each Send must follow its own
+    // Expect (or SendSecret's wait): typing twice without waiting for a prompt in between
+    // fails the test, since the console flushes input typed ahead at its menus.
     void Send(const std::string &text);
     // Waits until the program has switched echo off (a secret prompt discards what was typed
     // before), then types `text`. Fails the test on timeout.
@@ -49,5 +51,6 @@ class PtyDriver {
     int master_ = -1;
     std::string output_;
     size_t matched_ = 0;
+    bool promptSeen_ = false;
     int status_ = -1;
 };
