@@ -28,6 +28,18 @@ bool IsWord(const std::string &text) {
     return !text.empty() && text.find_first_of(" \t\r\n") == std::string::npos;
 }
 
+bool ParseBattery(const std::string &text, BatteryState *out) {
+    if (text == "ok")
+        *out = BatteryState::kOk;
+    else if (text == "fault")
+        *out = BatteryState::kFault;
+    else if (text == "absent")
+        *out = BatteryState::kAbsent;
+    else
+        return false;
+    return true;
+}
+
 }  // namespace
 
 const char *DaemonUsage() {
@@ -45,6 +57,15 @@ const char *DaemonUsage() {
            "off)\n"
            "  --max-sessions N          most sessions open at once (default 1024)\n"
            "  --idle-timeout SECONDS    close idle sessions (default 1800, 0 = never)\n"
+           "  --info-version N          version of the information record to answer, 1-10\n"
+           "                            (default 10)\n"
+           "  --battery ok|fault|absent battery state to report (default ok)\n"
+           "  --tampered                set the tamper latch (it stays set until\n"
+           "                            orvena-simctl tamper off)\n"
+           "  --snmp-contact TEXT       SNMP sysContact (default empty)\n"
+           "  --snmp-location TEXT      SNMP sysLocation (default empty)\n"
+           "  --snmp-community TEXT     SNMP community (default empty)\n"
+           "  --snmp-trap HOST          an SNMP trap target; repeat for more (default none)\n"
            "  --help                    this text\n"
            "Diagnostics go to standard error: the cause of every internal error, with the\n"
            "request's kind and the session user, never a secret or a value a request carried.\n";
@@ -55,6 +76,10 @@ ParseOutcome ParseDaemonOptions(const std::vector<std::string> &args, DaemonOpti
     for (size_t i = 0; i < args.size(); ++i) {
         const std::string &name = args[i];
         if (name == "--help" || name == "-h") return ParseOutcome::kHelp;
+        if (name == "--tampered") {
+            options->tampered = true;
+            continue;
+        }
         if (i + 1 >= args.size()) {
             *error =
                 name.rfind("--", 0) == 0 ? "missing value for " + name : "unknown argument " + name;
@@ -90,6 +115,20 @@ ParseOutcome ParseDaemonOptions(const std::vector<std::string> &args, DaemonOpti
         } else if (name == "--idle-timeout") {
             ok = ParseNumber<int>(value, std::numeric_limits<int>::max(),
                                   &options->idleTimeoutSeconds);
+        } else if (name == "--info-version") {
+            ok = ParseNumber<uint32_t>(value, 10, &options->hardware.infoVersion) &&
+                 options->hardware.infoVersion >= 1;
+        } else if (name == "--battery") {
+            ok = ParseBattery(value, &options->hardware.battery);
+        } else if (name == "--snmp-contact") {
+            options->hardware.snmp.contact = value;
+        } else if (name == "--snmp-location") {
+            options->hardware.snmp.location = value;
+        } else if (name == "--snmp-community") {
+            options->hardware.snmp.community = value;
+        } else if (name == "--snmp-trap") {
+            ok = IsWord(value);
+            options->hardware.snmp.trapTargets.push_back(value);
         } else {
             *error = "unknown option " + name;
             return ParseOutcome::kError;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "policy/device_identity.h"
+#include "policy/hardware_settings.h"
 
 namespace sim {
 
@@ -19,6 +20,8 @@ struct DaemonOptions {
     uint16_t discoveryPort = 4433;  // 0 = no discovery
     size_t maxSessions = 1024;
     int idleTimeoutSeconds = 1800;  // 0 = none
+    HardwareSettings hardware;      // its dataDir, tpKey and start are set when the daemon runs
+    bool tampered = false;          // set the tamper latch at start
 };
 
 enum class ParseOutcome { kRun, kHelp, kError };
