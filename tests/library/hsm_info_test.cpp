@@ -73,9 +73,8 @@ TEST_F(HsmInfoTest, TheRecordAndTheSmallKindsTellTheSimulatorsState) {
     EXPECT_GT(record.databaseSize, 0u);
     EXPECT_EQ(std::string(record.pendingUpdate), "");
     char firmware[64] = {}, serial[64] = {};
-    EXPECT_EQ(std::sscanf(record.engineDescription, "%*s %*s Engine %63s %*s %63s", firmware,
-                          serial),
-              2);
+    EXPECT_EQ(
+        std::sscanf(record.engineDescription, "%*s %*s Engine %63s %*s %63s", firmware, serial), 2);
     EXPECT_STREQ(firmware, "5.1.0.0");
     EXPECT_STREQ(serial, "OV00000001");
     EXPECT_EQ(std::string(record.tpKey).size(), 40u);  // SHA-1 of the TLS key
@@ -183,9 +182,9 @@ TEST_F(HsmInfoTest, MachineFiguresSessionsAndModules) {
 }
 
 TEST(HsmInfoNetwork, InterfacesAndRoutesAreTheMachinesAndSnmpIsConfigured) {
-    SimProcess sim(SimProcess::Options{
-        .extraArgs = {"--snmp-contact", "ops", "--snmp-community", "c1", "--snmp-trap",
-                      "10.0.0.9", "--snmp-trap", "10.0.0.10"}});
+    SimProcess sim(
+        SimProcess::Options{.extraArgs = {"--snmp-contact", "ops", "--snmp-community", "c1",
+                                          "--snmp-trap", "10.0.0.9", "--snmp-trap", "10.0.0.10"}});
     ASSERT_EQ(QInitialize(0), Q_OK);
     QSessionHandle session = 0;
     const QPasswordLoginRecord record = PasswordRecord(sim.port(), "master", sim.initPassword());
