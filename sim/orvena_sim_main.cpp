@@ -14,6 +14,7 @@
 #include "crypto/tls_identity.h"
 #include "daemon/daemon_options.h"
 #include "daemon/data_directory.h"
+#include "policy/tamper_latch.h"
 #include "server/discovery.h"
 #include "server/server.h"
 
@@ -47,9 +48,13 @@ int Run(const sim::DaemonOptions &options) {
     sim::TlsServerContext tls(data.tlsKeyPath(), data.tlsCertPath());
     sim::SessionTable sessions(options.maxSessions);
     sim::DiagnosticLog log(stderr);
+    sim::HardwareSettings hardware = options.hardware;
+    hardware.dataDir = options.dataDir;
+    hardware.tpKey = sim::TlsKeyId(data.tlsCertPath());
+    if (options.tampered) sim::SetTamperLatch(options.dataDir, true);
     sim::HsmContext hsm{
-        data.users(), data.masterKey(), sessions,      clock,         options.identity,
-        data.keys(),  data.tokens(),    data.policy(), data.events(), log};
+        data.users(),  data.masterKey(), sessions,      clock, options.identity, data.keys(),
+        data.tokens(), data.policy(),    data.events(), log,   hardware};
 
     sim::Server server(hsm, tls, options.host, options.port, options.limits);
     std::optional<sim::DiscoveryResponder> discovery;

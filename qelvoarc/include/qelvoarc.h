@@ -277,7 +277,8 @@ QELVOARC_API uint32_t QGetHSMTLSCert(const char *address, uint32_t port, uint32_
 typedef uint32_t (*QUserSessionCallback)(uint64_t startTime, const char *description, void *context,
                                          int isFinal);
 
-/* Lists the HSM's sessions. Needs ACL 0x20. */
+/* Lists the HSM's sessions, the caller's included, in the order they were opened; the
+ * user of an anonymous session is "". Needs ACL 0x20. */
 QELVOARC_API uint32_t QListUserSessions(QSessionHandle session, QUserSessionCallback callback,
                                         void *context, uint32_t flags);
 
@@ -901,10 +902,15 @@ QELVOARC_API uint32_t QAssociatePKCS11Key(QSessionHandle session, const char *pr
 #define Q_P11_ATTR_TELEMETRY_URL 27u     /* text */
 #define Q_P11_ATTR_REMOTE_MANAGEMENT 30u /* 8 bytes */
 
-/* Reads the HSM's PKCS#11 information (works on an anonymous session). info [out]:
- * QDestroyHSMP11Info. */
+/* Reads the HSM's PKCS#11 information in one exchange, for every session (anonymous ones
+ * too): what it holds needs no right. info [out]: QDestroyHSMP11Info. An HSM bound to no
+ * cloud account answers 0 for Q_P11_ATTR_CLOUD_STATUS and Q_P11_ATTR_REMOTE_MANAGEMENT and ""
+ * for Q_P11_ATTR_CLOUD_ACCOUNT and Q_P11_ATTR_TELEMETRY_URL; Q_P11_ATTR_HSM_ID is its
+ * serial number. */
 QELVOARC_API uint32_t QGetHSMP11Info(QSessionHandle session, QP11InfoHandle *info, uint32_t flags);
-/* One attribute of the information. length [in,out]. */
+/* One attribute of the information, read from the handle without an exchange. length
+ * [in,out]: texts are written with their terminator, which length out counts; the numbers
+ * take exactly their size. Q_ERR_INVALID_PARAMETER for an attribute not listed. */
 QELVOARC_API uint32_t QGetHSMP11InfoAttr(QP11InfoHandle info, uint32_t attribute, void *buffer,
                                          uint32_t *length, uint32_t flags);
 /* The attributes known to the library. list [out]: count entries (QFree). */
@@ -935,26 +941,115 @@ QELVOARC_API uint32_t QWriteFileBuffer(QSessionHandle session, const char *remot
 #define Q_INFO_VERSION 8u       /* text; flag word in: 1 */
 #define Q_INFO_UPTIME 32u       /* 8 bytes: uptime s (u32), battery (u32); ~0 = n/a */
 #define Q_INFO_MODE 64u         /* uint32_t HSM mode */
-#define Q_INFO_REPLICATION 256u /* replication node list */
+#define Q_INFO_REPLICATION 256u /* QReplicationNodes */
 #define Q_INFO_CLOCK 512u       /* uint64_t HSM time, seconds since 1970 UTC */
-#define Q_INFO_STATUS 0x10000u  /* the 10,947-byte HSM information record */
+#define Q_INFO_STATUS 0x10000u  /* QHsmInfoRecord, the 10,947-byte HSM information record */
 #define Q_HSM_INFO_RECORD_SIZE 10947u
+#define Q_HSM_INFO_RECORD_VERSION 10u    /* the newest record version */
+#define Q_INFO_NOT_AVAILABLE 0xFFFFFFFFu /* Q_INFO_UPTIME: a value the HSM cannot tell */
+
+/* Operation modes (Q_INFO_MODE, QHsmInfoRecord.operationMode). Every mode but the first is
+ * a FIPS mode. */
+#define Q_OPMODE_STANDARD 0u
+#define Q_OPMODE_FIPS_140_2 1u
+#define Q_OPMODE_FIPS_140_3 2u
+#define Q_OPMODE_FIPS_PCI 3u
+
+/* Replication states (QHsmInfoRecord.replication.state). */
+#define Q_REPL_STATE_ZEROED 0u
+#define Q_REPL_STATE_UNDEFINED 1u
+#define Q_REPL_STATE_PHASE1_PARTICIPANT 2u
+#define Q_REPL_STATE_PHASE2_PARTICIPANT 3u
+#define Q_REPL_STATE_PHASE2_COORDINATOR 4u
+#define Q_REPL_STATE_INVALID 5u
+#define Q_REPL_STATE_LIVE_SYNC 6u
+
+#define Q_REPL_MAX_BINDS 4u
+#define Q_REPL_MAX_NODES 255u
+
+#pragma pack(push, 1)
+/* One interface the replication service is bound to. */
+typedef struct QReplicationBind {
+    char interfaceName[16];
+    char address[16]; /* dotted IPv4 */
+} QReplicationBind;
+QELVOARC_STATIC_ASSERT(sizeof(QReplicationBind) == 32, "replication bind");
+
+/* The replication service's own state, inside the information record. */
+typedef struct QReplicationStatus {
+    uint8_t pendingTransactions[8]; /* 2048: a counter, most significant byte first */
+    uint64_t when;                  /* 2056: last change of state, seconds since 1970 UTC */
+    uint32_t state;                 /* 2064: Q_REPL_STATE_* */
+    uint8_t joinedDomain;           /* 2068: 1 when the HSM joined a replication domain */
+    uint8_t syncPoint[8];           /* 2069: the last transaction applied */
+    uint16_t syncCounter;           /* 2077: transactions since the sync point */
+    uint8_t managerPulsing;         /* 2079: 1 when the manager's heartbeat runs */
+    uint32_t managerInterval;       /* 2080: its period, seconds */
+    uint8_t recoveryPulsing;        /* 2084: 1 when the recovery heartbeat runs */
+    uint32_t recoveryInterval;      /* 2085: its period, seconds */
+    uint32_t bindCount;             /* 2089: entries of binds in use */
+    QReplicationBind binds[Q_REPL_MAX_BINDS]; /* 2093 */
+} QReplicationStatus;
+QELVOARC_STATIC_ASSERT(sizeof(QReplicationStatus) == 173, "replication status");
+
+/* The HSM information record of Q_INFO_STATUS. `version` (1 to Q_HSM_INFO_RECORD_VERSION)
+ * tells which fields the HSM filled: a field newer than the record's version (the number
+ * after the offset) is zero. Texts are NUL-padded. The hardware and replication parts
+ * exist from version 1. */
+typedef struct QHsmInfoRecord {
+    uint32_t version;               /*    0  1 */
+    uint32_t sessions;              /*    4  1: open sessions */
+    uint32_t cpuPercent;            /*    8  1: the machine's CPU use */
+    uint32_t memoryTotal;           /*   12  1: KiB */
+    uint32_t memoryUsed;            /*   16  1: KiB */
+    uint32_t operationMode;         /*   20  2: Q_OPMODE_* */
+    uint32_t storageTotal;          /*   24  3: MiB of the file system holding the HSM's data */
+    uint32_t storageFree;           /*   28  3: MiB */
+    uint64_t clock;                 /*   32  5: seconds since 1970 UTC */
+    uint64_t userCount;             /*   40  8 */
+    uint64_t objectCount;           /*   48  8: objects of every partition */
+    uint64_t databaseSize;          /*   56  8: bytes */
+    uint8_t backupPending;          /*   64 10: 1 when a backup is due */
+    char pendingUpdate[256];        /*   65 10: the update package applied at the next start, "" */
+    uint8_t reserved1[703];         /*  321 */
+    char manufacturer[64];          /* 1024 */
+    char model[64];                 /* 1088 */
+    char hardwareProfile[64];       /* 1152: how the HSM runs: platform, processors */
+    char engineDescription[256];    /* 1216: "<maker> <line> Engine <firmware> Serial: <serial>" */
+    char tpKey[128];                /* 1472: id of the transport (TLS) key, hexadecimal */
+    char svmkFingerprint[128];      /* 1600: "" when the HSM holds no server master key */
+    char machineAlias[64];          /* 1728: the host's name */
+    uint8_t reserved2[256];         /* 1792 */
+    QReplicationStatus replication; /* 2048 */
+    uint8_t reserved3[8726];        /* 2221 */
+} QHsmInfoRecord;
+QELVOARC_STATIC_ASSERT(sizeof(QHsmInfoRecord) == Q_HSM_INFO_RECORD_SIZE, "HSM info record");
+
+/* Q_INFO_REPLICATION: the other nodes of the replication domain. */
+typedef struct QReplicationNodes {
+    uint32_t count;
+    char nodes[Q_REPL_MAX_NODES][16]; /* dotted IPv4, count entries in use */
+} QReplicationNodes;
+QELVOARC_STATIC_ASSERT(sizeof(QReplicationNodes) == 4084, "replication nodes");
+#pragma pack(pop)
 
 /* Reads information of a kind (Q_INFO_*). flagWord [in,out]: request flags in, the HSM's
  * answer flags out. length [in,out]: capacity in; bytes written out. Text kinds are written
  * with a terminator that the capacity must include and the length out does not count.
- * Served so far: Q_INFO_VERSION and Q_INFO_MODE; other kinds give Q_ERR_NOT_SUPPORTED. */
+ * Q_INFO_VERSION and Q_INFO_MODE are served to every session; Q_INFO_UPTIME,
+ * Q_INFO_REPLICATION, Q_INFO_CLOCK and Q_INFO_STATUS need ACL 0x20 (Q_ERR_ACCESS_DENIED,
+ * logged by the HSM). Other kinds give Q_ERR_NOT_SUPPORTED. */
 QELVOARC_API uint32_t QGetHsmInfo(QSessionHandle session, uint32_t *flagWord, uint32_t kind,
                                   void *buffer, uint32_t *length, uint32_t flags);
 
 #pragma pack(push, 1)
 typedef struct QStatInfo {
     uint32_t sessions;
-    uint32_t cpuPercent;
-    uint32_t reserved;
-    uint32_t memoryTotal;
+    uint32_t cpuPercent;  /* the machine's, since the previous query (first: since boot) */
+    uint32_t loadAverage; /* one-minute load average x 100 */
+    uint32_t memoryTotal; /* KiB, as the swap figures */
     uint32_t memoryUsed;
-    uint32_t swapTotal;
+    uint32_t swapTotal; /* 0 when the machine has no swap */
     uint32_t swapUsed;
 } QStatInfo;
 QELVOARC_STATIC_ASSERT(sizeof(QStatInfo) == 28, "stat info");
@@ -969,7 +1064,7 @@ typedef struct QNetInterface {
     char address[16]; /* dotted IPv4, "" for a bond member */
     char mask[16];
     uint32_t linkUp;
-    uint32_t speedMbps;
+    uint32_t speedMbps; /* 0 when the link does not tell */
     uint32_t bondMember;
 } QNetInterface;
 QELVOARC_STATIC_ASSERT(sizeof(QNetInterface) == 44, "network interface");
@@ -977,19 +1072,20 @@ QELVOARC_STATIC_ASSERT(sizeof(QNetInterface) == 44, "network interface");
 typedef struct QNetInfo {
     uint32_t interfaceCount;
     QNetInterface interfaces[8];
-    char gateway[16];
-    char gatewayMask[16];
-    char bond[64]; /* "" when not defined */
+    char gateway[16];     /* the default route's gateway, "" when none */
+    char gatewayMask[16]; /* "255.255.255.255" when there is no default route */
+    char bond[32];        /* the bond interface, "" when not defined */
+    char bondMode[32];    /* its mode, e.g. "active-backup" */
     char sysContact[128];
     char sysLocation[128];
     char community[64];
-    char trapTargets[512]; /* ';'-separated */
-    char routes[512];      /* ';'-separated */
+    char trapTargets[512]; /* ';'-separated, whole entries only */
+    char routes[512];      /* ';'-separated "<net>/<prefix> via <gateway> dev <name>" */
 } QNetInfo;
 QELVOARC_STATIC_ASSERT(sizeof(QNetInfo) == 1796, "network info");
 #pragma pack(pop)
 
-/* stats [out]: the HSM's resource figures. */
+/* stats [out]: the HSM's resource figures. Needs ACL 0x20. */
 QELVOARC_API uint32_t QGetStatInfo(QSessionHandle session, QStatInfo *stats, uint32_t flags);
 
 #define Q_BACKUP_CREATE 0u
@@ -1005,9 +1101,10 @@ QELVOARC_API uint32_t QUPackInfo(uint32_t length, const uint8_t *package, char *
                                  char **signer, uint32_t flags);
 /* Sends a firmware package, applied at the next restart. Needs ACL 0x200. */
 QELVOARC_API uint32_t QUPackPush(QSessionHandle session, uint32_t length, const uint8_t *package);
-/* info [out]: the HSM's network configuration. */
+/* info [out]: the HSM's network configuration: its IPv4 interfaces but the loopback (at
+ * most 8), routes and SNMP settings. Needs ACL 0x20. */
 QELVOARC_API uint32_t QGetNetInfo(QSessionHandle session, QNetInfo *info, uint32_t flags);
-/* Enumerates the modules loaded in the HSM ("name version"). */
+/* Enumerates the modules loaded in the HSM ("name version"). Needs ACL 0x20. */
 QELVOARC_API uint32_t QListLoadedModules(QSessionHandle session, QNameCallback callback,
                                          void *context, uint32_t flags);
 

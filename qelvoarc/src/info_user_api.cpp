@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "abi_guard.h"
+#include "info_record.h"
 #include "qelvoarc.h"
 #include "remote_call.h"
 
@@ -40,6 +41,32 @@ namespace {
                 handle, pb::GetHsmMode(), [&](const pb::GetHsmModeReply &reply) {
                     const uint32_t mode = reply.mode();
                     return PutInfo(&mode, sizeof mode, false, buffer, length);
+                });
+        case Q_INFO_STATUS:
+            return Remote<pb::GetHsmStatusReply>(
+                handle, pb::GetHsmStatus(), [&](const pb::GetHsmStatusReply &reply) {
+                    QHsmInfoRecord record{};
+                    LayOutHsmInfoRecord(reply, &record);
+                    return PutInfo(&record, sizeof record, false, buffer, length);
+                });
+        case Q_INFO_UPTIME:
+            return Remote<pb::GetUptimeReply>(
+                handle, pb::GetUptime(), [&](const pb::GetUptimeReply &reply) {
+                    const uint32_t answer[2] = {reply.uptime(), reply.battery()};
+                    return PutInfo(answer, sizeof answer, false, buffer, length);
+                });
+        case Q_INFO_CLOCK:
+            return Remote<pb::GetHsmClockReply>(
+                handle, pb::GetHsmClock(), [&](const pb::GetHsmClockReply &reply) {
+                    const uint64_t time = reply.time();
+                    return PutInfo(&time, sizeof time, false, buffer, length);
+                });
+        case Q_INFO_REPLICATION:
+            return Remote<pb::GetReplicationNodesReply>(
+                handle, pb::GetReplicationNodes(), [&](const pb::GetReplicationNodesReply &reply) {
+                    QReplicationNodes nodes{};
+                    LayOutReplicationNodes(reply, &nodes);
+                    return PutInfo(&nodes, sizeof nodes, false, buffer, length);
                 });
         default:
             return Refuse(handle, wire::ERR_NOT_SUPPORTED);

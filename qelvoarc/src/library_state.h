@@ -19,6 +19,12 @@ struct HashContext {
     uint32_t digestSize;  // fixed by the algorithm, so reading it needs no round trip
 };
 
+// The HSM's PKCS#11 information as one QGetHSMP11Info read it; its attributes are answered
+// from here.
+struct P11Info {
+    pb::GetP11InfoReply values;
+};
+
 class LibraryState {
   public:
     static LibraryState &Get();
@@ -33,6 +39,7 @@ class LibraryState {
     HandleTable<HashContext> hashes;
     HandleTable<KeyObject> keys;
     HandleTable<ObjMetadata> metadata;
+    HandleTable<P11Info> p11Infos;
 
   private:
     mutable std::mutex mutex_;

@@ -5,9 +5,6 @@
 
 extern "C" {
 
-uint32_t QListUserSessions(QSessionHandle, QUserSessionCallback, void *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
 uint32_t QOATHPskcTranslate(const uint8_t *, uint32_t, const uint8_t *, uint32_t,
                             QPskcTokenCallback, void *, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
@@ -80,18 +77,6 @@ uint32_t QSetJsonObjMetadata(QSessionHandle, const char *, const char *, uint32_
 uint32_t QAssociatePKCS11Key(QSessionHandle, const char *, const char *, const char *, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
-uint32_t QGetHSMP11Info(QSessionHandle, QP11InfoHandle *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QGetHSMP11InfoAttr(QP11InfoHandle, uint32_t, void *, uint32_t *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QGetHSMP11TypeInfoList(QTypeInfo **, uint32_t *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QDestroyHSMP11Info(QP11InfoHandle, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
 uint32_t QReadFile(QSessionHandle, const char *, const char *, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
@@ -101,9 +86,6 @@ uint32_t QWriteFile(QSessionHandle, const char *, const char *, uint32_t) {
 uint32_t QWriteFileBuffer(QSessionHandle, const char *, const uint8_t *, uint32_t, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
-uint32_t QGetStatInfo(QSessionHandle, QStatInfo *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
 uint32_t QBackupData(QSessionHandle, const char *, const char *, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
@@ -111,12 +93,6 @@ uint32_t QUPackInfo(uint32_t, const uint8_t *, char **, char **, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
 uint32_t QUPackPush(QSessionHandle, uint32_t, const uint8_t *) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QGetNetInfo(QSessionHandle, QNetInfo *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QListLoadedModules(QSessionHandle, QNameCallback, void *, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
 uint32_t QIPFilterOperation(QSessionHandle, uint32_t, const char *, const char *, QIPFilterCallback,

@@ -9,9 +9,13 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <stdexcept>
 
+#include "crypto/certificate_der.h"
+#include "crypto/public_key_id.h"
 #include "tls_policy.h"
 
 namespace sim {
@@ -94,6 +98,21 @@ TlsServerContext::TlsServerContext(const std::string &keyPath, const std::string
 
 TlsServerContext::~TlsServerContext() {
     SSL_CTX_free(ctx_);
+}
+
+std::string TlsKeyId(const std::string &certPath) {
+    std::ifstream file(certPath, std::ios::binary);
+    const std::string pem((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    std::optional<std::string> der = CertificateToDer(pem);
+    std::optional<std::string> id = der ? CertificateKeyId(*der) : std::nullopt;
+    if (!id) return {};
+    static constexpr char kDigits[] = "0123456789ABCDEF";
+    std::string hex;
+    for (unsigned char byte : *id) {
+        hex += kDigits[byte >> 4];
+        hex += kDigits[byte & 15];
+    }
+    return hex;
 }
 
 }  // namespace sim

@@ -13,6 +13,10 @@ namespace sim {
 void EnsureTlsIdentity(const std::string &keyPath, const std::string &certPath,
                        const std::string &commonName);
 
+// The id of the certificate's public key (as CertificateKeyId) in upper-case hexadecimal;
+// "" when the file cannot be read as a certificate.
+std::string TlsKeyId(const std::string &certPath);
+
 // TLS 1.2+ server context. Every handshake asks for a client certificate and accepts any:
 // whether it is the right one is decided at login by comparing it with the user's record.
 // Thread-safe after construction (SSL_new from many threads).

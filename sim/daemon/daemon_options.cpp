@@ -31,6 +31,18 @@ bool IsWord(const std::string &text) {
     return !text.empty() && text.find_first_of(" \t\r\n") == std::string::npos;
 }
 
+bool ParseBattery(const std::string &text, BatteryState *out) {
+    if (text == "ok")
+        *out = BatteryState::kOk;
+    else if (text == "fault")
+        *out = BatteryState::kFault;
+    else if (text == "absent")
+        *out = BatteryState::kAbsent;
+    else
+        return false;
+    return true;
+}
+
 }  // namespace
 
 const char *DaemonUsage() {
@@ -60,6 +72,15 @@ const char *DaemonUsage() {
            "  --max-requests-per-second N\n"
            "                            requests one session may make; more wait their turn\n"
            "                            (default 20000, 0 = no limit)\n"
+           "  --info-version N          version of the information record to answer, 1-10\n"
+           "                            (default 10)\n"
+           "  --battery ok|fault|absent battery state to report (default ok)\n"
+           "  --tampered                set the tamper latch (it stays set until\n"
+           "                            orvena-simctl tamper off)\n"
+           "  --snmp-contact TEXT       SNMP sysContact (default empty)\n"
+           "  --snmp-location TEXT      SNMP sysLocation (default empty)\n"
+           "  --snmp-community TEXT     SNMP community (default empty)\n"
+           "  --snmp-trap HOST          an SNMP trap target; repeat for more (default none)\n"
            "  --help                    this text\n"
            "Diagnostics go to standard error: the cause of every internal error, with the\n"
            "request's kind and the session user, never a secret or a value a request carried.\n";
@@ -70,6 +91,10 @@ ParseOutcome ParseDaemonOptions(const std::vector<std::string> &args, DaemonOpti
     for (size_t i = 0; i < args.size(); ++i) {
         const std::string &name = args[i];
         if (name == "--help" || name == "-h") return ParseOutcome::kHelp;
+        if (name == "--tampered") {
+            options->tampered = true;
+            continue;
+        }
         if (i + 1 >= args.size()) {
             *error =
                 name.rfind("--", 0) == 0 ? "missing value for " + name : "unknown argument " + name;
@@ -114,6 +139,20 @@ ParseOutcome ParseDaemonOptions(const std::vector<std::string> &args, DaemonOpti
             ok = ParseNumber<size_t>(value, 1u << 20, &options->limits.maxPerAddress);
         } else if (name == "--max-requests-per-second") {
             ok = ParseNumber<uint32_t>(value, 1u << 30, &options->limits.maxRequestsPerSecond);
+        } else if (name == "--info-version") {
+            ok = ParseNumber<uint32_t>(value, 10, &options->hardware.infoVersion) &&
+                 options->hardware.infoVersion >= 1;
+        } else if (name == "--battery") {
+            ok = ParseBattery(value, &options->hardware.battery);
+        } else if (name == "--snmp-contact") {
+            options->hardware.snmp.contact = value;
+        } else if (name == "--snmp-location") {
+            options->hardware.snmp.location = value;
+        } else if (name == "--snmp-community") {
+            options->hardware.snmp.community = value;
+        } else if (name == "--snmp-trap") {
+            ok = IsWord(value);
+            options->hardware.snmp.trapTargets.push_back(value);
         } else {
             *error = "unknown option " + name;
             return ParseOutcome::kError;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "policy/device_identity.h"
+#include "policy/hardware_settings.h"
 #include "server/connection.h"
 
 namespace sim {
@@ -20,6 +21,8 @@ struct DaemonOptions {
     uint16_t discoveryPort = 4433;  // 0 = no discovery
     size_t maxSessions = 1024;
     ConnectionLimits limits;
+    HardwareSettings hardware;  // its dataDir, tpKey and start are set when the daemon runs
+    bool tampered = false;      // set the tamper latch at start
 };
 
 enum class ParseOutcome { kRun, kHelp, kError };

@@ -1,5 +1,6 @@
 #include "server/connection.h"
 
+#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <openssl/crypto.h>
@@ -41,6 +42,20 @@ std::string PeerCertificateDer(SSL *ssl) {
     std::string out(reinterpret_cast<char *>(der), static_cast<size_t>(length));
     OPENSSL_free(der);
     return out;
+}
+
+std::string PeerAddress(int fd) {
+    sockaddr_storage peer{};
+    socklen_t length = sizeof peer;
+    char text[INET6_ADDRSTRLEN] = {};
+    if (::getpeername(fd, reinterpret_cast<sockaddr *>(&peer), &length) != 0) return {};
+    if (peer.ss_family == AF_INET)
+        inet_ntop(AF_INET, &reinterpret_cast<const sockaddr_in &>(peer).sin_addr, text,
+                  sizeof text);
+    else if (peer.ss_family == AF_INET6)
+        inet_ntop(AF_INET6, &reinterpret_cast<const sockaddr_in6 &>(peer).sin6_addr, text,
+                  sizeof text);
+    return text;
 }
 
 bool ReplyStatus(wire::Stream &stream, wire::Status status) {
@@ -154,11 +169,13 @@ void ServeConnection(HsmContext &hsm, SSL_CTX *tls, int fd, const ConnectionLimi
     if (::recv(fd, &first, 1, MSG_PEEK) != 1) return;
 
     ConnectionState conn;
+    conn.peerAddress = PeerAddress(fd);
     SslPtr ssl(nullptr, &SSL_free);
     if (first == kTlsHandshakeRecord) {
         ssl.reset(SSL_new(tls));
         if (!ssl || SSL_set_fd(ssl.get(), fd) != 1 || SSL_accept(ssl.get()) != 1) return;
         conn.peerCertificate = PeerCertificateDer(ssl.get());
+        conn.tls = true;
     }
     wire::Stream stream(fd, ssl.get());
     ServeRequests(hsm, conn, stream, limits, watch);

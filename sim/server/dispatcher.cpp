@@ -34,6 +34,13 @@ void LogInternalError(DiagnosticLog &log, const pb::Request &request,
     log.Write(line);
 }
 
+// The audit trail of the policy step: every request it refuses for want of a right, or in
+// a session of the wrong kind, is logged as its session's user.
+void RecordRefusal(HsmContext &hsm, const pb::Request &request, const Session &session) {
+    hsm.events.Record(Actor::User(session.user),
+                      "Request refused: " + std::string(RequestName(request)), "access denied");
+}
+
 // A login whose password has expired still opened a session, and the client needs its reply.
 bool CarriesReply(Result result) {
     return result == Result::kOk || result == Result::kPasswordExpired;
@@ -51,6 +58,7 @@ pb::Response Dispatch(const DispatchTable &table, HsmContext &hsm, ConnectionSta
     try {
         const DispatchTable::Entry *entry = table.Find(request.body_case());
         result = entry == nullptr ? Result::kNotSupported : Admit(entry->rule, call);
+        if (result == Result::kAccessDenied) RecordRefusal(hsm, request, *session);
         if (result == Result::kOk) result = entry->run(call, request, &response);
         if (result == Result::kInternal) LogInternalError(hsm.log, request, session, {});
     } catch (const std::exception &e) {

@@ -74,8 +74,8 @@ void Server::AcceptLoop() {
     while (stop_.WaitReadable(listenFd_)) {
         sockaddr_in peer{};
         socklen_t peerLength = sizeof peer;
-        int fd = ::accept4(listenFd_, reinterpret_cast<sockaddr *>(&peer), &peerLength,
-                           SOCK_CLOEXEC);
+        int fd =
+            ::accept4(listenFd_, reinterpret_cast<sockaddr *>(&peer), &peerLength, SOCK_CLOEXEC);
         if (fd < 0) {
             if (errno == EMFILE || errno == ENFILE) {
                 RefuseWithReserveDescriptor();

@@ -1,10 +1,12 @@
 #include "server/service_table.h"
 
 #include "service/access_token_service.h"
+#include "service/hsm_status_service.h"
 #include "service/information_service.h"
 #include "service/key_export_service.h"
 #include "service/key_service.h"
 #include "service/login_service.h"
+#include "service/machine_service.h"
 #include "service/oath_service.h"
 #include "service/object_service.h"
 #include "service/password_policy_service.h"
@@ -30,6 +32,8 @@ const DispatchTable &ServiceTable() {
         RegisterObjectService(services);
         RegisterKeyExportService(services);
         RegisterPkcs11MapDetails(services);
+        RegisterHsmStatusService(services);
+        RegisterMachineService(services);
         return services;
     }();
     return table;

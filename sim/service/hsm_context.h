@@ -8,6 +8,7 @@
 #include "core/diagnostic_log.h"
 #include "crypto/master_key.h"
 #include "policy/device_identity.h"
+#include "policy/hardware_settings.h"
 #include "session/session_table.h"
 #include "store/access_token_store.h"
 #include "store/event_log.h"
@@ -30,12 +31,15 @@ struct HsmContext {
     PasswordPolicyStore &policy;
     EventLog &events;
     DiagnosticLog &log;
+    const HardwareSettings &hardware;
 };
 
 // Owned by one connection thread.
 struct ConnectionState {
     std::shared_ptr<Session> session;  // null before login and after logout
     std::string peerCertificate;       // DER of the TLS client certificate; empty if none
+    std::string peerAddress;           // the client's IP address
+    bool tls = false;                  // the connection is encrypted
     bool closeAfterReply = false;      // set by a handler that must end the connection
 };
 

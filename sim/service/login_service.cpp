@@ -56,7 +56,8 @@ const char *AuthModeName(pb::AuthMode mode) {
 
 Result OpenSession(HsmContext &hsm, ConnectionState &conn, const std::string &user,
                    SessionKind kind, bool byAccessToken, pb::LoginReply *reply) {
-    conn.session = hsm.sessions.Open(user, kind, byAccessToken);
+    conn.session =
+        hsm.sessions.Open(user, kind, byAccessToken, {conn.peerAddress, conn.tls, hsm.clock.Now()});
     if (!conn.session) {
         conn.closeAfterReply = true;
         return Result::kSessionLimit;

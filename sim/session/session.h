@@ -12,6 +12,13 @@
 
 namespace sim {
 
+// Where and when a session was opened, as the session list shows it.
+struct SessionOrigin {
+    std::string address;    // the client's IP address
+    bool tls = false;       // false: a clear-text connection
+    int64_t startTime = 0;  // seconds since 1970, UTC
+};
+
 enum class SessionKind {
     kUser,           // full rights as the user's ACL allows
     kAnonymous,      // information reads and liveness only
@@ -23,6 +30,7 @@ struct Session {
     std::string user;
     SessionKind kind = SessionKind::kUser;
     bool byAccessToken = false;
+    SessionOrigin origin;
     // Set from another connection when the session's user is removed; the owner then ends
     // the session at its next request.
     std::atomic<bool> ended{false};

@@ -1,9 +1,11 @@
 #include "session/session_table.h"
 
+#include <algorithm>
+
 namespace sim {
 
-std::shared_ptr<Session> SessionTable::Open(std::string user, SessionKind kind,
-                                            bool byAccessToken) {
+std::shared_ptr<Session> SessionTable::Open(std::string user, SessionKind kind, bool byAccessToken,
+                                            SessionOrigin origin) {
     std::lock_guard lock(mutex_);
     if (sessions_.size() >= maxSessions_) return nullptr;
     auto session = std::make_shared<Session>();
@@ -11,6 +13,7 @@ std::shared_ptr<Session> SessionTable::Open(std::string user, SessionKind kind,
     session->user = std::move(user);
     session->kind = kind;
     session->byAccessToken = byAccessToken;
+    session->origin = std::move(origin);
     sessions_.emplace(session->id, session);
     return session;
 }
@@ -27,6 +30,18 @@ void SessionTable::EndSessionsOf(const std::string &user) {
         entry.second->ended = true;
         return true;
     });
+}
+
+std::vector<std::shared_ptr<const Session>> SessionTable::List() const {
+    std::vector<std::shared_ptr<const Session>> open;
+    {
+        std::lock_guard lock(mutex_);
+        for (const auto &[id, session] : sessions_)
+            open.push_back(session);
+    }
+    // Ids are handed out in order.
+    std::sort(open.begin(), open.end(), [](const auto &a, const auto &b) { return a->id < b->id; });
+    return open;
 }
 
 size_t SessionTable::size() const {

@@ -8,6 +8,7 @@
 #include <mutex>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "session/session.h"
 
@@ -19,8 +20,12 @@ class SessionTable {
 
     // A new session with a fresh id, or null when the limit is reached. The table keeps a
     // reference until Close.
-    std::shared_ptr<Session> Open(std::string user, SessionKind kind, bool byAccessToken);
+    std::shared_ptr<Session> Open(std::string user, SessionKind kind, bool byAccessToken,
+                                  SessionOrigin origin = {});
     void Close(uint64_t sessionId);
+    // The open sessions in the order they were opened. A session is not changed after it
+    // opened, except for `ended` and its hashes, which the caller must not touch.
+    std::vector<std::shared_ptr<const Session>> List() const;
     // Ends every session of `user` (see Session::ended) and forgets them.
     void EndSessionsOf(const std::string &user);
     size_t size() const;

@@ -12,6 +12,7 @@
 #include "core/secret.h"
 #include "crypto/certificate_der.h"
 #include "crypto/password_hash.h"
+#include "policy/tamper_latch.h"
 #include "service/access_token.h"
 #include "simctl/bulk_keys.h"
 
@@ -216,6 +217,13 @@ int Run(DataDirectory &data, const std::vector<std::string> &args, std::ostream 
         return Report(users.SetBlocked(actor, line.positional[0], command == "block"), command,
                       err);
     }
+    if (command == "tamper") {
+        CommandLine line = Split(args, 1, {});
+        const std::string &state = line.positional[0];
+        if (state != "on" && state != "off") throw UsageError{"tamper takes on or off"};
+        SetTamperLatch(data.path(), state == "on");
+        return 0;
+    }
     throw UsageError{"unknown command " + command};
 }
 
@@ -238,6 +246,7 @@ const char *SimctlUsage() {
            "  block ID | unblock ID\n"
            "  add-keys ID COUNT [--algorithm N] [--prefix P]   COUNT keys named P0.. (default\n"
            "      AES-256, prefix key) in one transaction\n"
+           "  tamper on|off   sets or clears the tamper latch (a running daemon sees it)\n"
            "Numbers are decimal or 0x hexadecimal.\n"
            "verify-log checks the hash chain of a data directory's event log, or of a file\n"
            "export-log wrote; it names the first broken or missing line and exits 1, or\n"

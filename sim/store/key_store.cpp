@@ -191,6 +191,12 @@ std::vector<ObjectCount> KeyStore::CountByKind(std::string_view owner) {
     return counts;
 }
 
+uint64_t KeyStore::CountAll() {
+    std::lock_guard lock(mutex_);
+    Statement st(db_, "SELECT COUNT(*) FROM objects");
+    return st.Step() ? static_cast<uint64_t>(st.Int(0)) : 0;
+}
+
 void KeyStore::LogLocked(Actor actor, std::string_view owner, std::string_view operation) {
     if (actor.id() == owner) {
         events_.Append(db_, actor, operation, kEventOk);

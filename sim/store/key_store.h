@@ -83,6 +83,8 @@ class KeyStore {
     void RemoveAll(Actor actor, std::string_view owner);
     // The partition's object totals, one entry per kind it holds, in kind order.
     std::vector<ObjectCount> CountByKind(std::string_view owner);
+    // The objects of every partition.
+    uint64_t CountAll();
 
   private:
     // REQUIRES: mutex_ held, inside a transaction.

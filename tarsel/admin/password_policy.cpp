@@ -1,4 +1,5 @@
 // "Password Policy": the HSM-wide rules for passwords, shown and optionally redefined.
+#include "admin/password_policy.h"
 #include "admin/user_actions.h"
 #include "console/prompts.h"
 #include "console/terminal.h"
@@ -6,8 +7,9 @@
 namespace {
 
 struct PolicyField {
-    const char *label;   // as shown
-    const char *prompt;  // as asked when editing
+    const char *label;         // as shown
+    const char *compactLabel;  // as the information screen shows it
+    const char *prompt;        // as asked when editing
     uint8_t QPasswordPolicy::*value;
     int32_t min;
     int32_t max;
@@ -15,17 +17,18 @@ struct PolicyField {
 
 // In the order they are shown and asked.
 constexpr PolicyField kFields[] = {
-    {"Minimal length : ", "Minimal length (8-16): ", &QPasswordPolicy::minLength, 8, 16},
-    {"Number of special characters : ", "Number of special characters : ",
-     &QPasswordPolicy::minSpecial, 0, 16},
-    {"Number of uppercase characters : ", "Number of uppercase characters : ",
-     &QPasswordPolicy::minUpper, 0, 16},
-    {"Number of lowercase characters : ", "Number of lowercase characters : ",
-     &QPasswordPolicy::minLower, 0, 16},
-    {"Number of invalid logins before block (0 for disabled): ",
+    {"Minimal length : ", "Minimal Lenght", "Minimal length (8-16): ", &QPasswordPolicy::minLength,
+     8, 16},
+    {"Number of special characters : ", "Special Chars",
+     "Number of special characters : ", &QPasswordPolicy::minSpecial, 0, 16},
+    {"Number of uppercase characters : ", "Uppercase Chars",
+     "Number of uppercase characters : ", &QPasswordPolicy::minUpper, 0, 16},
+    {"Number of lowercase characters : ", "Lowercase Chars",
+     "Number of lowercase characters : ", &QPasswordPolicy::minLower, 0, 16},
+    {"Number of invalid logins before block (0 for disabled): ", "Invalid Logins",
      "Number of invalid logins before block (0 for disabled): ", &QPasswordPolicy::maxInvalidLogins,
      0, 255},
-    {"Number of days for expiration (0 for disabled) : ",
+    {"Number of days for expiration (0 for disabled) : ", "Days to expire",
      "Number of days for expiration (0 for disabled) : ", &QPasswordPolicy::expiryDays, 0, 255},
 };
 
@@ -47,6 +50,19 @@ bool AskPasswordPolicy(QPasswordPolicy *policy) {
 }
 
 }  // namespace
+
+uint32_t ShowCompactPasswordPolicy(QSessionHandle session, int width) {
+    QPasswordPolicy policy{};
+    const uint32_t rc =
+        QAdmOperation(session, Q_ADM_GET_PASSWORD_POLICY, &policy, sizeof policy, 0);
+    if (rc != Q_OK) {
+        PrintError("Error recovering Password Policy.", rc);
+        return rc;
+    }
+    for (const PolicyField &field : kFields)
+        OutPrintf("%*s : %u\n", width, field.compactLabel, unsigned(policy.*field.value));
+    return 0;
+}
 
 int32_t PasswordPolicy(QSessionHandle session, const MenuItem &item) {
     PrintActionHeading(item);

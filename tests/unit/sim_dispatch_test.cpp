@@ -82,7 +82,7 @@ TEST_F(SimDispatch, SessionKindsAreCheckedBeforeAnyHandlerRuns) {
     sim::ConnectionState anonymous = SessionOf("", sim::SessionKind::kAnonymous);
     ExpectOnly(anonymous,
                {pb::Request::kLogout, pb::Request::kLiveness, pb::Request::kGetVersionText,
-                pb::Request::kGetHsmMode},
+                pb::Request::kGetHsmMode, pb::Request::kGetP11Info},
                wire::ERR_ACCESS_DENIED);
     sim::ConnectionState expired = SessionOf("plain", sim::SessionKind::kPasswordChange);
     ExpectOnly(expired,
@@ -99,7 +99,11 @@ TEST_F(SimDispatch, RightsAreReadFreshAndCheckedBeforeAnyHandlerRuns) {
     const std::set<int> needRights = {
         pb::Request::kCreateUser,          pb::Request::kRemoveUser,
         pb::Request::kListUsers,           pb::Request::kCountAccessTokens,
-        pb::Request::kCollectAccessTokens, pb::Request::kSetPasswordPolicy};
+        pb::Request::kCollectAccessTokens, pb::Request::kSetPasswordPolicy,
+        pb::Request::kGetHsmStatus,        pb::Request::kGetReplicationNodes,
+        pb::Request::kGetUptime,           pb::Request::kGetHsmClock,
+        pb::Request::kGetStatInfo,         pb::Request::kGetNetInfo,
+        pb::Request::kListLoadedModules,   pb::Request::kListSessions};
     std::set<int> allowed;
     for (const auto &[number, entry] : recording_.entries())
         if (!needRights.count(number)) allowed.insert(number);

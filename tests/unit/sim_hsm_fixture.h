@@ -72,7 +72,8 @@ class SimHsm : public ::testing::Test {
     size_t logSize_ = 0;
     std::FILE *logFile_ = ::open_memstream(&logText_, &logSize_);
     sim::DiagnosticLog log_{logFile_};
+    sim::HardwareSettings hardware_;
     sim::HsmContext hsm_{
-        data_.users(), data_.masterKey(), sessions_,      clock_,         identity_,
-        data_.keys(),  data_.tokens(),    data_.policy(), data_.events(), log_};
+        data_.users(),  data_.masterKey(), sessions_,      clock_, identity_, data_.keys(),
+        data_.tokens(), data_.policy(),    data_.events(), log_,   hardware_};
 };

@@ -56,6 +56,7 @@ const std::set<std::string> kPublicLookalikes = {
     "wire.pb.ImportKeyComponents.component_check_values",
     "wire.pb.ImportKeyComponents.key_check_value",
     "wire.pb.AccessTokenInfo.key",
+    "wire.pb.GetHsmStatusReply.tp_key",  // the id of the HSM's public TLS key
 };
 
 const std::regex kSecretSounding("password|otp|seed|material|component|token|secret|key|random");

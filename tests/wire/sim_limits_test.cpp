@@ -48,8 +48,8 @@ TEST(SimLimits, DescriptorsComeBackOnceClientsLeaveEvenAfterTheTableFilled) {
 }
 
 TEST(SimLimits, BeforeLoginFramesAreSmallConnectionsFewAndTheLoginTimed) {
-    SimProcess sim(SimProcess::Options{
-        .extraArgs = {"--login-timeout", "5", "--max-pending-logins", "3"}});
+    SimProcess sim(
+        SimProcess::Options{.extraArgs = {"--login-timeout", "5", "--max-pending-logins", "3"}});
     {
         std::vector<std::unique_ptr<RawClient>> idle;
         for (int i = 0; i < 3; ++i)
@@ -84,8 +84,8 @@ TEST(SimLimits, BeforeLoginFramesAreSmallConnectionsFewAndTheLoginTimed) {
         std::string liveness;
         Liveness().SerializeToString(&liveness);
         // Field 100000, length-delimited, 64 KiB: a field the reader skips.
-        const std::string unknown = std::string("\x82\xea\x30\x80\x80\x04", 6) +
-                                    std::string(64 * 1024, 'x');
+        const std::string unknown =
+            std::string("\x82\xea\x30\x80\x80\x04", 6) + std::string(64 * 1024, 'x');
         const std::string body = liveness + unknown;
         ASSERT_TRUE(client.SendRaw(FrameHeader(static_cast<uint32_t>(body.size())) + body));
         std::optional<wire::pb::Response> response = client.Receive();
@@ -95,8 +95,8 @@ TEST(SimLimits, BeforeLoginFramesAreSmallConnectionsFewAndTheLoginTimed) {
 }
 
 TEST(SimLimits, ConnectionsPerAddressAreBoundedAndAFloodOfRequestsIsPaced) {
-    SimProcess sim(SimProcess::Options{.extraArgs = {"--max-connections-per-address", "2",
-                                                     "--max-requests-per-second", "50"}});
+    SimProcess sim(SimProcess::Options{
+        .extraArgs = {"--max-connections-per-address", "2", "--max-requests-per-second", "50"}});
     RawClient first(sim.port(), false);
     RawClient second(sim.port(), false);
     ASSERT_EQ(first.Status(PasswordLogin("master", sim.initPassword())), wire::OK);

@@ -1,6 +1,7 @@
 // Menus under "HSM" for its administration: logs, backup, monitoring, replication, IP
 // filter and network tools.
 #include "console/menus/menu_table.h"
+#include "hsm/hsm_actions.h"
 
 using namespace menu_table;
 
@@ -21,8 +22,8 @@ constexpr MenuEntry kBackupItems[] = {
 
 constexpr MenuEntry kMonitoringItems[] = {
     Title(0, ""),
-    Action(0, "Monitor resources", Q_ACL_REMOTE_INFO, NotAvailableAction),
-    Action(0, "Monitor sessions", Q_ACL_REMOTE_INFO, NotAvailableAction),
+    Action(0, "Monitor resources", Q_ACL_REMOTE_INFO, MonitorResources),
+    Action(0, "Monitor sessions", Q_ACL_REMOTE_INFO, MonitorSessions),
 };
 
 constexpr MenuEntry kReplicationNodesItems[] = {
@@ -37,7 +38,7 @@ constexpr MenuDefinition kReplicationNodesMenu =
 
 constexpr MenuEntry kReplicationItems[] = {
     Title(0, ""),
-    Action(0, "Info", kAnyone, NotAvailableAction),
+    Action(0, "Info", kAnyone, ShowReplicationAction),
     Nested(0, "Nodes", kAnyone, kReplicationNodesMenu),
     Action(0, "Refresh", kAnyone, NotAvailableAction),
     Action(0, "Cross Check", kAnyone, NotAvailableAction),

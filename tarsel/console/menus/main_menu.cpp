@@ -3,6 +3,7 @@
 #include "app/version_numbers.h"
 #include "console/menu_tree.h"
 #include "console/menus/menu_table.h"
+#include "hsm/hsm_actions.h"
 #include "keys/key_actions.h"
 
 using namespace menu_table;
@@ -41,7 +42,7 @@ constexpr MenuEntry kMainItems[] = {
     Nested(kUsers, "Access Tokens...", kAnyone, kAccessTokensMenu, AccessTokensMenu),
 
     Title(kHsm, "HSM"),
-    Action(kHsm, "Info", Q_ACL_REMOTE_INFO, NotAvailableAction),
+    Action(kHsm, "Info", Q_ACL_REMOTE_INFO, ShowHsmInfo),
     Nested(kHsm, "Logs...", Q_ACL_REMOTE_INFO, kLogsMenu),
     Nested(kHsm, "Backup...", Q_ACL_BACKUP, kBackupMenu),
     Nested(kHsm, "Monitoring...", Q_ACL_REMOTE_INFO, kMonitoringMenu),
