@@ -26,6 +26,7 @@ uint32_t LibraryState::Finalize() {
     hashes.TakeAll();
     keys.TakeAll();
     metadata.TakeAll();
+    logs.TakeAll();
     for (auto &session : sessions.TakeAll())
         session->Close();
     return wire::OK;

@@ -19,6 +19,12 @@ struct HashContext {
     uint32_t digestSize;  // fixed by the algorithm, so reading it needs no round trip
 };
 
+// A download of the HSM's log, reached through its session.
+struct LogDownload {
+    std::shared_ptr<Session> session;
+    uint64_t remoteId;
+};
+
 class LibraryState {
   public:
     static LibraryState &Get();
@@ -33,6 +39,7 @@ class LibraryState {
     HandleTable<HashContext> hashes;
     HandleTable<KeyObject> keys;
     HandleTable<ObjMetadata> metadata;
+    HandleTable<LogDownload> logs;
 
   private:
     mutable std::mutex mutex_;

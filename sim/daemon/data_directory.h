@@ -30,6 +30,7 @@ class DataDirectory {
     KeyStore &keys() { return keys_; }
     EventLog &events() { return events_; }
     const MasterKey &masterKey() const { return masterKey_; }
+    const DatabaseFile &database() const { return file_; }
     std::string tlsKeyPath() const { return dir_ + "/tls.key"; }
     std::string tlsCertPath() const { return dir_ + "/tls.crt"; }
 

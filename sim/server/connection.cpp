@@ -4,13 +4,17 @@
 #include <netinet/tcp.h>
 #include <openssl/crypto.h>
 #include <openssl/x509.h>
+#include <poll.h>
 #include <sys/socket.h>
+
+#include <cerrno>
 
 #include <memory>
 
 #include "secret_fields.h"
 #include "server/dispatcher.h"
 #include "server/service_table.h"
+#include "service/reply_stream.h"
 
 namespace sim {
 
@@ -46,7 +50,35 @@ bool ReplyStatus(wire::Stream &stream, wire::Status status) {
     return SendResponse(stream, response);
 }
 
+// The connection's side of a request answered by several frames.
+class FrameStream final : public ReplyStream {
+  public:
+    explicit FrameStream(wire::Stream &stream) : stream_(stream) {}
+
+    bool Push(wire::pb::Response &response) override { return SendResponse(stream_, response); }
+
+    bool StopAsked(int timeoutMs) override {
+        // Bytes TLS has already taken off the socket do not wake poll.
+        if (stream_.ssl() == nullptr || SSL_pending(stream_.ssl()) == 0) {
+            pollfd ready{stream_.fd(), POLLIN, 0};
+            int count = ::poll(&ready, 1, timeoutMs);
+            if (count == 0 || (count < 0 && errno == EINTR)) return false;
+        }
+        // A stop is what a client sends here; anything else is not served, and ends the
+        // stream all the same.
+        std::string payload;
+        (void)wire::ReadFrame(stream_, payload);
+        OPENSSL_cleanse(payload.data(), payload.size());
+        return true;
+    }
+
+  private:
+    wire::Stream &stream_;
+};
+
 void ServeRequests(HsmContext &hsm, ConnectionState &conn, wire::Stream &stream) {
+    FrameStream replies(stream);
+    conn.replies = &replies;
     std::string payload;
     wire::pb::Request request;
     for (;;) {

@@ -51,6 +51,10 @@ pb::Response Dispatch(const DispatchTable &table, HsmContext &hsm, ConnectionSta
     try {
         const DispatchTable::Entry *entry = table.Find(request.body_case());
         result = entry == nullptr ? Result::kNotSupported : Admit(entry->rule, call);
+        if (result == Result::kAccessDenied && session)
+            hsm.events.Record(Actor::User(session->user),
+                              std::string("Request refused: ") + std::string(RequestName(request)),
+                              "access denied");
         if (result == Result::kOk) result = entry->run(call, request, &response);
         if (result == Result::kInternal) LogInternalError(hsm.log, request, session, {});
     } catch (const std::exception &e) {

@@ -4,6 +4,7 @@
 #include "service/information_service.h"
 #include "service/key_export_service.h"
 #include "service/key_service.h"
+#include "service/log_service.h"
 #include "service/login_service.h"
 #include "service/oath_service.h"
 #include "service/object_service.h"
@@ -30,6 +31,7 @@ const DispatchTable &ServiceTable() {
         RegisterObjectService(services);
         RegisterKeyExportService(services);
         RegisterPkcs11MapDetails(services);
+        RegisterLogService(services);
         return services;
     }();
     return table;

@@ -32,11 +32,14 @@ struct HsmContext {
     DiagnosticLog &log;
 };
 
+class ReplyStream;
+
 // Owned by one connection thread.
 struct ConnectionState {
     std::shared_ptr<Session> session;  // null before login and after logout
     std::string peerCertificate;       // DER of the TLS client certificate; empty if none
     bool closeAfterReply = false;      // set by a handler that must end the connection
+    ReplyStream *replies = nullptr;    // set while a connection serves; null in direct calls
 };
 
 }  // namespace sim
