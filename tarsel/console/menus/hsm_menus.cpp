@@ -1,6 +1,7 @@
 // Menus under "HSM" for its administration: logs, backup, monitoring, replication, IP
 // filter and network tools.
 #include "console/menus/menu_table.h"
+#include "hsm/log_actions.h"
 
 using namespace menu_table;
 
@@ -8,9 +9,9 @@ namespace {
 
 constexpr MenuEntry kLogsItems[] = {
     Title(0, ""),
-    Action(0, "Retrieve", Q_ACL_REMOTE_INFO, NotAvailableAction),
-    Action(0, "Clear", Q_ACL_REMOTE_INFO, NotAvailableAction),
-    Action(0, "Follow", Q_ACL_REMOTE_INFO, NotAvailableAction),
+    Action(0, "Retrieve", Q_ACL_REMOTE_INFO, RetrieveLogs),
+    Action(0, "Clear", Q_ACL_REMOTE_INFO, ClearLogs),
+    Action(0, "Follow", Q_ACL_REMOTE_INFO, FollowLogs),
 };
 
 constexpr MenuEntry kBackupItems[] = {
