@@ -84,8 +84,9 @@ Result HandleFollowLog(Call &call, const pb::FollowLog &, pb::FollowLogReply *re
         quiet = 0;
         pb::Response frame;
         frame.set_status(wire::OK);
+        pb::FollowLogReply *body = frame.mutable_follow_log();  // set even with no lines
         for (std::string &line : lines)
-            frame.mutable_follow_log()->add_lines(std::move(line));
+            body->add_lines(std::move(line));
         if (!stream->Push(frame)) break;
     }
     reply->set_stopped(true);

@@ -39,6 +39,7 @@ PtyDriver::PtyDriver(const std::string &program, const std::vector<std::string> 
     settings.c_iflag = ICRNL;
     settings.c_oflag = OPOST;
     settings.c_lflag = ISIG | ICANON | ECHO | ECHOE | ECHOK;
+    settings.c_cc[VINTR] = 0x03;  // Control+C, as a shell leaves it
     settings.c_cflag = CS8 | CREAD;
     cfsetispeed(&settings, B38400);
     cfsetospeed(&settings, B38400);
