@@ -24,10 +24,12 @@ int DayNumber(int year, int month, int day) {
 }  // namespace
 
 bool RawLineTime(const char *line, time_t *out) {
+    constexpr size_t kHashDigits = 64;
+    // 64 hexadecimal digits, a space, seq|boot|YYYY-MM-DDTHH:MM:SSZ|
+    if (strspn(line, "0123456789ABCDEF") != kHashDigits || line[kHashDigits] != ' ') return false;
     struct tm utc = {};
     int consumed = 0;
-    // 64 hexadecimal digits, a space, seq|boot|YYYY-MM-DDTHH:MM:SSZ|
-    if (sscanf(line, "%*64[0-9A-F] %*[0-9]|%*[0-9]|%4d-%2d-%2dT%2d:%2d:%2dZ|%n", &utc.tm_year,
+    if (sscanf(line + kHashDigits + 1, "%*[0-9]|%*[0-9]|%4d-%2d-%2dT%2d:%2d:%2dZ|%n", &utc.tm_year,
                &utc.tm_mon, &utc.tm_mday, &utc.tm_hour, &utc.tm_min, &utc.tm_sec, &consumed) != 6 ||
         consumed == 0)
         return false;
