@@ -96,10 +96,19 @@ TEST_F(SimDispatch, SessionKindsAreCheckedBeforeAnyHandlerRuns) {
 }
 
 TEST_F(SimDispatch, RightsAreReadFreshAndCheckedBeforeAnyHandlerRuns) {
-    const std::set<int> needRights = {
-        pb::Request::kCreateUser,          pb::Request::kRemoveUser,
-        pb::Request::kListUsers,           pb::Request::kCountAccessTokens,
-        pb::Request::kCollectAccessTokens, pb::Request::kSetPasswordPolicy};
+    const std::set<int> needRights = {pb::Request::kCreateUser,
+                                      pb::Request::kRemoveUser,
+                                      pb::Request::kListUsers,
+                                      pb::Request::kCountAccessTokens,
+                                      pb::Request::kCollectAccessTokens,
+                                      pb::Request::kSetPasswordPolicy,
+                                      pb::Request::kGetLogSize,
+                                      pb::Request::kReadLog,
+                                      pb::Request::kClearLog,
+                                      pb::Request::kStartLogDownload,
+                                      pb::Request::kReadLogDownload,
+                                      pb::Request::kEndLogDownload,
+                                      pb::Request::kFollowLog};
     std::set<int> allowed;
     for (const auto &[number, entry] : recording_.entries())
         if (!needRights.count(number)) allowed.insert(number);

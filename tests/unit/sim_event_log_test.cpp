@@ -230,12 +230,14 @@ PRAGMA user_version = 1;
     sim::Database db({dir.Path("hsm.db"), {}});
     sim::Statement version(db, "PRAGMA user_version");
     ASSERT_TRUE(version.Step());
-    EXPECT_EQ(version.Int(0), 3);
+    EXPECT_EQ(version.Int(0), 4);
     std::stringstream file;
     EXPECT_EQ(sim::ExportEventLog(db, file), 3);
-    std::string header, first, second;
-    std::getline(std::getline(std::getline(file, header), first), second);
-    EXPECT_EQ(header, std::string("orvena-event-log 1 3 ") + kSerial);
+    std::string header, anchor, first, second;
+    std::getline(std::getline(std::getline(std::getline(file, header), anchor), first), second);
+    EXPECT_EQ(header, std::string("orvena-event-log 2 3 ") + kSerial);
+    // The chain's start, dated as the first line, stands before the lines carried over.
+    EXPECT_EQ(anchor.substr(65), std::string("0|0|2023-11-14T22:13:20Z||Log start|") + kSerial);
     // Each after its hash and a space: old lines keep their text, with boot 0, no outcome.
     EXPECT_EQ(first.substr(65), "1|0|2023-11-14T22:13:20Z|master|User created|");
     EXPECT_EQ(second.substr(65), "2|0|2023-11-14T22:14:20Z|alice|Login failed (x\\|y)|");
