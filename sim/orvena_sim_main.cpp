@@ -14,6 +14,7 @@
 #include "crypto/tls_identity.h"
 #include "daemon/daemon_options.h"
 #include "daemon/data_directory.h"
+#include "daemon/hardware_sensors.h"
 #include "policy/tamper_latch.h"
 #include "server/discovery.h"
 #include "server/server.h"
@@ -39,6 +40,9 @@ int Run(const sim::DaemonOptions &options) {
     sim::SystemClock clock;
     sim::DataDirectory data(options.dataDir, clock, options.identity.serial);
     data.events().Boot();
+    data.events().RecordHardware("start", "firmware " + options.identity.firmware);
+    for (const auto &[event, detail] : sim::ReadHardwareSensors())
+        data.events().RecordHardware(event, detail);
     if (std::optional<std::string> generated = sim::CreateMasterUser(data, options.initPassword)) {
         std::printf("Initial password of operator master: %s\n", generated->c_str());
         OPENSSL_cleanse(generated->data(), generated->size());
@@ -79,6 +83,7 @@ int Run(const sim::DaemonOptions &options) {
     }
     if (discovery) discovery->Stop();
     server.Stop();
+    data.events().RecordHardware("stop", "signal " + std::to_string(signal));
     return 0;
 }
 

@@ -1141,34 +1141,61 @@ QELVOARC_API uint32_t QOSUnbindHSM(QSessionHandle session, uint32_t flags);
 /* Logs                                                                                     */
 /* ======================================================================================= */
 
+/* The log is a text of raw lines, each ended by "\n": the hash of the line's link in the
+ * HSM's hash chain (64 uppercase hexadecimal digits), a space, and
+ * "seq|boot|YYYY-MM-DDTHH:MM:SSZ|user|operation|outcome" (time in UTC; "\", "|" and control
+ * bytes inside the texts escaped as "\\", "\|" and "\xHH"). The first line is the anchor the
+ * chain continues from (operation "Log start"). The full description, and how the chain is
+ * checked ("orvena-simctl verify-log" accepts a downloaded log), is
+ * sim/store/event_log_format.md of the HSM simulator's sources.
+ * Every remote function below needs Q_ACL_REMOTE_INFO (or the operator bit); a refusal gives
+ * Q_ERR_ACCESS_DENIED and is recorded in the log. */
+
 #define Q_LOG_LINE_SIZE 3072u
 #define Q_LOG_CHUNK_SIZE 1048576u
-#define Q_LOG_ZIPPED (-1)
-#define Q_LOG_PLAIN 0
+#define Q_LOG_STAT_MAX 16384u
+/* QGetHSMLogInit selectors. */
+#define Q_LOG_ZIPPED (-1) /* a ZIP with one member, "vlx_appliance.log": the text */
+#define Q_LOG_PLAIN 0     /* the text */
+/* A ZIP with the text as "vlx_appliance.log" and the hardware log as "vlx_hardware.log": one
+ * line per hardware event (start, stop, battery, fan, temperature readings),
+ * "YYYY-MM-DDTHH:MM:SSZ|event|detail". */
 #define Q_LOG_ZIPPED_PACKAGE (-2)
 
-/* Called once per new event line until the session ends or the callback returns non-zero. */
+/* Called with each new raw line (with its "\n") until it returns non-zero. Runs on the
+ * calling thread, inside QGetLogEvents: it must not call the library on the same session. */
 typedef uint32_t (*QLogEventCallback)(const char *rawLine, void *context);
 
-/* Follows the event log (blocks). */
+/* Follows the log: blocks, handing each line written from now on to callback as it is
+ * written, until callback returns non-zero (the result is then that value, and the session
+ * stays usable) or the session ends (its status: Q_ERR_SESSION_EXPIRED, a lost connection). */
 QELVOARC_API uint32_t QGetLogEvents(QSessionHandle session, QLogEventCallback callback,
                                     void *context, uint32_t flags);
-/* Formats one raw log line. formatted [out]: text, at most formattedSize bytes (3072). */
+/* Formats one raw line (with or without its "\n") as "YYYY-MM-DD HH:MM:SS GMT #seq [HASH8]
+ * user: operation - outcome", HASH8 the first 8 digits of the hash, user "HSM" when empty.
+ * Local. formatted [out]: text, at most formattedSize bytes (Q_LOG_LINE_SIZE is enough for
+ * any line of 2048 bytes). A line of another shape: Q_ERR_INVALID_PARAMETER; too small a
+ * buffer: Q_ERR_BUFFER_TOO_SMALL. */
 QELVOARC_API uint32_t QLogLineFormat(const char *rawLine, char *formatted, uint32_t formattedSize,
                                      uint32_t flags);
-/* Clears the HSM log. */
+/* Clears the log. The log then holds its anchor, standing for the last line removed so the
+ * chain stays checkable, and the line recording the clear. */
 QELVOARC_API uint32_t QTruncateLog(QSessionHandle session, uint32_t flags);
-/* Reads up to length (<= 16384) bytes of the log at offset. data [out]: QFree. */
+/* Reads up to length (1 to Q_LOG_STAT_MAX, else Q_ERR_INVALID_LENGTH) bytes of the text at
+ * offset; fewer at its end, none at offset == size. An offset beyond the text:
+ * Q_ERR_INVALID_PARAMETER. data [out]: QFree; dataLength [out]: the bytes read. */
 QELVOARC_API uint32_t QGetStatLog(QSessionHandle session, uint32_t offset, uint32_t length,
                                   uint8_t **data, uint32_t *dataLength, uint32_t flags);
-/* size [out]: the log's size in bytes. */
+/* size [out]: the text's size in bytes. */
 QELVOARC_API uint32_t QGetStatLogSize(QSessionHandle session, uint32_t *size, uint32_t flags);
-/* Starts a log download. reserved: 0. selector: Q_LOG_*. log [out]: QGetHSMLogEnd. */
+/* Starts a download of one snapshot of the log. reserved: 0. selector: Q_LOG_* (another:
+ * Q_ERR_INVALID_PARAMETER). A session holds at most 4 downloads. log [out]: QGetHSMLogEnd. */
 QELVOARC_API uint32_t QGetHSMLogInit(QSessionHandle session, uint32_t reserved, int32_t selector,
                                      QLogHandle *log, uint32_t flags);
-/* Next chunk. length [in,out]: capacity / bytes written; 0 at the end. */
+/* Next chunk. length [in,out]: capacity (at most Q_LOG_CHUNK_SIZE is used) / bytes written; 0
+ * at the end. A plain download of a log cleared meanwhile: Q_ERR_BAD_STATE. */
 QELVOARC_API uint32_t QGetHSMLogCont(QLogHandle log, uint8_t *buffer, uint32_t *length);
-/* Ends a download and releases the handle. */
+/* Ends a download and releases the handle (also when its session is gone). */
 QELVOARC_API uint32_t QGetHSMLogEnd(QLogHandle log);
 
 /* ======================================================================================= */

@@ -54,6 +54,11 @@ Connection::~Connection() {
 }
 
 uint32_t Connection::RoundTrip(pb::Request &request, pb::Response *response) {
+    uint32_t status = Send(request);
+    return status == wire::OK ? Receive(response) : status;
+}
+
+uint32_t Connection::Send(pb::Request &request) {
     const bool serialised = !broken_ && request.SerializeToString(&outgoing_);
     // The message's secrets are of no use once serialised (or never sent); the frame's go
     // once it is written.
@@ -64,24 +69,35 @@ uint32_t Connection::RoundTrip(pb::Request &request, pb::Response *response) {
     }
     uint32_t status;
     {
-        // OpenSSL also writes while reading (alerts), so the whole exchange is guarded.
         std::optional<SigpipeGuard> guard;
         if (ssl_ != nullptr) guard.emplace();
         status = wire::WriteFrame(stream_, outgoing_);
-        if (secret) OPENSSL_cleanse(outgoing_.data(), outgoing_.size());
-        if (status == wire::OK) status = wire::ReadFrame(stream_, incoming_);
+    }
+    if (secret) OPENSSL_cleanse(outgoing_.data(), outgoing_.size());
+    return status == wire::OK ? status : Broken(status);
+}
+
+uint32_t Connection::Receive(pb::Response *response) {
+    if (broken_) return wire::ERR_CONNECTION_LOST;
+    uint32_t status;
+    {
+        // OpenSSL also writes while reading (alerts).
+        std::optional<SigpipeGuard> guard;
+        if (ssl_ != nullptr) guard.emplace();
+        status = wire::ReadFrame(stream_, incoming_);
     }
     if (status == wire::OK && !response->ParseFromString(incoming_)) status = wire::ERR_PROTOCOL;
     // The raw answer may hold secrets (issued tokens, exported material); the parsed copy is
     // the caller's to wipe.
     OPENSSL_cleanse(incoming_.data(), incoming_.size());
-    if (status != wire::OK) {
-        // A half-read or unreadable stream cannot be resynchronised.
-        broken_ = true;
-        ::shutdown(fd_, SHUT_RDWR);
-        return status == wire::ERR_TIMEOUT ? status : wire::ERR_CONNECTION_LOST;
-    }
-    return wire::OK;
+    return status == wire::OK ? status : Broken(status);
+}
+
+uint32_t Connection::Broken(uint32_t status) {
+    // A half-read or unreadable stream cannot be resynchronised.
+    broken_ = true;
+    ::shutdown(fd_, SHUT_RDWR);
+    return status == wire::ERR_TIMEOUT ? status : wire::ERR_CONNECTION_LOST;
 }
 
 uint32_t Connection::protocol() const {

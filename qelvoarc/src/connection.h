@@ -40,12 +40,20 @@ class Connection {
     // caller's to wipe.
     [[nodiscard]] uint32_t RoundTrip(pb::Request &request, pb::Response *response);
 
+    // The two halves of RoundTrip, for a request answered by several frames (the follow of
+    // the event log): Send once, then Receive each frame. The same wiping and the same
+    // failure rules apply.
+    [[nodiscard]] uint32_t Send(pb::Request &request);
+    [[nodiscard]] uint32_t Receive(pb::Response *response);
+
     // "TLSv1.2"/"TLSv1.3" and the cipher suite, or "none" and "" on a clear connection.
     uint32_t protocol() const;  // a Q_PROTOCOL_* code
     const char *cipher() const;
 
   private:
     Connection(int fd, SslCtxPtr ctx, SslPtr ssl);
+    // Marks the stream broken after a transport failure and maps the status.
+    uint32_t Broken(uint32_t status);
 
     int fd_;
     SslCtxPtr ctx_;

@@ -27,6 +27,7 @@ uint32_t LibraryState::Finalize() {
     keys.TakeAll();
     metadata.TakeAll();
     p11Infos.TakeAll();
+    logs.TakeAll();
     for (auto &session : sessions.TakeAll())
         session->Close();
     return wire::OK;

@@ -25,6 +25,12 @@ struct P11Info {
     pb::GetP11InfoReply values;
 };
 
+// A download of the HSM's log, reached through its session.
+struct LogDownload {
+    std::shared_ptr<Session> session;
+    uint64_t remoteId;
+};
+
 class LibraryState {
   public:
     static LibraryState &Get();
@@ -40,6 +46,7 @@ class LibraryState {
     HandleTable<KeyObject> keys;
     HandleTable<ObjMetadata> metadata;
     HandleTable<P11Info> p11Infos;
+    HandleTable<LogDownload> logs;
 
   private:
     mutable std::mutex mutex_;

@@ -108,30 +108,6 @@ uint32_t QOSBindHSM(QSessionHandle, const char *, uint32_t) {
 uint32_t QOSUnbindHSM(QSessionHandle, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
-uint32_t QGetLogEvents(QSessionHandle, QLogEventCallback, void *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QLogLineFormat(const char *, char *, uint32_t, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QTruncateLog(QSessionHandle, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QGetStatLog(QSessionHandle, uint32_t, uint32_t, uint8_t **, uint32_t *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QGetStatLogSize(QSessionHandle, uint32_t *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QGetHSMLogInit(QSessionHandle, uint32_t, int32_t, QLogHandle *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QGetHSMLogCont(QLogHandle, uint8_t *, uint32_t *) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QGetHSMLogEnd(QLogHandle) {
-    return Q_ERR_NOT_SUPPORTED;
-}
 uint32_t QEFTExportKey(QSessionHandle, const char *, uint32_t, void *, uint32_t *, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }

@@ -31,6 +31,7 @@ class DataDirectory {
     EventLog &events() { return events_; }
     const MasterKey &masterKey() const { return masterKey_; }
     const std::string &path() const { return dir_; }
+    const DatabaseFile &database() const { return file_; }
     std::string tlsKeyPath() const { return dir_ + "/tls.key"; }
     std::string tlsCertPath() const { return dir_ + "/tls.crt"; }
 

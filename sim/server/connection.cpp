@@ -5,9 +5,11 @@
 #include <netinet/tcp.h>
 #include <openssl/crypto.h>
 #include <openssl/x509.h>
+#include <poll.h>
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <memory>
 #include <thread>
@@ -15,6 +17,7 @@
 #include "secret_fields.h"
 #include "server/dispatcher.h"
 #include "server/service_table.h"
+#include "service/reply_stream.h"
 
 namespace sim {
 
@@ -63,6 +66,32 @@ bool ReplyStatus(wire::Stream &stream, wire::Status status) {
     response.set_status(status);
     return SendResponse(stream, response);
 }
+
+// The connection's side of a request answered by several frames.
+class FrameStream final : public ReplyStream {
+  public:
+    explicit FrameStream(wire::Stream &stream) : stream_(stream) {}
+
+    bool Push(wire::pb::Response &response) override { return SendResponse(stream_, response); }
+
+    bool StopAsked(int timeoutMs) override {
+        // Bytes TLS has already taken off the socket do not wake poll.
+        if (stream_.ssl() == nullptr || SSL_pending(stream_.ssl()) == 0) {
+            pollfd ready{stream_.fd(), POLLIN, 0};
+            int count = ::poll(&ready, 1, timeoutMs);
+            if (count == 0 || (count < 0 && errno == EINTR)) return false;
+        }
+        // A stop is what a client sends here; anything else is not served, and ends the
+        // stream all the same.
+        std::string payload;
+        (void)wire::ReadFrame(stream_, payload);
+        OPENSSL_cleanse(payload.data(), payload.size());
+        return true;
+    }
+
+  private:
+    wire::Stream &stream_;
+};
 
 int64_t SteadyNanos() {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(
@@ -127,6 +156,8 @@ wire::Status ReadRequestFrame(wire::Stream &stream, const ConnectionState &conn,
 
 void ServeRequests(HsmContext &hsm, ConnectionState &conn, wire::Stream &stream,
                    const ConnectionLimits &limits, ConnectionWatch &watch) {
+    FrameStream replies(stream);
+    conn.replies = &replies;
     std::string payload;
     wire::pb::Request request;
     RequestPacer pacer(limits.maxRequestsPerSecond);

@@ -58,7 +58,7 @@ pb::Response Dispatch(const DispatchTable &table, HsmContext &hsm, ConnectionSta
     try {
         const DispatchTable::Entry *entry = table.Find(request.body_case());
         result = entry == nullptr ? Result::kNotSupported : Admit(entry->rule, call);
-        if (result == Result::kAccessDenied) RecordRefusal(hsm, request, *session);
+        if (result == Result::kAccessDenied && session) RecordRefusal(hsm, request, *session);
         if (result == Result::kOk) result = entry->run(call, request, &response);
         if (result == Result::kInternal) LogInternalError(hsm.log, request, session, {});
     } catch (const std::exception &e) {

@@ -5,6 +5,7 @@
 #include "service/information_service.h"
 #include "service/key_export_service.h"
 #include "service/key_service.h"
+#include "service/log_service.h"
 #include "service/login_service.h"
 #include "service/machine_service.h"
 #include "service/oath_service.h"
@@ -34,6 +35,7 @@ const DispatchTable &ServiceTable() {
         RegisterPkcs11MapDetails(services);
         RegisterHsmStatusService(services);
         RegisterMachineService(services);
+        RegisterLogService(services);
         return services;
     }();
     return table;

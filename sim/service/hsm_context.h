@@ -34,6 +34,8 @@ struct HsmContext {
     const HardwareSettings &hardware;
 };
 
+class ReplyStream;
+
 // Owned by one connection thread.
 struct ConnectionState {
     std::shared_ptr<Session> session;  // null before login and after logout
@@ -41,6 +43,7 @@ struct ConnectionState {
     std::string peerAddress;           // the client's IP address
     bool tls = false;                  // the connection is encrypted
     bool closeAfterReply = false;      // set by a handler that must end the connection
+    ReplyStream *replies = nullptr;    // set while a connection serves; null in direct calls
 };
 
 }  // namespace sim

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "crypto/hash_context.h"
+#include "store/log_download.h"
 
 namespace sim {
 
@@ -35,6 +36,8 @@ struct Session {
     // the session at its next request.
     std::atomic<bool> ended{false};
     std::map<uint64_t, std::unique_ptr<HashContext>> hashes;
+    std::map<uint64_t, std::unique_ptr<LogDownload>> logDownloads;
+    uint64_t lastLogDownload = 0;
 };
 
 // A session holds at most this many hash contexts at once.

@@ -3,6 +3,7 @@
 #include <openssl/evp.h>
 
 #include <charconv>
+#include <ctime>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -15,6 +16,7 @@
 #include "policy/tamper_latch.h"
 #include "service/access_token.h"
 #include "simctl/bulk_keys.h"
+#include "simctl/bulk_log.h"
 
 namespace sim {
 
@@ -212,6 +214,16 @@ int Run(DataDirectory &data, const std::vector<std::string> &args, std::ostream 
                                  Optional(line, "--prefix", "key")),
                       "add-keys", err);
     }
+    if (command == "add-log-lines") {
+        CommandLine line = Split(args, 1, {"--from", "--step", "--text"});
+        constexpr int64_t kLatest = 253402300799;  // 9999-12-31T23:59:59Z
+        AppendLogLines(
+            data, Number(line.positional[0], 1, 100000000),
+            Number(Optional(line, "--from", std::to_string(std::time(nullptr))), 0, kLatest),
+            Number(Optional(line, "--step", "0"), 0, 86400),
+            Optional(line, "--text", "Bulk event"));
+        return 0;
+    }
     if (command == "block" || command == "unblock") {
         CommandLine line = Split(args, 1, {});
         return Report(users.SetBlocked(actor, line.positional[0], command == "block"), command,
@@ -247,6 +259,9 @@ const char *SimctlUsage() {
            "  add-keys ID COUNT [--algorithm N] [--prefix P]   COUNT keys named P0.. (default\n"
            "      AES-256, prefix key) in one transaction\n"
            "  tamper on|off   sets or clears the tamper latch (a running daemon sees it)\n"
+           "  add-log-lines COUNT [--from UNIX_TIME] [--step SECONDS] [--text TEXT]   COUNT\n"
+           "      event-log lines \"TEXT n\" (default Bulk event), the first at UNIX_TIME\n"
+           "      (default now), each next SECONDS later (default 0)\n"
            "Numbers are decimal or 0x hexadecimal.\n"
            "verify-log checks the hash chain of a data directory's event log, or of a file\n"
            "export-log wrote; it names the first broken or missing line and exits 1, or\n"

@@ -11,6 +11,8 @@ namespace {
 
 constexpr char kHexDigits[] = "0123456789abcdef";
 
+}  // namespace
+
 std::string UtcTime(int64_t seconds) {
     auto time = static_cast<std::time_t>(seconds);
     std::tm utc{};
@@ -20,6 +22,8 @@ std::string UtcTime(int64_t seconds) {
         throw std::runtime_error("time out of range: " + std::to_string(seconds));
     return text;
 }
+
+namespace {
 
 int HexValue(char c) {
     if (c >= '0' && c <= '9') return c - '0';
@@ -93,14 +97,17 @@ std::string ChainHash(std::string_view previous, std::string_view text) {
 }
 
 ChainVerifier::ChainVerifier(std::string_view serial, int64_t lastSeq)
-    : previous_(ChainStart(serial)), lastSeq_(lastSeq) {}
+    : ChainVerifier(ChainStart(serial), 0, lastSeq) {}
+
+ChainVerifier::ChainVerifier(std::string anchorHash, int64_t anchorSeq, int64_t lastSeq)
+    : previous_(std::move(anchorHash)), lastSeq_(lastSeq), expected_(anchorSeq + 1) {}
 
 void ChainVerifier::Add(int64_t seq, std::string_view text, std::string_view hash) {
     if (!report_.whole) return;
     if (seq != expected_)
         return Fail(expected_, "line " + std::to_string(expected_) + " is missing; line " +
                                    std::to_string(seq) + " stands in its place");
-    if (seq > lastSeq_)
+    if (lastSeq_ >= 0 && seq > lastSeq_)
         return Fail(seq, "line " + std::to_string(seq) + " lies beyond the last line the log " +
                              "records (" + std::to_string(lastSeq_) + ")");
     if (ChainHash(previous_, text) != hash)
@@ -115,7 +122,7 @@ void ChainVerifier::AddUnreadable() {
 }
 
 ChainReport ChainVerifier::Finish() {
-    if (report_.whole && expected_ <= lastSeq_)
+    if (report_.whole && lastSeq_ >= 0 && expected_ <= lastSeq_)
         Fail(expected_, "line " + std::to_string(expected_) + " is missing; the log ends at line " +
                             std::to_string(lastSeq_));
     return report_;

@@ -22,6 +22,9 @@ struct EventLine {
 // escaped, so the text is one printable line whose separators no field can forge.
 std::string CanonicalText(const EventLine &line);
 
+// `YYYY-MM-DDTHH:MM:SSZ`. Throws std::runtime_error for a time no calendar holds.
+std::string UtcTime(int64_t seconds);
+
 // Backslash, vertical bar and control bytes as \\, \| and \xHH; every other byte as it is.
 std::string EscapeField(std::string_view field);
 // The inverse of EscapeField; false for an escape EscapeField does not make.
@@ -44,6 +47,9 @@ class ChainVerifier {
   public:
     // `lastSeq`: the number the log records for its last line.
     ChainVerifier(std::string_view serial, int64_t lastSeq);
+    // A chain that continues from line `anchorSeq` of hash `anchorHash` (a cleared log).
+    // `lastSeq` < 0: the end is not known, so lines cut from the end cannot be found.
+    ChainVerifier(std::string anchorHash, int64_t anchorSeq, int64_t lastSeq);
 
     // The next line as stored: its number, canonical text and stored hash. Lines after the
     // first fault are not looked at.

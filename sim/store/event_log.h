@@ -9,11 +9,13 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/clock.h"
 #include "store/actor.h"
 #include "store/database.h"
 #include "store/event_chain.h"
+#include "store/raw_log.h"
 
 namespace sim {
 
@@ -37,11 +39,38 @@ class EventLog {
     // Counts one more start of the daemon and logs it; returns the new count. Thread-safe.
     int64_t Boot();
 
+    // Empties the log. The text then begins with an anchor standing for the last line
+    // removed, so the chain stays checkable, and the clear is the first line after it.
+    void Clear(Actor actor);
+    // The served text's bounds.
+    RawLogState State();
+    // Up to `length` bytes of the text from `offset`, one snapshot; false when the offset lies
+    // beyond the text (an offset at its end reads nothing).
+    bool Read(int64_t offset, int64_t length, std::string *out);
+    // The next part of a download of the text [.., end) that began while the log started at
+    // the anchor `anchorSeq`: up to `length` bytes from `offset`. Returns how many bytes, or
+    // -1 when the log was cleared since.
+    int64_t ReadFrom(int64_t offset, int64_t anchorSeq, int64_t end, int64_t length,
+                     std::string *out);
+    // Appends the raw lines after line `seq`, at most `limit`, to *lines; returns the number
+    // of the last line appended (`seq` when none).
+    int64_t LinesAfter(int64_t seq, size_t limit, std::vector<std::string> *lines);
+
+    // The hardware log: the last kHardwareLogLines events of the device itself (start, stop,
+    // tamper, battery, fan, temperature), each a line of HardwareLine.
+    void RecordHardware(std::string_view event, std::string_view detail);
+    void ForEachHardwareLine(const std::function<void(const std::string &)> &each);
+
   private:
     std::mutex mutex_;
     Database db_;
     const Clock &clock_;
 };
+
+inline constexpr int64_t kHardwareLogLines = 1000;
+
+// `time|event|detail\n`, the time as in the event log and the texts escaped the same way.
+std::string HardwareLine(int64_t time, std::string_view event, std::string_view detail);
 
 // Where the chain starts and ends, as the database records it.
 struct EventLogEnds {
@@ -49,10 +78,6 @@ struct EventLogEnds {
     int64_t boot = 0;     // daemon starts so far
     int64_t lastSeq = 0;  // 0 while the log is empty
 };
-
-// Stores `line` as the link after `previousHash` and returns its own hash. The chain's end
-// (event_log_state) is the caller's to move. REQUIRES: inside a write transaction.
-std::string InsertEventLine(Database &db, const EventLine &line, std::string_view previousHash);
 
 // REQUIRES for both: inside one transaction (Transaction::kRead) when they must agree.
 EventLogEnds ReadEventLogEnds(Database &db);

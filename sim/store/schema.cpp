@@ -5,6 +5,7 @@
 
 #include "store/event_chain.h"
 #include "store/event_log.h"
+#include "store/raw_log.h"
 
 namespace sim {
 
@@ -127,7 +128,17 @@ CREATE TABLE event_log_state (
     Statement old(db, "SELECT time, user_id, text FROM event_log_unchained ORDER BY seq");
     while (old.Step()) {
         line = {line.seq + 1, 0, old.Int(0), old.Text(1), old.Text(2), ""};
-        hash = InsertEventLine(db, line, hash);
+        hash = ChainHash(hash, CanonicalText(line));
+        Statement(db,
+                  "INSERT INTO event_log (seq, boot, time, user_id, operation, outcome, hash) "
+                  "VALUES (?, ?, ?, ?, ?, '', ?)")
+            .Bind(1, line.seq)
+            .Bind(2, line.boot)
+            .Bind(3, line.time)
+            .Bind(4, line.user)
+            .Bind(5, line.operation)
+            .BindBlob(6, hash)
+            .Run();
     }
     Statement(db, "INSERT INTO event_log_state VALUES (1, ?, 0, ?, ?)")
         .Bind(1, serial)
@@ -136,10 +147,59 @@ CREATE TABLE event_log_state (
         .Run();
 }
 
+// The log becomes a text the HSM serves by byte offset (event_log_format.md): each line keeps
+// where it ends in that text, indexed, so a read at any offset finds its line at once. The
+// text begins with an anchor, the line the first line links to; until the log is first
+// cleared that is the start of the chain. A second, small log keeps the hardware's events.
+void IndexEventLog(Database &db, std::string_view serial) {
+    db.Execute(R"sql(
+ALTER TABLE event_log ADD COLUMN end_offset INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE event_log_state ADD COLUMN anchor_seq INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE event_log_state ADD COLUMN anchor_boot INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE event_log_state ADD COLUMN anchor_time INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE event_log_state ADD COLUMN anchor_hash BLOB NOT NULL DEFAULT x'';
+ALTER TABLE event_log_state ADD COLUMN size INTEGER NOT NULL DEFAULT 0;
+CREATE TABLE hardware_log (
+    seq INTEGER PRIMARY KEY,
+    time INTEGER NOT NULL,
+    event TEXT NOT NULL,
+    detail TEXT NOT NULL
+);
+)sql");
+    LogAnchor anchor{0, 0, 0, ChainStart(serial), std::string(serial)};
+    {
+        Statement first(db, "SELECT time FROM event_log ORDER BY seq LIMIT 1");
+        if (first.Step()) anchor.time = first.Int(0);
+    }
+    int64_t end = static_cast<int64_t>(AnchorLine(anchor).size());
+    {
+        Statement lines(db,
+                        "SELECT seq, boot, time, user_id, operation, outcome, hash FROM event_log "
+                        "ORDER BY seq");
+        while (lines.Step()) {
+            EventLine line{lines.Int(0),  lines.Int(1),  lines.Int(2),
+                           lines.Text(3), lines.Text(4), lines.Text(5)};
+            end += static_cast<int64_t>(RawLine(line, lines.Blob(6)).size());
+            Statement(db, "UPDATE event_log SET end_offset = ? WHERE seq = ?")
+                .Bind(1, end)
+                .Bind(2, line.seq)
+                .Run();
+        }
+    }
+    db.Execute("CREATE UNIQUE INDEX event_log_end ON event_log(end_offset)");
+    Statement(db,
+              "UPDATE event_log_state SET anchor_seq = 0, anchor_boot = 0, anchor_time = ?, "
+              "anchor_hash = ?, size = ? WHERE id = 1")
+        .Bind(1, anchor.time)
+        .BindBlob(2, anchor.hash)
+        .Bind(3, end)
+        .Run();
+}
+
 using Step = void (*)(Database &db, std::string_view serial);
 
 // Step n brings the file to user_version n. Append only: a released step never changes.
-constexpr Step kSteps[] = {CreateAccounts, CreateObjects, ChainEventLog};
+constexpr Step kSteps[] = {CreateAccounts, CreateObjects, ChainEventLog, IndexEventLog};
 
 int64_t Version(Database &db) {
     Statement read(db, "PRAGMA user_version");

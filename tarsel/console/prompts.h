@@ -84,6 +84,9 @@ uint32_t ReadWholeFile(const char *path, uint8_t **data, uint32_t *length);
 // The same into an owned vector; true on success.
 bool ReadWholeFile(const char *path, std::vector<uint8_t> *data);
 
+// When `path` can be opened for reading, asks "File already exists, overwrite (y/[n]): ";
+// a refusal prints "Operation cancelled!" and returns 1. Otherwise 0.
+uint32_t CheckOverwrite(const char *path);
 // Writes the bytes as one block with `mode` ("wb" when none). Returns 0 or 1.
 uint32_t WriteFile(const char *path, const void *data, size_t length, const char *mode = "wb");
 

@@ -94,6 +94,17 @@ uint32_t ReadLocalFile(uint8_t **data, uint32_t *length) {
     });
 }
 
+uint32_t CheckOverwrite(const char *path) {
+    if (FILE *existing = fopen(path, "rb")) {
+        fclose(existing);
+        if (AskYesNo("File already exists, overwrite (y/[n]): ", 0) != 1) {
+            PrintCancelled();
+            return kPromptCancelled;
+        }
+    }
+    return kPromptOk;
+}
+
 uint32_t WriteFile(const char *path, const void *data, size_t length, const char *mode) {
     FILE *file = fopen(path, mode != nullptr ? mode : "wb");
     if (file == nullptr) return kPromptCancelled;

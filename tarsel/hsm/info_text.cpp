@@ -31,24 +31,6 @@ void PrintInfoError(const char *message, uint32_t code) {
     ErrPrintf("\n%s %s (%d)\n", message, text, static_cast<int>(code));
 }
 
-std::string FormatByteSize(double value) {
-    constexpr double kKilo = 1024.0, kMega = 1048576.0, kGiga = 1073741824.0;
-    const char *unit = value == 1 ? "byte" : "bytes";
-    if (value >= kGiga) {
-        value /= kGiga;
-        unit = "GB";
-    } else if (value >= kMega) {
-        value /= kMega;
-        unit = "MB";
-    } else if (value >= kKilo) {
-        value /= kKilo;
-        unit = "KB";
-    }
-    char text[64];
-    std::snprintf(text, sizeof text, "%.2f %s", value, unit);
-    return text;
-}
-
 UptimeSplit SplitUptime(uint32_t uptime) {
     constexpr uint32_t kYear = 31104000, kMonth = 2592000, kDay = 86400, kHour = 3600, kMinute = 60;
     UptimeSplit split;

@@ -23,9 +23,6 @@ void PrintInfoList(int width, const char *label, const std::vector<std::string> 
 // information screens (QGetReturnCodeString).
 void PrintInfoError(const char *message, uint32_t code);
 
-// "%.2f %s": bytes ("byte" for exactly 1), else KB, MB or GB, each 1024 times the last.
-std::string FormatByteSize(double value);
-
 struct UptimeSplit {
     uint32_t years = 0;   // of 360 days
     uint32_t months = 0;  // of 30 days

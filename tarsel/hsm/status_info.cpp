@@ -4,8 +4,10 @@
 
 #include "console/terminal.h"
 #include "device/hsm_info_attr.h"
+#include "hsm/byte_size.h"
 #include "hsm/hsm_actions.h"
 #include "hsm/info_text.h"
+#include "hsm/log_status.h"
 
 namespace {
 
@@ -108,6 +110,7 @@ uint32_t ShowStatusInfo(QSessionHandle session, const QHsmInfoRecord *record, ui
                                                   record->storageTotal * 100);
     else
         OutPrintf("\n");
+    if (int logStatus = ShowLogStatus(session, width); logStatus != 0) return logStatus;
     if (version < 8) {
         uint32_t users = 0;
         rc = QListUsers(session, CountName, &users);
@@ -117,7 +120,9 @@ uint32_t ShowStatusInfo(QSessionHandle session, const QHsmInfoRecord *record, ui
         }
         OutPrintf("%*s : %u\n", width, "Total Users", users);
     } else {
-        PrintInfoLine(width, "DB Size", FormatByteSize(double(record->databaseSize)).c_str());
+        char size[64];
+        FormatByteSize(double(record->databaseSize), size, sizeof size);
+        PrintInfoLine(width, "DB Size", size);
         OutPrintf("%*s : %llu\n", width, "Total Users",
                   static_cast<unsigned long long>(record->userCount));
         OutPrintf("%*s : %llu\n", width, "Total objects",

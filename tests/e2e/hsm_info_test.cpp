@@ -95,11 +95,15 @@ TEST(HsmInfoScreen, EachRecordVersionShowsWhatItCarries) {
                                     "        Telemetry : no\n"
                                     "Remote Management : inactive\n"));
         EXPECT_TRUE(Matches(status, "\n     Storage Area : \\d{1,3}%\n"));
-        // Before version 8 the users are counted by listing them; then the record has them.
-        EXPECT_EQ(Has(status, "%\n      Total Users : 1\n         Sessions : 1\n"), version < 8);
-        EXPECT_EQ(Matches(status,
-                          "%\n          DB Size : [0-9.]+ KB\n      Total Users : 1\n"
-                          "    Total objects : 0\n         Sessions : 1\n"),
+        // The log's size and days, then: before version 8 the users are counted by listing
+        // them; from 8 on the record has them.
+        const std::string log =
+            "%\n         Log Size : \\d+ bytes \\([0-9.]+ (bytes|KB)\\)\n"
+            "     Log Interval : \\d{4}-\\w{3}-\\d\\d to \\d{4}-\\w{3}-\\d\\d\n";
+        EXPECT_EQ(Matches(status, log + "      Total Users : 1\n         Sessions : 1\n"),
+                  version < 8);
+        EXPECT_EQ(Matches(status, log + "          DB Size : [0-9.]+ KB\n      Total Users : 1\n"
+                                        "    Total objects : 0\n         Sessions : 1\n"),
                   version >= 8);
         EXPECT_TRUE(
             Matches(status, "\n              CPU : \\d{1,3}%\n           Memory : \\d{1,3}%\n"));

@@ -1,4 +1,4 @@
-// The pure parts of the HSM information screen: sizes, the uptime split, centring and the
+// The pure parts of the HSM information screen: the uptime split, centring and the
 // names of the HSM's codes.
 #include <gtest/gtest.h>
 
@@ -7,16 +7,6 @@
 #include "qelvoarc.h"
 
 namespace {
-
-TEST(HsmInfoText, ByteSizesChangeUnitAtEachPowerOf1024) {
-    EXPECT_EQ(FormatByteSize(0), "0.00 bytes");
-    EXPECT_EQ(FormatByteSize(1), "1.00 byte");
-    EXPECT_EQ(FormatByteSize(1023), "1023.00 bytes");
-    EXPECT_EQ(FormatByteSize(1024), "1.00 KB");
-    EXPECT_EQ(FormatByteSize(1048575), "1024.00 KB");  // rounded, still below the next unit
-    EXPECT_EQ(FormatByteSize(1048576 * 1.5), "1.50 MB");
-    EXPECT_EQ(FormatByteSize(1073741824.0 * 3), "3.00 GB");
-}
 
 TEST(HsmInfoText, UptimeLosesSecondsUnderAMinuteWithoutMinutes) {
     struct Case {

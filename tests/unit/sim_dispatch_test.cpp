@@ -96,14 +96,27 @@ TEST_F(SimDispatch, SessionKindsAreCheckedBeforeAnyHandlerRuns) {
 }
 
 TEST_F(SimDispatch, RightsAreReadFreshAndCheckedBeforeAnyHandlerRuns) {
-    const std::set<int> needRights = {
-        pb::Request::kCreateUser,          pb::Request::kRemoveUser,
-        pb::Request::kListUsers,           pb::Request::kCountAccessTokens,
-        pb::Request::kCollectAccessTokens, pb::Request::kSetPasswordPolicy,
-        pb::Request::kGetHsmStatus,        pb::Request::kGetReplicationNodes,
-        pb::Request::kGetUptime,           pb::Request::kGetHsmClock,
-        pb::Request::kGetStatInfo,         pb::Request::kGetNetInfo,
-        pb::Request::kListLoadedModules,   pb::Request::kListSessions};
+    const std::set<int> needRights = {pb::Request::kCreateUser,
+                                      pb::Request::kRemoveUser,
+                                      pb::Request::kListUsers,
+                                      pb::Request::kCountAccessTokens,
+                                      pb::Request::kCollectAccessTokens,
+                                      pb::Request::kSetPasswordPolicy,
+                                      pb::Request::kGetHsmStatus,
+                                      pb::Request::kGetReplicationNodes,
+                                      pb::Request::kGetUptime,
+                                      pb::Request::kGetHsmClock,
+                                      pb::Request::kGetStatInfo,
+                                      pb::Request::kGetNetInfo,
+                                      pb::Request::kListLoadedModules,
+                                      pb::Request::kListSessions,
+                                      pb::Request::kGetLogSize,
+                                      pb::Request::kReadLog,
+                                      pb::Request::kClearLog,
+                                      pb::Request::kStartLogDownload,
+                                      pb::Request::kReadLogDownload,
+                                      pb::Request::kEndLogDownload,
+                                      pb::Request::kFollowLog};
     std::set<int> allowed;
     for (const auto &[number, entry] : recording_.entries())
         if (!needRights.count(number)) allowed.insert(number);

@@ -32,7 +32,7 @@ TEST(SimEventChain, CanonicalTextEscapesWhatCouldForgeAFieldOrALine) {
 struct Damage {
     const char *name;
     const char *sql;
-    void (*edit)(std::vector<std::string> *lines);  // lines[0] is the header
+    void (*edit)(std::vector<std::string> *lines);  // lines[0] the header, [1] the anchor
     int64_t firstBad;
 };
 
@@ -84,7 +84,7 @@ class SimEventLogDamage : public ::testing::TestWithParam<Damage> {
 
 TEST_P(SimEventLogDamage, VerifyNamesTheFirstBadLineInTheDatabaseAndInAnExport) {
     std::vector<std::string> lines = ExportedLines();
-    ASSERT_EQ(lines.size(), 6u);
+    ASSERT_EQ(lines.size(), 7u);
     sim::ChainReport whole = VerifyFile(lines);
     EXPECT_TRUE(whole.whole) << whole.problem;
     EXPECT_EQ(whole.lines, 5);
@@ -106,16 +106,16 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         Damage{"Tampered", "UPDATE event_log SET user_id = 'mallory' WHERE seq = 3",
                [](std::vector<std::string> *lines) {
-                   std::string &line = (*lines)[3];
+                   std::string &line = (*lines)[4];
                    line.replace(line.find("||User bob"), 2, "|mallory|");
                },
                3},
         Damage{"Removed", "DELETE FROM event_log WHERE seq = 3",
-               [](std::vector<std::string> *lines) { lines->erase(lines->begin() + 3); }, 3},
+               [](std::vector<std::string> *lines) { lines->erase(lines->begin() + 4); }, 3},
         Damage{"Reordered",
                "UPDATE event_log SET seq = -seq WHERE seq IN (3, 4);"
                "UPDATE event_log SET seq = 7 + seq WHERE seq < 0",
-               [](std::vector<std::string> *lines) { std::swap((*lines)[3], (*lines)[4]); }, 3},
+               [](std::vector<std::string> *lines) { std::swap((*lines)[4], (*lines)[5]); }, 3},
         Damage{"CutAtTheEnd", "DELETE FROM event_log WHERE seq = 5",
                [](std::vector<std::string> *lines) { lines->pop_back(); }, 5}),
     [](const ::testing::TestParamInfo<Damage> &instance) {
@@ -148,10 +148,10 @@ TEST_F(SimEventLogDamage, BootCounterAndSequenceContinueAfterReopening) {
     sim::DataDirectory data(dir_.path(), clock, "OV99999999");
     EXPECT_EQ(data.events().Boot(), 2);
     std::vector<std::string> lines = ExportedLines(6);
-    EXPECT_EQ(lines[0], std::string("orvena-event-log 1 6 ") + kSerial);
+    EXPECT_EQ(lines[0], std::string("orvena-event-log 2 6 ") + kSerial);
     // After its hash and a space: the sequence continues, under the new boot.
-    EXPECT_EQ(lines[6].substr(65, 4), "6|2|");
-    EXPECT_NE(lines[6].find("|HSM started|"), std::string::npos) << lines[6];
+    EXPECT_EQ(lines[7].substr(65, 4), "6|2|");
+    EXPECT_NE(lines[7].find("|HSM started|"), std::string::npos) << lines[7];
     EXPECT_TRUE(VerifyFile(lines).whole);
 }
 
@@ -230,12 +230,14 @@ PRAGMA user_version = 1;
     sim::Database db({dir.Path("hsm.db"), {}});
     sim::Statement version(db, "PRAGMA user_version");
     ASSERT_TRUE(version.Step());
-    EXPECT_EQ(version.Int(0), 3);
+    EXPECT_EQ(version.Int(0), 4);
     std::stringstream file;
     EXPECT_EQ(sim::ExportEventLog(db, file), 3);
-    std::string header, first, second;
-    std::getline(std::getline(std::getline(file, header), first), second);
-    EXPECT_EQ(header, std::string("orvena-event-log 1 3 ") + kSerial);
+    std::string header, anchor, first, second;
+    std::getline(std::getline(std::getline(std::getline(file, header), anchor), first), second);
+    EXPECT_EQ(header, std::string("orvena-event-log 2 3 ") + kSerial);
+    // The chain's start, dated as the first line, stands before the lines carried over.
+    EXPECT_EQ(anchor.substr(65), std::string("0|0|2023-11-14T22:13:20Z||Log start|") + kSerial);
     // Each after its hash and a space: old lines keep their text, with boot 0, no outcome.
     EXPECT_EQ(first.substr(65), "1|0|2023-11-14T22:13:20Z|master|User created|");
     EXPECT_EQ(second.substr(65), "2|0|2023-11-14T22:14:20Z|alice|Login failed (x\\|y)|");

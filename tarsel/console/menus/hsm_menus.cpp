@@ -2,6 +2,7 @@
 // filter and network tools.
 #include "console/menus/menu_table.h"
 #include "hsm/hsm_actions.h"
+#include "hsm/log_actions.h"
 
 using namespace menu_table;
 
@@ -9,9 +10,9 @@ namespace {
 
 constexpr MenuEntry kLogsItems[] = {
     Title(0, ""),
-    Action(0, "Retrieve", Q_ACL_REMOTE_INFO, NotAvailableAction),
-    Action(0, "Clear", Q_ACL_REMOTE_INFO, NotAvailableAction),
-    Action(0, "Follow", Q_ACL_REMOTE_INFO, NotAvailableAction),
+    Action(0, "Retrieve", Q_ACL_REMOTE_INFO, RetrieveLogs),
+    Action(0, "Clear", Q_ACL_REMOTE_INFO, ClearLogs),
+    Action(0, "Follow", Q_ACL_REMOTE_INFO, FollowLogs),
 };
 
 constexpr MenuEntry kBackupItems[] = {

@@ -4,6 +4,7 @@
 #include "console/menu_tree.h"
 #include "console/menus/menu_table.h"
 #include "hsm/hsm_actions.h"
+#include "hsm/log_actions.h"
 #include "keys/key_actions.h"
 
 using namespace menu_table;
@@ -51,7 +52,7 @@ constexpr MenuEntry kMainItems[] = {
     NestedAction(kHsm, "IP Filter...", Q_ACL_REMOTE_INFO, kIpFilterMenu),
     Action(kHsm, "Telemetry", Q_ACL_REMOTE_INFO, NotAvailableAction),
     Action(kHsm, "Policies", Q_ACL_REMOTE_INFO, NotAvailableAction),
-    Action(kHsm, "Hardware logs", Q_ACL_REMOTE_INFO, NotAvailableAction, HardwareLogs),
+    Action(kHsm, "Hardware logs", Q_ACL_REMOTE_INFO, RetrieveZippedLogs, HardwareLogs),
     Nested(kHsm, "Tools...", Q_ACL_REMOTE_INFO, kToolsMenu, FirmwareHasTools),
     Nested(kHsm, "SPB...", kAnyone, kSpbMenu),
     Nested(kHsm, "EFT...", kAnyone, kEftMenu),
