@@ -9,21 +9,12 @@
 #include <string>
 
 #include "console_e2e_support.h"
+#include "shell.h"
 
 namespace {
 
 constexpr const char *kLogsMenu = "36\n";
 constexpr const char *kHardwareLogs = "44\n";
-
-int Shell(const std::string &command, std::string *out = nullptr) {
-    FILE *pipe = ::popen(command.c_str(), "r");
-    char buffer[4096];
-    std::string text;
-    for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
-        text.append(buffer, n);
-    if (out != nullptr) *out = text;
-    return WEXITSTATUS(::pclose(pipe));
-}
 
 // Opens "HSM - Logs" from the main menu and chooses `item` there.
 void ChooseLogItem(PtyDriver &console, const char *item, const std::string &heading) {

@@ -9,20 +9,10 @@
 #include <thread>
 
 #include "qelvoarc_fixture.h"
+#include "shell.h"
 #include "temp_dir.h"
 
 namespace {
-
-// Runs a shell command; its exit status, its standard output in *out.
-int Shell(const std::string &command, std::string *out = nullptr) {
-    FILE *pipe = ::popen(command.c_str(), "r");
-    char buffer[4096];
-    std::string text;
-    for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
-        text.append(buffer, n);
-    if (out != nullptr) *out = text;
-    return WEXITSTATUS(::pclose(pipe));
-}
 
 void WriteText(const std::string &path, const std::string &bytes) {
     FILE *file = std::fopen(path.c_str(), "wb");
