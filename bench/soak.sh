@@ -39,9 +39,11 @@ sleep 5
 kill -9 "${clients[@]}"
 wait "${clients[@]}" 2>/dev/null || true
 sleep 2
-echo "descriptors: $start_fds at start, $(fds) after $vanishing clients were killed mid-request"
-
 status=0
+vanished_fds=$(fds)
+echo "descriptors: $start_fds at start, $vanished_fds after $vanishing clients were killed mid-request"
+[ "$vanished_fds" -eq "$start_fds" ] || { echo "FAIL: the killed clients' descriptors are still open"; status=1; }
+
 ORVENA_BENCH_SIM_PID=$sim_pid "$bench" soak "$sessions" "$minutes" | tee "$work/soak.txt" || status=1
 sleep 2
 end_fds=$(fds)
