@@ -45,6 +45,7 @@ struct Ledger {
     std::map<std::string, State> userKeys;    // owner of key "p"
     std::map<std::string, State> removals;    // removed users
     std::atomic<uint64_t> acknowledged = 0;
+    std::atomic<bool> killed = false;
 
     void Record(std::map<std::string, State> &set, const std::string &name, State state) {
         std::lock_guard lock(mutex);
@@ -106,16 +107,14 @@ Snapshot ReadSnapshot(const std::string &dir) {
     return snapshot;
 }
 
-QSessionHandle Open(uint16_t port, const std::string &user, const std::string &password) {
+uint32_t Open(uint16_t port, const std::string &user, const std::string &password,
+              QSessionHandle *session) {
     QPasswordLoginRecord record{};
     std::strcpy(record.address, "127.0.0.1");
     record.port = port;
     std::strncpy(record.userId, user.c_str(), sizeof record.userId - 1);
     std::strncpy(record.password, password.c_str(), sizeof record.password - 1);
-    QSessionHandle session = 0;
-    if (QOpenSession(&session, Q_LOGIN_PASSWORD, &record, sizeof record, Q_SESSION_TLS) != Q_OK)
-        return 0;
-    return session;
+    return QOpenSession(session, Q_LOGIN_PASSWORD, &record, sizeof record, Q_SESSION_TLS);
 }
 
 // One session's work until the simulator goes away: mostly keys in the operator's partition,
@@ -123,16 +122,17 @@ QSessionHandle Open(uint16_t port, const std::string &user, const std::string &p
 void Work(int worker, uint16_t port, const std::string &operatorPassword, Ledger &ledger,
           std::vector<std::string> &ownUsers, int &sequence) {
     std::mt19937 random(static_cast<unsigned>(worker * 7919 + sequence));
-    QSessionHandle session = Open(port, "master", operatorPassword);
-    for (bool alive = session != 0; alive;) {
+    QSessionHandle session = 0;
+    uint32_t status = Open(port, "master", operatorPassword, &session);
+    while (status == Q_OK) {
         const int pick = static_cast<int>(random() % 10);
         const std::string id = std::to_string(worker) + "x" + std::to_string(++sequence);
         if (pick < 6) {
             const std::string name = "k" + id;
             ledger.Record(ledger.masterKeys, name, State::kPending);
             QKeyHandle key = 0;
-            alive = QGenerateKey(session, name.c_str(), Q_ALG_AES_256, 0, &key) == Q_OK;
-            if (alive) {
+            status = QGenerateKey(session, name.c_str(), Q_ALG_AES_256, 0, &key);
+            if (status == Q_OK) {
                 ledger.Record(ledger.masterKeys, name, State::kAcknowledged);
                 (void)QDestroyKey(key, 0);
             }
@@ -142,17 +142,15 @@ void Work(int worker, uint16_t port, const std::string &operatorPassword, Ledger
             std::strncpy(record.userId, user.c_str(), sizeof record.userId - 1);
             std::strncpy(record.password, kUserPassword, sizeof record.password - 1);
             ledger.Record(ledger.users, user, State::kPending);
-            alive = QCreateUser(session, &record) == Q_OK;
-            if (!alive) break;
+            if ((status = QCreateUser(session, &record)) != Q_OK) break;
             ledger.Record(ledger.users, user, State::kAcknowledged);
             ownUsers.push_back(user);
-            QSessionHandle own = Open(port, user, kUserPassword);
-            alive = own != 0;
-            if (!alive) break;
+            QSessionHandle own = 0;
+            if ((status = Open(port, user, kUserPassword, &own)) != Q_OK) break;
             ledger.Record(ledger.userKeys, user, State::kPending);
             QKeyHandle key = 0;
-            alive = QGenerateKey(own, "p", Q_ALG_AES_256, 0, &key) == Q_OK;
-            if (alive) {
+            status = QGenerateKey(own, "p", Q_ALG_AES_256, 0, &key);
+            if (status == Q_OK) {
                 ledger.Record(ledger.userKeys, user, State::kAcknowledged);
                 (void)QDestroyKey(key, 0);
             }
@@ -161,10 +159,12 @@ void Work(int worker, uint16_t port, const std::string &operatorPassword, Ledger
             const std::string user = ownUsers[random() % ownUsers.size()];
             std::erase(ownUsers, user);
             ledger.Record(ledger.removals, user, State::kPending);
-            alive = QRemoveUser(session, user.c_str()) == Q_OK;
-            if (alive) ledger.Record(ledger.removals, user, State::kAcknowledged);
+            status = QRemoveUser(session, user.c_str());
+            if (status == Q_OK) ledger.Record(ledger.removals, user, State::kAcknowledged);
         }
     }
+    // Anything but the kill stopping a session would leave the run testing less than it says.
+    if (!ledger.killed) ADD_FAILURE() << "session " << worker << " failed: " << status;
     if (session != 0) (void)QCloseSession(&session, 0);
 }
 
@@ -275,9 +275,11 @@ TEST(CrashConsistency, AcknowledgedWritesSurviveKillsAndNothingIsHalfDone) {
                std::chrono::steady_clock::now() < deadline)
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         std::this_thread::sleep_for(std::chrono::milliseconds(random() % 1000));
+        ledger.killed = true;
         sim.Kill();
         for (std::thread &worker : workers)
             worker.join();
+        ledger.killed = false;
 
         lost += CheckAndSettle(ReadSnapshot(sim.dataDir()), ledger);
         const std::string verify =
