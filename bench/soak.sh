@@ -36,8 +36,10 @@ for _ in $(seq "$vanishing"); do
   clients+=($!)
 done
 sleep 5
-kill -9 "${clients[@]}"
-wait "${clients[@]}" 2>/dev/null || true
+{
+  kill -9 "${clients[@]}"
+  wait "${clients[@]}" || true
+} 2>/dev/null  # the shell's own "Killed" lines
 sleep 2
 status=0
 vanished_fds=$(fds)
