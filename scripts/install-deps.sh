@@ -2,7 +2,7 @@
 # Installs the Debian packages the build, the tests and the benchmarks need.
 set -euo pipefail
 packages=(
-  build-essential cmake pkg-config clang-format
+  build-essential cmake pkg-config clang-format clang
   libssl-dev libsqlite3-dev sqlite3 libprotobuf-dev protobuf-compiler
   liboath-dev libpskc-dev libgfshare-dev libargon2-dev zlib1g-dev libminizip-dev
   libgtest-dev libgmock-dev libbenchmark-dev unzip

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The whole test suite, on a fresh Debian 12 machine: dependencies, format check, then
-# build and run every test twice, plainly and under ASan + UBSan.
+# build and run every test twice, plainly and under ASan + UBSan, then a short run of every
+# fuzz target.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
@@ -12,3 +13,5 @@ for variant in release asan; do
   scripts/build.sh "$variant"
   ctest --test-dir "build/$variant" -j"$(( $(nproc) * 2 ))" --output-on-failure --timeout 600
 done
+echo "=== fuzz ==="
+scripts/fuzz.sh 15

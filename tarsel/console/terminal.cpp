@@ -98,7 +98,8 @@ class ProcessTerminal final : public Terminal {
 ProcessTerminal gProcessTerminal;
 Terminal *gCurrent = &gProcessTerminal;
 
-void WriteFormatted(bool toErr, const char *format, va_list args) {
+__attribute__((format(printf, 2, 0))) void WriteFormatted(bool toErr, const char *format,
+                                                          va_list args) {
     va_list measure;
     va_copy(measure, args);
     int needed = vsnprintf(nullptr, 0, format, measure);
