@@ -48,8 +48,9 @@ struct Hsm {
     explicit Hsm(const std::string &dir)
         : memory(dir + "/hsm.db"),
           data(dir, clock, identity.serial, "memdb"),
-          hsm{data.users(), data.masterKey(), sessions,      clock,         identity,
-              data.keys(),  data.tokens(),    data.policy(), data.events(), log} {
+          hsm{data.users(),  data.masterKey(), sessions,      clock, identity, data.keys(),
+              data.tokens(), data.policy(),    data.events(), log,   hardware} {
+        hardware.dataDir = dir;
         (void)CreateMasterUser(data, std::string("Operator#12345"));
         (void)data.users().AddUser(sim::Actor::Daemon(), kUser, sim::HashPassword("Clerk#12345"),
                                    kUserAcl);
@@ -63,6 +64,7 @@ struct Hsm {
     sim::SessionTable sessions{8};
     std::FILE *logFile = std::fopen("/dev/null", "w");
     sim::DiagnosticLog log{logFile};
+    sim::HardwareSettings hardware;
     sim::HsmContext hsm;
 };
 
