@@ -64,7 +64,7 @@ const char *DaemonUsage() {
            "                            handshake included (default 20, 0 = none)\n"
            "  --frame-timeout SECONDS   time for the rest of a frame once its header came\n"
            "                            (default 30, 0 = none)\n"
-           "  --max-pending-logins N    connections without a session yet (default 64, 0 =\n"
+           "  --max-pending-logins N    connections without a session yet (default 512, 0 =\n"
            "                            no limit); more are closed at once\n"
            "  --max-connections-per-address N\n"
            "                            connections from one client address (default 512,\n"

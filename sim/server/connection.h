@@ -20,7 +20,7 @@ struct ConnectionLimits {
     // handshake or login byte by byte is cut off here.
     int loginSeconds = 20;
     int frameSeconds = 30;                  // from a frame's header to its last byte
-    size_t maxPendingLogins = 64;           // connections without a session, over all clients
+    size_t maxPendingLogins = 512;          // connections without a session, over all clients
     size_t maxPerAddress = 512;             // connections from one client address
     uint32_t maxRequestsPerSecond = 20000;  // per session; the excess waits its turn
 };
