@@ -93,12 +93,6 @@ class FrameStream final : public ReplyStream {
     wire::Stream &stream_;
 };
 
-int64_t SteadyNanos() {
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(
-               std::chrono::steady_clock::now().time_since_epoch())
-        .count();
-}
-
 // Spaces a session's requests to its rate: a bucket that holds one second's worth, so a
 // burst passes and a flood is slowed, never refused.
 class RequestPacer {
@@ -132,9 +126,7 @@ void PublishSessionState(const ConnectionState &conn, const ConnectionLimits &li
                          ConnectionWatch &watch) {
     const bool open = conn.session != nullptr;
     if (watch.sessionOpen.exchange(open) == open) return;
-    watch.deadline = open || limits.loginSeconds == 0
-                         ? 0
-                         : SteadyNanos() + int64_t{limits.loginSeconds} * 1'000'000'000;
+    watch.deadline = open ? 0 : DeadlineAfter(limits.loginSeconds);
 }
 
 // Reads the next request's frame: small before a session is open, and once it is, the
@@ -147,8 +139,7 @@ wire::Status ReadRequestFrame(wire::Stream &stream, const ConnectionState &conn,
     wire::Status read = wire::ReadFrameHeader(
         stream, &length, open ? wire::kMaxFrameBytes : wire::kMaxFrameBytesBeforeLogin);
     if (read != wire::OK) return read;
-    if (open && limits.frameSeconds > 0)
-        watch.deadline = SteadyNanos() + int64_t{limits.frameSeconds} * 1'000'000'000;
+    if (open) watch.deadline = DeadlineAfter(limits.frameSeconds);
     read = wire::ReadFrameBody(stream, length, payload);
     if (open) watch.deadline = 0;
     return read;
@@ -184,6 +175,16 @@ void ServeRequests(HsmContext &hsm, ConnectionState &conn, wire::Stream &stream,
 }
 
 }  // namespace
+
+int64_t SteadyNanos() {
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+int64_t DeadlineAfter(int seconds) {
+    return seconds == 0 ? 0 : SteadyNanos() + int64_t{seconds} * 1'000'000'000;
+}
 
 bool SendResponse(wire::Stream &stream, wire::pb::Response &response) {
     std::string bytes;

@@ -25,6 +25,11 @@ struct ConnectionLimits {
     uint32_t maxRequestsPerSecond = 20000;  // per session; the excess waits its turn
 };
 
+// The steady clock in nanoseconds, the unit of ConnectionWatch deadlines.
+int64_t SteadyNanos();
+// The deadline `seconds` from now; 0 (none) when `seconds` is 0.
+int64_t DeadlineAfter(int seconds);
+
 // What a connection's thread tells the server while it runs.
 struct ConnectionWatch {
     // Steady-clock nanoseconds by which the step under way must end, 0 when none: the server

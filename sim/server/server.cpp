@@ -27,12 +27,6 @@ int OpenReserveDescriptor() {
     return ::open("/dev/null", O_RDONLY | O_CLOEXEC);
 }
 
-int64_t SteadyNanos() {
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(
-               std::chrono::steady_clock::now().time_since_epoch())
-        .count();
-}
-
 }  // namespace
 
 Server::Server(HsmContext &hsm, const TlsServerContext &tls, const std::string &host, uint16_t port,
@@ -95,8 +89,7 @@ void Server::AcceptLoop() {
         Connection &conn = connections_.emplace_back();
         conn.fd = fd;
         conn.peer = peer.sin_addr.s_addr;
-        if (limits_.loginSeconds > 0)
-            conn.watch.deadline = SteadyNanos() + int64_t{limits_.loginSeconds} * 1'000'000'000;
+        conn.watch.deadline = DeadlineAfter(limits_.loginSeconds);
         conn.thread = std::thread([this, &conn] {
             ServeConnection(hsm_, tls_.get(), conn.fd, limits_, conn.watch);
             std::lock_guard done(mutex_);
