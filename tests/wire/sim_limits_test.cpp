@@ -47,19 +47,21 @@ TEST(SimLimits, DescriptorsComeBackOnceClientsLeaveEvenAfterTheTableFilled) {
     EXPECT_TRUE(served) << "the simulator never served again";
 }
 
-TEST(SimLimits, BeforeLoginFramesAreSmallConnectionsFewAndTheLoginTimed) {
-    SimProcess sim(
-        SimProcess::Options{.extraArgs = {"--login-timeout", "5", "--max-pending-logins", "3"}});
-    {
-        std::vector<std::unique_ptr<RawClient>> idle;
-        for (int i = 0; i < 3; ++i)
-            idle.push_back(std::make_unique<RawClient>(sim.port(), false));
-        RawClient onePast(sim.port(), false);
-        EXPECT_TRUE(onePast.WaitClosed());
-        // A login frees its place among the pending.
-        ASSERT_EQ(idle[0]->Status(PasswordLogin("master", sim.initPassword())), wire::OK);
-        EXPECT_TRUE(LogsIn(sim));
-    }
+TEST(SimLimits, ConnectionsNotYetLoggedInAreFewAndALoginFreesItsPlace) {
+    SimProcess sim(SimProcess::Options{.extraArgs = {"--max-pending-logins", "3"}});
+    std::vector<std::unique_ptr<RawClient>> idle;
+    for (int i = 0; i < 3; ++i)
+        idle.push_back(std::make_unique<RawClient>(sim.port(), false));
+    RawClient onePast(sim.port(), false);
+    EXPECT_TRUE(onePast.WaitClosed());
+    ASSERT_EQ(idle[0]->Status(PasswordLogin("master", sim.initPassword())), wire::OK);
+    EXPECT_TRUE(LogsIn(sim));
+}
+
+// On a simulator of its own: the server forgets a closed client a moment after it closes,
+// so clients left over from the test above could still fill a small pending limit.
+TEST(SimLimits, BeforeLoginFramesAreSmallAndTheLoginTimed) {
+    SimProcess sim(SimProcess::Options{.extraArgs = {"--login-timeout", "5"}});
     {  // an announced 8 MiB frame is refused before a byte of it is taken
         RawClient client(sim.port(), false);
         ASSERT_TRUE(client.SendRaw(FrameHeader(wire::kMaxFrameBytes)));
