@@ -53,18 +53,20 @@ int AcceptAnyClientCertificate(int, X509_STORE_CTX *) {
 
 }  // namespace
 
-void EnsureTlsIdentity(const std::string &keyPath, const std::string &certPath,
-                       const std::string &commonName) {
+void EnsureSelfSignedIdentity(const std::string &keyPath, const std::string &certPath,
+                              const std::string &commonName, IdentityKey kind) {
     if (Exists(keyPath) && Exists(certPath)) return;
-    KeyPtr key(EVP_EC_gen("P-256"), &EVP_PKEY_free);
+    KeyPtr key(kind == IdentityKey::kP256 ? EVP_EC_gen("P-256")
+                                          : EVP_PKEY_Q_keygen(nullptr, nullptr, "ED25519"),
+               &EVP_PKEY_free);
     CertPtr cert(X509_new(), &X509_free);
-    if (!key || !cert) throw std::runtime_error("cannot create TLS identity");
+    if (!key || !cert) throw std::runtime_error("cannot create the identity of " + commonName);
     X509_set_version(cert.get(), 2);
     // A random serial, so that two simulators' certificates never share issuer and serial.
     std::unique_ptr<BIGNUM, decltype(&BN_free)> serial(BN_new(), &BN_free);
     if (!serial || BN_rand(serial.get(), 63, BN_RAND_TOP_ANY, BN_RAND_BOTTOM_ANY) != 1 ||
         BN_to_ASN1_INTEGER(serial.get(), X509_get_serialNumber(cert.get())) == nullptr)
-        throw std::runtime_error("cannot create TLS identity");
+        throw std::runtime_error("cannot create the identity of " + commonName);
     X509_gmtime_adj(X509_getm_notBefore(cert.get()), 0);
     X509_gmtime_adj(X509_getm_notAfter(cert.get()), kValiditySeconds);
     X509_NAME *name = X509_get_subject_name(cert.get());
@@ -74,13 +76,20 @@ void EnsureTlsIdentity(const std::string &keyPath, const std::string &certPath,
                                reinterpret_cast<const unsigned char *>(commonName.c_str()), -1, -1,
                                0);
     X509_set_issuer_name(cert.get(), name);
+    // Ed25519 hashes inside the signature: it takes no digest.
+    const EVP_MD *digest = kind == IdentityKey::kP256 ? EVP_sha256() : nullptr;
     if (X509_set_pubkey(cert.get(), key.get()) != 1 ||
-        X509_sign(cert.get(), key.get(), EVP_sha256()) == 0)
-        throw std::runtime_error("cannot sign TLS certificate");
+        X509_sign(cert.get(), key.get(), digest) == 0)
+        throw std::runtime_error("cannot sign the certificate of " + commonName);
     WritePem(keyPath, 0600, [&](FILE *f) {
         return PEM_write_PrivateKey(f, key.get(), nullptr, nullptr, 0, nullptr, nullptr);
     });
     WritePem(certPath, 0600, [&](FILE *f) { return PEM_write_X509(f, cert.get()); });
+}
+
+void EnsureTlsIdentity(const std::string &keyPath, const std::string &certPath,
+                       const std::string &commonName) {
+    EnsureSelfSignedIdentity(keyPath, certPath, commonName, IdentityKey::kP256);
 }
 
 TlsServerContext::TlsServerContext(const std::string &keyPath, const std::string &certPath)

@@ -245,6 +245,8 @@ const char *SimctlUsage() {
     return "Usage: orvena-simctl --data DIR <command>\n"
            "       orvena-simctl verify-log --data DIR | FILE\n"
            "       orvena-simctl export-log --data DIR [--out FILE]\n"
+           "       orvena-simctl make-upack --data DIR --version A.B.C.D --description TEXT\n"
+           "                                --out FILE [--key KEY.pem]\n"
            "       orvena-simctl --help\n"
            "Commands on a data directory:\n"
            "  add-user ID PASSWORD [--acl N]\n"
@@ -266,7 +268,9 @@ const char *SimctlUsage() {
            "verify-log checks the hash chain of a data directory's event log, or of a file\n"
            "export-log wrote; it names the first broken or missing line and exits 1, or\n"
            "prints the line count and exits 0. export-log writes the log to FILE (default:\n"
-           "standard output); sim/store/event_log_format.md describes the format.\n";
+           "standard output); sim/store/event_log_format.md describes the format.\n"
+           "make-upack writes a firmware update package signed with the data directory's\n"
+           "vendor key (vendor.key, made when missing) or with the Ed25519 key of --key.\n";
 }
 
 int RunSimctlCommand(DataDirectory &data, const std::vector<std::string> &args, std::ostream &out,
