@@ -17,6 +17,7 @@
 #include "service/access_token.h"
 #include "simctl/bulk_keys.h"
 #include "simctl/bulk_log.h"
+#include "simctl/upack_command.h"
 
 namespace sim {
 
@@ -229,6 +230,11 @@ int Run(DataDirectory &data, const std::vector<std::string> &args, std::ostream 
         return Report(users.SetBlocked(actor, line.positional[0], command == "block"), command,
                       err);
     }
+    if (command == kMakeUpackCommand) {
+        std::vector<std::string> full(args);
+        full.insert(full.begin() + 1, {"--data", data.path()});
+        return RunMakeUpack(full, out, err);
+    }
     if (command == "tamper") {
         CommandLine line = Split(args, 1, {});
         const std::string &state = line.positional[0];
@@ -261,6 +267,7 @@ const char *SimctlUsage() {
            "  add-keys ID COUNT [--algorithm N] [--prefix P]   COUNT keys named P0.. (default\n"
            "      AES-256, prefix key) in one transaction\n"
            "  tamper on|off   sets or clears the tamper latch (a running daemon sees it)\n"
+           "  make-upack --version A.B.C.D --description TEXT --out FILE [--key KEY.pem]\n"
            "  add-log-lines COUNT [--from UNIX_TIME] [--step SECONDS] [--text TEXT]   COUNT\n"
            "      event-log lines \"TEXT n\" (default Bulk event), the first at UNIX_TIME\n"
            "      (default now), each next SECONDS later (default 0)\n"
