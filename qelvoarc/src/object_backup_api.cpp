@@ -13,19 +13,10 @@ namespace {
                                     uint32_t *blobLength) {
     pb::BackupObject request;
     request.set_name(name);
-    void *copy = nullptr;
-    uint32_t size = 0;
-    const uint32_t status = Remote<pb::BackupObjectReply>(
-        handle, std::move(request), [&](const pb::BackupObjectReply &reply) -> uint32_t {
-            copy = CopyToLibraryMemory(reply.blob().data(), reply.blob().size());
-            if (copy == nullptr) return wire::ERR_NO_MEMORY;
-            size = static_cast<uint32_t>(reply.blob().size());
-            return wire::OK;
-        });
-    if (status != wire::OK) return status;
-    *blob = static_cast<uint8_t *>(copy);
-    *blobLength = size;
-    return wire::OK;
+    return Remote<pb::BackupObjectReply>(handle, std::move(request),
+                                         [&](const pb::BackupObjectReply &reply) {
+                                             return HandOutBytes(reply.blob(), blob, blobLength);
+                                         });
 }
 
 [[nodiscard]] uint32_t ImportObject(QSessionHandle handle, const char *name, const uint8_t *blob,

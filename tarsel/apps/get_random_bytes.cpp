@@ -1,10 +1,10 @@
 // "RNG" of "HSM - Tests".
 #include <climits>
-#include <vector>
 
 #include "apps/test_actions.h"
 #include "console/prompts.h"
 #include "console/terminal.h"
+#include "device/secret.h"
 
 namespace {
 
@@ -22,13 +22,14 @@ int32_t GetRandomBytes(QSessionHandle session, const MenuItem &item) {
             return kPromptCancelled;
         }
     } while (count <= 0 || count > kMaxRandomBytes);
-    std::vector<uint8_t> buffer(static_cast<size_t>(count));
-    if (uint32_t status = QGetRandom(session, buffer.data(), static_cast<uint32_t>(count));
-        status != 0) {
+    // Random bytes may become key material, so they are wiped once shown.
+    Secret<uint8_t[kMaxRandomBytes]> buffer;
+    const uint32_t status = QGetRandom(session, buffer.value, static_cast<uint32_t>(count));
+    if (status != 0) {
         PrintError("Error retrieving random bytes.", status);
         return static_cast<int32_t>(status);
     }
     OutPrintf("\n");
-    PrintHex(buffer.data(), buffer.size(), true);
+    PrintHex(buffer.value, static_cast<size_t>(count), true);
     return 0;
 }

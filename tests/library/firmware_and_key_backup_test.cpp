@@ -23,9 +23,12 @@ uint32_t Size(const std::string &bytes) {
 
 class FirmwareTest : public LibraryTest {
   protected:
-    // A package built by orvena-simctl with the data directory's vendor key, or `keyPem`.
-    std::string MakePackage(const std::string &version, const std::string &keyPem = {}) {
-        const std::string out = sim_.dataDir() + "/../" + version + ".upk";
+    // A package built by orvena-simctl with the vendor key of the data directory of `sim`
+    // (ours when null), or with `keyPem`.
+    std::string MakePackage(const std::string &version, const std::string &keyPem = {},
+                            const SimProcess *sim = nullptr) {
+        if (sim == nullptr) sim = &sim_;
+        const std::string out = sim->dataDir() + "/../" + version + ".upk";
         std::vector<std::string> args = {
             "make-upack",         "--version", version, "--description",
             "Release " + version, "--out",     out};
@@ -34,7 +37,7 @@ class FirmwareTest : public LibraryTest {
             std::ofstream(keyPath) << keyPem;
             args.insert(args.end(), {"--key", keyPath});
         }
-        EXPECT_EQ(sim_.Simctl(args), 0);
+        EXPECT_EQ(sim->Simctl(args), 0);
         std::string package = ReadBytes(out);
         std::remove(out.c_str());
         return package;
@@ -123,6 +126,17 @@ TEST_F(FirmwareTest, ThePackageIsAppliedAtTheNextStartAndOutranksFirmwareOption)
     EXPECT_EQ(Push(MakePackage("5.1.0.0")), Q_ERR_UPACK_ROLLBACK);
     EXPECT_NE(ExportedLog(sim_.dataDir()).find("Firmware updated from 5.1.0.0 to 5.2.0.0"),
               std::string::npos);
+}
+
+// With --vendor-cert the HSM trusts that certificate's signer instead of its own vendor key.
+TEST_F(FirmwareTest, AGivenVendorCertificateReplacesTheDirectorysOwn) {
+    SimProcess trusting({.extraArgs = {"--vendor-cert", sim_.dataDir() + "/vendor.crt"}});
+    QSessionHandle session = 0;
+    ASSERT_EQ(Open(PasswordRecord(trusting.port(), "master", trusting.initPassword()), &session),
+              Q_OK);
+    EXPECT_EQ(Push(MakePackage("5.2.0.0", {}, &trusting), session), Q_ERR_UPACK_UNKNOWN_SIGNER);
+    EXPECT_EQ(Push(MakePackage("5.2.0.0"), session), Q_OK);
+    QCloseSession(&session, 0);
 }
 
 using KeyBackupTest = KeysTest;
