@@ -48,8 +48,10 @@ struct Hsm {
     explicit Hsm(const std::string &dir)
         : memory(dir + "/hsm.db"),
           data(dir, clock, identity.serial, "memdb"),
+          vendor(data.vendorCertPath()),
+          firmware(dir, identity.firmware, vendor, data.events()),
           hsm{data.users(),  data.masterKey(), sessions,      clock, identity, data.keys(),
-              data.tokens(), data.policy(),    data.events(), log,   hardware} {
+              data.tokens(), data.policy(),    data.events(), log,   hardware, firmware} {
         hardware.dataDir = dir;
         (void)CreateMasterUser(data, std::string("Operator#12345"));
         (void)data.users().AddUser(sim::Actor::Daemon(), kUser, sim::HashPassword("Clerk#12345"),
@@ -65,6 +67,8 @@ struct Hsm {
     std::FILE *logFile = std::fopen("/dev/null", "w");
     sim::DiagnosticLog log{logFile};
     sim::HardwareSettings hardware;
+    sim::UpackVerifier vendor;
+    sim::FirmwareStore firmware;
     sim::HsmContext hsm;
 };
 

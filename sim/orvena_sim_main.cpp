@@ -40,7 +40,10 @@ int Run(const sim::DaemonOptions &options) {
     sim::SystemClock clock;
     sim::DataDirectory data(options.dataDir, clock, options.identity.serial);
     data.events().Boot();
-    data.events().RecordHardware("start", "firmware " + options.identity.firmware);
+    sim::DeviceIdentity identity = options.identity;
+    identity.firmware =
+        sim::FirmwareStore::StartUp(options.dataDir, options.identity.firmware, data.events());
+    data.events().RecordHardware("start", "firmware " + identity.firmware);
     for (const auto &[event, detail] : sim::ReadHardwareSensors())
         data.events().RecordHardware(event, detail);
     if (std::optional<std::string> generated = sim::CreateMasterUser(data, options.initPassword)) {
@@ -48,7 +51,7 @@ int Run(const sim::DaemonOptions &options) {
         OPENSSL_cleanse(generated->data(), generated->size());
     }
     sim::EnsureTlsIdentity(data.tlsKeyPath(), data.tlsCertPath(),
-                           options.identity.model + " " + options.identity.serial);
+                           identity.model + " " + identity.serial);
     sim::TlsServerContext tls(data.tlsKeyPath(), data.tlsCertPath());
     sim::SessionTable sessions(options.maxSessions);
     sim::DiagnosticLog log(stderr);
@@ -56,9 +59,12 @@ int Run(const sim::DaemonOptions &options) {
     hardware.dataDir = options.dataDir;
     hardware.tpKey = sim::TlsKeyId(data.tlsCertPath());
     if (options.tampered) sim::SetTamperLatch(options.dataDir, true);
-    sim::HsmContext hsm{
-        data.users(),  data.masterKey(), sessions,      clock, options.identity, data.keys(),
-        data.tokens(), data.policy(),    data.events(), log,   hardware};
+    sim::UpackVerifier vendor(options.vendorCert.empty() ? data.vendorCertPath()
+                                                         : options.vendorCert);
+    sim::FirmwareStore firmware(options.dataDir, identity.firmware, vendor, data.events());
+    sim::HsmContext hsm{data.users(), data.masterKey(), sessions,      clock,         identity,
+                        data.keys(),  data.tokens(),    data.policy(), data.events(), log,
+                        hardware,     firmware};
 
     sim::Server server(hsm, tls, options.host, options.port, options.limits);
     std::optional<sim::DiscoveryResponder> discovery;
@@ -66,8 +72,8 @@ int Run(const sim::DaemonOptions &options) {
         wire::pb::DiscoveryReply reply;
         reply.set_address(options.host);
         reply.set_port(server.port());
-        reply.set_model(options.identity.model);
-        reply.set_serial(options.identity.serial);
+        reply.set_model(identity.model);
+        reply.set_serial(identity.serial);
         discovery.emplace(options.discoveryPort, reply);
     }
     server.Start();

@@ -1,6 +1,6 @@
 // orvena-simctl: provisions an orvena-sim data directory (users, second factors, access
-// tokens, password policy), also while the daemon runs, and exports and checks its event
-// log.
+// tokens, password policy), also while the daemon runs, exports and checks its event log,
+// and builds firmware update packages.
 
 #include <sys/stat.h>
 
@@ -12,6 +12,7 @@
 #include "policy/device_identity.h"
 #include "simctl/log_commands.h"
 #include "simctl/simctl_commands.h"
+#include "simctl/upack_command.h"
 
 int main(int argc, char **argv) {
     ::umask(077);  // as the daemon: the files it makes are the owner's alone
@@ -21,12 +22,14 @@ int main(int argc, char **argv) {
         return 0;
     }
     bool logCommand = !args.empty() && sim::IsLogCommand(args[0]);
-    if (!logCommand && (args.size() < 2 || args[0] != "--data")) {
+    bool upackCommand = !args.empty() && args[0] == sim::kMakeUpackCommand;
+    if (!logCommand && !upackCommand && (args.size() < 2 || args[0] != "--data")) {
         std::cerr << sim::SimctlUsage();
         return 2;
     }
     try {
         if (logCommand) return sim::RunLogCommand(args, std::cout, std::cerr);
+        if (upackCommand) return sim::RunMakeUpack(args, std::cout, std::cerr);
         sim::SystemClock clock;
         // A directory the daemon never opened starts its event log at the default serial.
         sim::DataDirectory data(args[1], clock, sim::DeviceIdentity{}.serial);

@@ -694,7 +694,17 @@ QELVOARC_API uint32_t QImportPKCS12Buffer(QSessionHandle session, const uint8_t 
 #define Q_BACKUP_OBJECT_EXPORT 1u /* *blob [out]: the object's backup blob (QFree) */
 #define Q_BACKUP_OBJECT_IMPORT 2u /* *blob [in]: a blob from an export */
 
-/* Backs up or restores one object under the HSM's backup key. */
+/* Backs up one object of the session's partition (Q_BACKUP_OBJECT_EXPORT: name is the object)
+ * or brings a blob back into the partition (Q_BACKUP_OBJECT_IMPORT: name is the name it takes,
+ * which must be free, else Q_ERR_ALREADY_EXISTS). Needs ACL 0x100; the HSM logs both.
+ * The blob, sealed by the HSM and opened only by an HSM holding the same master key:
+ *   offset 0  4 bytes  "QOBK"
+ *          4  1 byte   format, 1
+ *          5  16 bytes the id of the sealing master key (an HMAC of a fixed text under it)
+ *         21  12 bytes AES-256-GCM nonce, then the sealed object, then the 16-byte tag; the
+ *                      first 21 bytes are authenticated with it.
+ * A blob of another master key gives Q_ERR_BLOB_FOREIGN_HSM; a damaged or altered one
+ * Q_ERR_BLOB_DAMAGED. A key keeps its attributes, check value and blocked state. */
 QELVOARC_API uint32_t QBackupObject(QSessionHandle session, const char *name, uint32_t operation,
                                     uint8_t **blob, uint32_t *blobLength, uint32_t flags);
 /* Exports a key wrapped for a cloud key-transfer file (BYOK). padding: 3 OAEP SHA-1, 8 OAEP
@@ -1096,10 +1106,27 @@ QELVOARC_API uint32_t QGetStatInfo(QSessionHandle session, QStatInfo *stats, uin
  * Needs ACL 0x100. */
 QELVOARC_API uint32_t QBackupData(QSessionHandle session, const char *localPath,
                                   const char *password, uint32_t flags);
-/* Describes a firmware package. Local. description, signer [out]: texts (QFree). */
+/* A firmware update package ("upack"), every number big-endian:
+ *   offset 0   4 bytes  "QUPK"
+ *          4   1 byte   format, 1
+ *          5   1 byte   signature algorithm, 1 = Ed25519
+ *          6   8 bytes  the firmware version A.B.C.D, four 16-bit parts
+ *          14  1 byte   n, the description's length, 1 to 255
+ *          15  32 bytes the signer: SHA-256 of its public key's DER SubjectPublicKeyInfo
+ *          47  n bytes  the description (UTF-8, no terminator)
+ *          47+n 64 bytes Ed25519 signature of bytes 0 to 46+n
+ * Nothing follows. orvena-simctl make-upack builds them. */
+
+/* Describes a firmware package from its header. Local; the signature is not checked.
+ * description [out]: its text; version [out] (may be NULL): "A.B.C.D"; both terminated,
+ * freed with QFree. Bytes that are not a package: Q_ERR_UPACK_MALFORMED. */
 QELVOARC_API uint32_t QUPackInfo(uint32_t length, const uint8_t *package, char **description,
-                                 char **signer, uint32_t flags);
-/* Sends a firmware package, applied at the next restart. Needs ACL 0x200. */
+                                 char **version, uint32_t flags);
+/* Sends a firmware package, applied at the next restart (until then the information record's
+ * pendingUpdate names its description; a later package replaces it). Needs ACL 0x200. The
+ * HSM refuses, and logs, a package that is not one (Q_ERR_UPACK_MALFORMED), one of a signer it
+ * does not trust (Q_ERR_UPACK_UNKNOWN_SIGNER), one whose signature does not verify
+ * (Q_ERR_UPACK_BAD_SIGNATURE) and one older than the running firmware (Q_ERR_UPACK_ROLLBACK). */
 QELVOARC_API uint32_t QUPackPush(QSessionHandle session, uint32_t length, const uint8_t *package);
 /* info [out]: the HSM's network configuration: its IPv4 interfaces but the loopback (at
  * most 8), routes and SNMP settings. Needs ACL 0x20. */
@@ -1638,6 +1665,12 @@ QELVOARC_API uint32_t QByteArray2Base64(const uint8_t *data, uint32_t length, ch
 #define Q_ERR_WRONG_OBJECT_TYPE 1102u
 #define Q_ERR_KEY_BLOCKED 1103u
 #define Q_ERR_BAD_CERTIFICATE 1104u /* QImportKey: not an X.509 certificate */
+#define Q_ERR_UPACK_MALFORMED 1130u
+#define Q_ERR_UPACK_BAD_SIGNATURE 1131u
+#define Q_ERR_UPACK_UNKNOWN_SIGNER 1132u
+#define Q_ERR_UPACK_ROLLBACK 1133u
+#define Q_ERR_BLOB_FOREIGN_HSM 1134u
+#define Q_ERR_BLOB_DAMAGED 1135u
 #define Q_ERR_NO_MEMORY 2002u
 #define Q_ERR_PASSWORD_EXPIRED 5178u
 

@@ -25,19 +25,10 @@ namespace {
     request.set_name(key->info.name());
     request.set_object_id(key->info.object_id());
     request.set_blob_type(static_cast<pb::BlobType>(blobType));
-    void *copy = nullptr;
-    uint32_t size = 0;
-    status = Remote<pb::ExportKeyReply>(
-        *key->session, std::move(request), [&](const pb::ExportKeyReply &reply) -> uint32_t {
-            copy = CopyToLibraryMemory(reply.material().data(), reply.material().size());
-            if (copy == nullptr) return wire::ERR_NO_MEMORY;
-            size = static_cast<uint32_t>(reply.material().size());
-            return wire::OK;
-        });
-    if (status != wire::OK) return status;
-    *blob = static_cast<uint8_t *>(copy);
-    *blobLength = size;
-    return wire::OK;
+    return Remote<pb::ExportKeyReply>(*key->session, std::move(request),
+                                      [&](const pb::ExportKeyReply &reply) {
+                                          return HandOutBytes(reply.material(), blob, blobLength);
+                                      });
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "qelvoarc.h"
+#include "status.h"
 
 namespace qelvoarc {
 
@@ -36,6 +37,14 @@ void *CopyToLibraryMemory(const void *data, size_t size) noexcept {
     void *copy = AllocateLibraryMemory(size);
     if (copy != nullptr && size > 0) std::memcpy(copy, data, size);
     return copy;
+}
+
+uint32_t HandOutBytes(std::string_view bytes, uint8_t **data, uint32_t *length) noexcept {
+    void *copy = CopyToLibraryMemory(bytes.data(), bytes.size());
+    if (copy == nullptr) return wire::ERR_NO_MEMORY;
+    *data = static_cast<uint8_t *>(copy);
+    *length = static_cast<uint32_t>(bytes.size());
+    return wire::OK;
 }
 
 }  // namespace qelvoarc

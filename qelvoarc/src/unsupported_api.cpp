@@ -24,9 +24,6 @@ uint32_t QImportPKCS12Buffer(QSessionHandle, const uint8_t *, uint32_t, const ch
                              const char *, uint32_t, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
-uint32_t QBackupObject(QSessionHandle, const char *, uint32_t, uint8_t **, uint32_t *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
 uint32_t QByokExport(QSessionHandle, const char *, const char *, uint32_t, uint8_t **, uint32_t *,
                      uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
@@ -87,12 +84,6 @@ uint32_t QWriteFileBuffer(QSessionHandle, const char *, const uint8_t *, uint32_
     return Q_ERR_NOT_SUPPORTED;
 }
 uint32_t QBackupData(QSessionHandle, const char *, const char *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QUPackInfo(uint32_t, const uint8_t *, char **, char **, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QUPackPush(QSessionHandle, uint32_t, const uint8_t *) {
     return Q_ERR_NOT_SUPPORTED;
 }
 uint32_t QIPFilterOperation(QSessionHandle, uint32_t, const char *, const char *, QIPFilterCallback,

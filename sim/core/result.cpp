@@ -68,6 +68,18 @@ wire::Status ToWireStatus(Result result) {
             return wire::ERR_KEY_BLOCKED;
         case Result::kBadCertificate:
             return wire::ERR_BAD_CERTIFICATE;
+        case Result::kUpackMalformed:
+            return wire::ERR_UPACK_MALFORMED;
+        case Result::kUpackBadSignature:
+            return wire::ERR_UPACK_BAD_SIGNATURE;
+        case Result::kUpackUnknownSigner:
+            return wire::ERR_UPACK_UNKNOWN_SIGNER;
+        case Result::kUpackRollback:
+            return wire::ERR_UPACK_ROLLBACK;
+        case Result::kBlobForeignHsm:
+            return wire::ERR_BLOB_FOREIGN_HSM;
+        case Result::kBlobDamaged:
+            return wire::ERR_BLOB_DAMAGED;
     }
     return wire::ERR_INTERNAL;
 }

@@ -41,6 +41,12 @@ enum class [[nodiscard]] Result{
     kWrongObjectType,
     kKeyBlocked,
     kBadCertificate,
+    kUpackMalformed,
+    kUpackBadSignature,
+    kUpackUnknownSigner,
+    kUpackRollback,
+    kBlobForeignHsm,
+    kBlobDamaged,
 };
 
 wire::Status ToWireStatus(Result result);

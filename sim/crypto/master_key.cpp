@@ -15,6 +15,7 @@ namespace {
 constexpr size_t kKeyBytes = 32;
 constexpr size_t kNonceBytes = 12;
 constexpr size_t kTagBytes = 16;
+constexpr size_t kIdBytes = 16;
 
 using CipherCtx = std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)>;
 
@@ -106,6 +107,16 @@ std::optional<SecretBytes> MasterKey::Open(std::string_view sealed,
         EVP_DecryptFinal_ex(ctx.get(), out + length, &length) != 1)
         return std::nullopt;
     return plain;
+}
+
+std::string MasterKey::Id() const {
+    static constexpr std::string_view kLabel = "orvena master key id";
+    unsigned char mac[EVP_MAX_MD_SIZE];
+    size_t length = 0;
+    if (EVP_Q_mac(nullptr, "HMAC", nullptr, "SHA256", nullptr, Bytes(key_.view()), kKeyBytes,
+                  Bytes(kLabel), kLabel.size(), mac, sizeof mac, &length) == nullptr)
+        throw std::runtime_error("HMAC failed");
+    return std::string(reinterpret_cast<const char *>(mac), kIdBytes);
 }
 
 }  // namespace sim

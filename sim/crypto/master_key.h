@@ -23,6 +23,10 @@ class MasterKey {
     std::optional<SecretBytes> Open(std::string_view sealed,
                                     std::string_view associated = {}) const;
 
+    // 16 bytes that name this key without revealing it (an HMAC of a fixed text under it), so
+    // that a blob can say which HSM's key sealed it. Thread-safe.
+    std::string Id() const;
+
   private:
     explicit MasterKey(SecretBytes key) : key_(std::move(key)) {}
     SecretBytes key_;

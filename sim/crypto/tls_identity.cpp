@@ -1,14 +1,13 @@
 #include "crypto/tls_identity.h"
 
-#include <fcntl.h>
+#include <openssl/bio.h>
 #include <openssl/bn.h>
+#include <openssl/buffer.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 #include <openssl/x509.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -16,6 +15,7 @@
 
 #include "crypto/certificate_der.h"
 #include "crypto/public_key_id.h"
+#include "platform/durable_file.h"
 #include "tls_policy.h"
 
 namespace sim {
@@ -32,19 +32,14 @@ bool Exists(const std::string &path) {
     return ::stat(path.c_str(), &info) == 0;
 }
 
-void WritePem(const std::string &path, mode_t mode, const auto &write) {
-    std::string temporary = path + ".tmp";
-    int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode);
-    FILE *file = fd >= 0 ? ::fdopen(fd, "w") : nullptr;
-    if (file == nullptr) {
-        if (fd >= 0) ::close(fd);
-        throw std::runtime_error("cannot create " + temporary);
-    }
-    bool ok = write(file) == 1;
-    ok = std::fflush(file) == 0 && ::fsync(fd) == 0 && ok;
-    std::fclose(file);
-    if (!ok || std::rename(temporary.c_str(), path.c_str()) != 0)
-        throw std::runtime_error("cannot write " + path);
+// The PEM is made in OpenSSL's secure memory, which is wiped when freed: it may be a private
+// key.
+void WritePem(const std::string &path, const auto &write) {
+    std::unique_ptr<BIO, decltype(&BIO_free)> bio(BIO_new(BIO_s_secmem()), &BIO_free);
+    BUF_MEM *pem = nullptr;
+    if (!bio || write(bio.get()) != 1 || BIO_get_mem_ptr(bio.get(), &pem) != 1)
+        throw std::runtime_error("cannot encode " + path);
+    WriteFileDurably(path, std::string_view(pem->data, pem->length));
 }
 
 int AcceptAnyClientCertificate(int, X509_STORE_CTX *) {
@@ -53,18 +48,20 @@ int AcceptAnyClientCertificate(int, X509_STORE_CTX *) {
 
 }  // namespace
 
-void EnsureTlsIdentity(const std::string &keyPath, const std::string &certPath,
-                       const std::string &commonName) {
+void EnsureSelfSignedIdentity(const std::string &keyPath, const std::string &certPath,
+                              const std::string &commonName, IdentityKey kind) {
     if (Exists(keyPath) && Exists(certPath)) return;
-    KeyPtr key(EVP_EC_gen("P-256"), &EVP_PKEY_free);
+    KeyPtr key(kind == IdentityKey::kP256 ? EVP_EC_gen("P-256")
+                                          : EVP_PKEY_Q_keygen(nullptr, nullptr, "ED25519"),
+               &EVP_PKEY_free);
     CertPtr cert(X509_new(), &X509_free);
-    if (!key || !cert) throw std::runtime_error("cannot create TLS identity");
+    if (!key || !cert) throw std::runtime_error("cannot create the identity of " + commonName);
     X509_set_version(cert.get(), 2);
     // A random serial, so that two simulators' certificates never share issuer and serial.
     std::unique_ptr<BIGNUM, decltype(&BN_free)> serial(BN_new(), &BN_free);
     if (!serial || BN_rand(serial.get(), 63, BN_RAND_TOP_ANY, BN_RAND_BOTTOM_ANY) != 1 ||
         BN_to_ASN1_INTEGER(serial.get(), X509_get_serialNumber(cert.get())) == nullptr)
-        throw std::runtime_error("cannot create TLS identity");
+        throw std::runtime_error("cannot create the identity of " + commonName);
     X509_gmtime_adj(X509_getm_notBefore(cert.get()), 0);
     X509_gmtime_adj(X509_getm_notAfter(cert.get()), kValiditySeconds);
     X509_NAME *name = X509_get_subject_name(cert.get());
@@ -74,13 +71,20 @@ void EnsureTlsIdentity(const std::string &keyPath, const std::string &certPath,
                                reinterpret_cast<const unsigned char *>(commonName.c_str()), -1, -1,
                                0);
     X509_set_issuer_name(cert.get(), name);
+    // Ed25519 hashes inside the signature: it takes no digest.
+    const EVP_MD *digest = kind == IdentityKey::kP256 ? EVP_sha256() : nullptr;
     if (X509_set_pubkey(cert.get(), key.get()) != 1 ||
-        X509_sign(cert.get(), key.get(), EVP_sha256()) == 0)
-        throw std::runtime_error("cannot sign TLS certificate");
-    WritePem(keyPath, 0600, [&](FILE *f) {
-        return PEM_write_PrivateKey(f, key.get(), nullptr, nullptr, 0, nullptr, nullptr);
+        X509_sign(cert.get(), key.get(), digest) == 0)
+        throw std::runtime_error("cannot sign the certificate of " + commonName);
+    WritePem(keyPath, [&](BIO *bio) {
+        return PEM_write_bio_PrivateKey(bio, key.get(), nullptr, nullptr, 0, nullptr, nullptr);
     });
-    WritePem(certPath, 0600, [&](FILE *f) { return PEM_write_X509(f, cert.get()); });
+    WritePem(certPath, [&](BIO *bio) { return PEM_write_bio_X509(bio, cert.get()); });
+}
+
+void EnsureTlsIdentity(const std::string &keyPath, const std::string &certPath,
+                       const std::string &commonName) {
+    EnsureSelfSignedIdentity(keyPath, certPath, commonName, IdentityKey::kP256);
 }
 
 TlsServerContext::TlsServerContext(const std::string &keyPath, const std::string &certPath)

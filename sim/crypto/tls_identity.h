@@ -1,6 +1,6 @@
 #pragma once
-// The HSM's TLS identity (a self-signed certificate made on first start) and the server
-// context built from it.
+// The HSM's self-signed identities (TLS, and the vendor key that signs update packages),
+// made on first start, and the TLS server context.
 
 #include <openssl/ssl.h>
 
@@ -8,8 +8,14 @@
 
 namespace sim {
 
-// Creates `keyPath` (mode 0600) and `certPath` unless both exist. Throws
-// std::runtime_error on failure.
+enum class IdentityKey { kP256, kEd25519 };
+
+// Creates a key pair of `kind` in `keyPath` (mode 0600) and a self-signed certificate of it
+// in `certPath`, both PEM, unless both exist. Throws std::runtime_error on failure.
+void EnsureSelfSignedIdentity(const std::string &keyPath, const std::string &certPath,
+                              const std::string &commonName, IdentityKey kind);
+
+// EnsureSelfSignedIdentity with a P-256 key.
 void EnsureTlsIdentity(const std::string &keyPath, const std::string &certPath,
                        const std::string &commonName);
 

@@ -52,7 +52,12 @@ const char *DaemonUsage() {
            "  --data DIR                data directory (required; created when missing)\n"
            "  --init-password TEXT      password of operator master on a new data directory\n"
            "                            (default: a random one, printed once)\n"
-           "  --firmware A.B.C.D        firmware version to report (default 5.1.0.0)\n"
+           "  --firmware A.B.C.D        firmware version to report (default 5.1.0.0) while\n"
+           "                            the data directory has never applied an update\n"
+           "                            package; afterwards the last applied one's\n"
+           "  --vendor-cert FILE        trust update packages signed by this certificate's\n"
+           "                            Ed25519 key (PEM or DER) instead of the data\n"
+           "                            directory's own vendor key (vendor.crt)\n"
            "  --model TEXT              model to report (default ORV-9000)\n"
            "  --serial TEXT             serial number to report (default OV00000001)\n"
            "  --hsm-mode N              HSM mode to report (default 0)\n"
@@ -113,6 +118,9 @@ ParseOutcome ParseDaemonOptions(const std::vector<std::string> &args, DaemonOpti
         } else if (name == "--firmware") {
             ok = IsFirmwareVersion(value);
             options->identity.firmware = value;
+        } else if (name == "--vendor-cert") {
+            ok = !value.empty();
+            options->vendorCert = value;
         } else if (name == "--model") {
             ok = IsWord(value);
             options->identity.model = value;

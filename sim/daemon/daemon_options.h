@@ -23,6 +23,7 @@ struct DaemonOptions {
     ConnectionLimits limits;
     HardwareSettings hardware;  // its dataDir, tpKey and start are set when the daemon runs
     bool tampered = false;      // set the tamper latch at start
+    std::string vendorCert;     // the signer of update packages; "" = the data directory's
 };
 
 enum class ParseOutcome { kRun, kHelp, kError };

@@ -8,6 +8,7 @@
 
 #include "constants.pb.h"
 #include "crypto/password_hash.h"
+#include "crypto/tls_identity.h"
 #include "store/schema.h"
 
 namespace sim {
@@ -17,8 +18,9 @@ namespace {
 constexpr size_t kGeneratedPasswordLength = 14;
 
 // The files of an HSM: password hashes, sealed keys, the master key.
-constexpr const char *kDataFiles[] = {"hsm.db",     "hsm.db-wal", "hsm.db-shm",
-                                      "master.key", "tls.key",    "tls.crt"};
+constexpr const char *kDataFiles[] = {
+    "hsm.db",  "hsm.db-wal", "hsm.db-shm", "master.key",       "tls.key",
+    "tls.crt", "vendor.key", "vendor.crt", "firmware.version", "upack.pending"};
 
 // Another user who can write the directory could swap the database or the master key, so
 // such a directory is refused. Files of older versions that others could read are made
@@ -72,6 +74,8 @@ DataDirectory::DataDirectory(const std::string &dir, const Clock &clock, const s
       tokens_(file_, events_),
       policy_(file_, events_),
       keys_(file_, clock, events_) {
+    EnsureSelfSignedIdentity(vendorKeyPath(), vendorCertPath(), "Orvena firmware vendor",
+                             IdentityKey::kEd25519);
     users_.partitions().Add(PartitionMember{
         [this](Actor actor, std::string_view userId) { keys_.RemoveAll(actor, userId); },
         [this](std::string_view userId) { return keys_.CountByKind(userId); }});

@@ -1,6 +1,8 @@
 #pragma once
-// The files of one HSM: hsm.db, master.key, tls.key and tls.crt. Shared by the daemon and
-// orvena-simctl, which may open the same directory at the same time.
+// The files of one HSM: hsm.db, master.key, tls.key and tls.crt, the vendor key pair that
+// signs update packages (vendor.key, vendor.crt), and the firmware files of FirmwareStore.
+// Shared by the daemon and orvena-simctl, which may open the same directory at the same
+// time.
 
 #include <optional>
 #include <string>
@@ -17,9 +19,9 @@ namespace sim {
 
 class DataDirectory {
   public:
-    // Creates the directory, database schema and master key when missing; `serial` is where
-    // the event log of a new database starts its chain. The stores open the database through
-    // the SQLite VFS named `vfs` (empty: SQLite's default). Throws std::runtime_error (or
+    // Creates the directory, database schema, master key and vendor key pair when missing; `serial`
+    // is where the event log of a new database starts its chain. The stores open the database
+    // through the SQLite VFS named `vfs` (empty: SQLite's default). Throws std::runtime_error (or
     // StoreError) when they cannot be opened.
     DataDirectory(const std::string &dir, const Clock &clock, const std::string &serial,
                   const std::string &vfs = {});
@@ -34,6 +36,8 @@ class DataDirectory {
     const DatabaseFile &database() const { return file_; }
     std::string tlsKeyPath() const { return dir_ + "/tls.key"; }
     std::string tlsCertPath() const { return dir_ + "/tls.crt"; }
+    std::string vendorKeyPath() const { return dir_ + "/vendor.key"; }
+    std::string vendorCertPath() const { return dir_ + "/vendor.crt"; }
 
   private:
     std::string dir_;

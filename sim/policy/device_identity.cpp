@@ -1,6 +1,6 @@
 #include "policy/device_identity.h"
 
-#include <cctype>
+#include "upack.h"
 
 namespace sim {
 
@@ -10,19 +10,7 @@ std::string VersionText(const DeviceIdentity &identity) {
 }
 
 bool IsFirmwareVersion(const std::string &text) {
-    int parts = 0;
-    size_t digits = 0;
-    for (char c : text) {
-        if (std::isdigit(static_cast<unsigned char>(c))) {
-            if (++digits > 3) return false;
-        } else if (c == '.' && digits > 0) {
-            ++parts;
-            digits = 0;
-        } else {
-            return false;
-        }
-    }
-    return parts == 3 && digits > 0;
+    return wire::ParseFirmwareVersion(text).has_value();
 }
 
 }  // namespace sim

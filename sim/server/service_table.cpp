@@ -1,6 +1,7 @@
 #include "server/service_table.h"
 
 #include "service/access_token_service.h"
+#include "service/firmware_service.h"
 #include "service/hsm_status_service.h"
 #include "service/information_service.h"
 #include "service/key_export_service.h"
@@ -9,6 +10,7 @@
 #include "service/login_service.h"
 #include "service/machine_service.h"
 #include "service/oath_service.h"
+#include "service/object_backup_service.h"
 #include "service/object_service.h"
 #include "service/password_policy_service.h"
 #include "service/pkcs11_map_details.h"
@@ -36,6 +38,8 @@ const DispatchTable &ServiceTable() {
         RegisterHsmStatusService(services);
         RegisterMachineService(services);
         RegisterLogService(services);
+        RegisterObjectBackupService(services);
+        RegisterFirmwareService(services);
         return services;
     }();
     return table;

@@ -12,6 +12,7 @@
 #include "session/session_table.h"
 #include "store/access_token_store.h"
 #include "store/event_log.h"
+#include "store/firmware_store.h"
 #include "store/key_store.h"
 #include "store/password_policy_store.h"
 #include "store/user_store.h"
@@ -32,6 +33,7 @@ struct HsmContext {
     EventLog &events;
     DiagnosticLog &log;
     const HardwareSettings &hardware;
+    FirmwareStore &firmware;
 };
 
 class ReplyStream;

@@ -62,8 +62,8 @@ Result HandleGetHsmStatus(Call &call, const pb::GetHsmStatus &, pb::GetHsmStatus
         const std::string db = hsm.hardware.dataDir + "/hsm.db";
         reply->set_database_bytes(FileSize(db) + FileSize(db + "-wal"));
     }
-    // Version 10 adds the pending backup and update package: neither exists before the
-    // backup and firmware services do, so both stay "none".
+    // Version 10 adds the pending backup and update package.
+    if (version >= 10) reply->set_pending_update(hsm.firmware.Pending());
     FillHardware(hsm, reply);
     // The HSM belongs to no replication domain: every field of the status is zero, which is
     // the state "Zeroed".

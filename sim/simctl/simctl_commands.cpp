@@ -17,6 +17,7 @@
 #include "service/access_token.h"
 #include "simctl/bulk_keys.h"
 #include "simctl/bulk_log.h"
+#include "simctl/upack_command.h"
 
 namespace sim {
 
@@ -229,6 +230,11 @@ int Run(DataDirectory &data, const std::vector<std::string> &args, std::ostream 
         return Report(users.SetBlocked(actor, line.positional[0], command == "block"), command,
                       err);
     }
+    if (command == kMakeUpackCommand) {
+        std::vector<std::string> full(args);
+        full.insert(full.begin() + 1, {"--data", data.path()});
+        return RunMakeUpack(full, out, err);
+    }
     if (command == "tamper") {
         CommandLine line = Split(args, 1, {});
         const std::string &state = line.positional[0];
@@ -245,6 +251,8 @@ const char *SimctlUsage() {
     return "Usage: orvena-simctl --data DIR <command>\n"
            "       orvena-simctl verify-log --data DIR | FILE\n"
            "       orvena-simctl export-log --data DIR [--out FILE]\n"
+           "       orvena-simctl make-upack --data DIR --version A.B.C.D --description TEXT\n"
+           "                                --out FILE [--key KEY.pem]\n"
            "       orvena-simctl --help\n"
            "Commands on a data directory:\n"
            "  add-user ID PASSWORD [--acl N]\n"
@@ -259,6 +267,7 @@ const char *SimctlUsage() {
            "  add-keys ID COUNT [--algorithm N] [--prefix P]   COUNT keys named P0.. (default\n"
            "      AES-256, prefix key) in one transaction\n"
            "  tamper on|off   sets or clears the tamper latch (a running daemon sees it)\n"
+           "  make-upack --version A.B.C.D --description TEXT --out FILE [--key KEY.pem]\n"
            "  add-log-lines COUNT [--from UNIX_TIME] [--step SECONDS] [--text TEXT]   COUNT\n"
            "      event-log lines \"TEXT n\" (default Bulk event), the first at UNIX_TIME\n"
            "      (default now), each next SECONDS later (default 0)\n"
@@ -266,7 +275,9 @@ const char *SimctlUsage() {
            "verify-log checks the hash chain of a data directory's event log, or of a file\n"
            "export-log wrote; it names the first broken or missing line and exits 1, or\n"
            "prints the line count and exits 0. export-log writes the log to FILE (default:\n"
-           "standard output); sim/store/event_log_format.md describes the format.\n";
+           "standard output); sim/store/event_log_format.md describes the format.\n"
+           "make-upack writes a firmware update package signed with the data directory's\n"
+           "vendor key (vendor.key, made when missing) or with the Ed25519 key of --key.\n";
 }
 
 int RunSimctlCommand(DataDirectory &data, const std::vector<std::string> &args, std::ostream &out,

@@ -29,3 +29,8 @@ int32_t ListPkcs11MapsAction(QSessionHandle session, const MenuItem &item);
 
 // "Keys/Objects - Import - Symmetric Keys": "Clear Text Key".
 int32_t ImportClearKeyAction(QSessionHandle session, const MenuItem &item);
+
+// "Keys/Objects - Key Backup": "Backup" saves one object to a local file as a blob sealed by
+// the HSM; "Restore" brings such a blob back under the name the operator gives.
+int32_t BackupObjectAction(QSessionHandle session, const MenuItem &item);
+int32_t RestoreObjectAction(QSessionHandle session, const MenuItem &item);

@@ -22,19 +22,6 @@ uint64_t MeminfoKib(const std::string &name) {
     return 0;
 }
 
-std::string ExportedLog(const std::string &dataDir) {
-    std::string text;
-    const std::string command = std::string(ORVENA_SIMCTL_PATH) + " export-log --data " + dataDir;
-    if (FILE *pipe = ::popen(command.c_str(), "r")) {
-        char buffer[4096];
-        size_t got;
-        while ((got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0)
-            text.append(buffer, got);
-        ::pclose(pipe);
-    }
-    return text;
-}
-
 uint32_t ReadInfo(QSessionHandle session, uint32_t kind, void *buffer, uint32_t size) {
     uint32_t flagWord = 0, length = size;
     return QGetHsmInfo(session, &flagWord, kind, buffer, &length, 0);

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <functional>
@@ -25,6 +26,20 @@ inline QPasswordLoginRecord PasswordRecord(uint16_t port, const std::string &use
                 std::min(password.size(), sizeof record.password));
     record.authMode = Q_AUTH_PASSWORD;
     return record;
+}
+
+// The event log of a data directory as orvena-simctl exports it.
+inline std::string ExportedLog(const std::string &dataDir) {
+    std::string text;
+    const std::string command = std::string(ORVENA_SIMCTL_PATH) + " export-log --data " + dataDir;
+    if (FILE *pipe = ::popen(command.c_str(), "r")) {
+        char buffer[4096];
+        size_t got;
+        while ((got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0)
+            text.append(buffer, got);
+        ::pclose(pipe);
+    }
+    return text;
 }
 
 // A listing callback that appends each delivered name to the std::vector<std::string> at

@@ -116,7 +116,10 @@ TEST_F(SimDispatch, RightsAreReadFreshAndCheckedBeforeAnyHandlerRuns) {
                                       pb::Request::kStartLogDownload,
                                       pb::Request::kReadLogDownload,
                                       pb::Request::kEndLogDownload,
-                                      pb::Request::kFollowLog};
+                                      pb::Request::kFollowLog,
+                                      pb::Request::kBackupObject,
+                                      pb::Request::kRestoreObject,
+                                      pb::Request::kPushUpdatePackage};
     std::set<int> allowed;
     for (const auto &[number, entry] : recording_.entries())
         if (!needRights.count(number)) allowed.insert(number);

@@ -73,7 +73,9 @@ class SimHsm : public ::testing::Test {
     std::FILE *logFile_ = ::open_memstream(&logText_, &logSize_);
     sim::DiagnosticLog log_{logFile_};
     sim::HardwareSettings hardware_;
+    sim::UpackVerifier vendor_{data_.vendorCertPath()};
+    sim::FirmwareStore firmware_{dir_.path(), identity_.firmware, vendor_, data_.events()};
     sim::HsmContext hsm_{
         data_.users(),  data_.masterKey(), sessions_,      clock_, identity_, data_.keys(),
-        data_.tokens(), data_.policy(),    data_.events(), log_,   hardware_};
+        data_.tokens(), data_.policy(),    data_.events(), log_,   hardware_, firmware_};
 };

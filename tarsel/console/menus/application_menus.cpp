@@ -1,6 +1,7 @@
 // Menus under "HSM" for its applications: SPB, EFT, safe keeping, smart cards, blockchain
 // and tests.
 #include "apps/import_key_components.h"
+#include "apps/test_actions.h"
 #include "console/menus/menu_table.h"
 
 using namespace menu_table;
@@ -77,7 +78,7 @@ constexpr MenuEntry kTestsItems[] = {
     Title(0, ""),
     Action(0, "Symmetric", kAnyone, NotAvailableAction),
     Action(0, "Asymmetric", kAnyone, NotAvailableAction),
-    Action(0, "RNG", kAnyone, NotAvailableAction),
+    Action(0, "RNG", kAnyone, GetRandomBytes),
     Action(0, "Hashing", kAnyone, NotAvailableAction),
     Action(0, "XML", kAnyone, NotAvailableAction),
     Action(0, "CVV", kAnyone, NotAvailableAction),

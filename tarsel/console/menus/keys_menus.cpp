@@ -34,8 +34,8 @@ constexpr MenuEntry kPermissionsItems[] = {
 
 constexpr MenuEntry kKeyBackupItems[] = {
     Title(0, ""),
-    Action(0, "Backup", kAnyone, NotAvailableAction),
-    Action(0, "Restore", kAnyone, NotAvailableAction),
+    Action(0, "Backup", kAnyone, BackupObjectAction),
+    Action(0, "Restore", kAnyone, RestoreObjectAction),
 };
 
 // "TR-31" is one action for symmetric and asymmetric keys alike.

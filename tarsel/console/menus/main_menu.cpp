@@ -3,6 +3,7 @@
 #include "app/version_numbers.h"
 #include "console/menu_tree.h"
 #include "console/menus/menu_table.h"
+#include "hsm/firmware_actions.h"
 #include "hsm/hsm_actions.h"
 #include "hsm/log_actions.h"
 #include "keys/key_actions.h"
@@ -47,7 +48,7 @@ constexpr MenuEntry kMainItems[] = {
     Nested(kHsm, "Logs...", Q_ACL_REMOTE_INFO, kLogsMenu),
     Nested(kHsm, "Backup...", Q_ACL_BACKUP, kBackupMenu),
     Nested(kHsm, "Monitoring...", Q_ACL_REMOTE_INFO, kMonitoringMenu),
-    Action(kHsm, "Firmware Update", Q_ACL_FIRMWARE, NotAvailableAction),
+    Action(kHsm, "Firmware Update", Q_ACL_FIRMWARE, UpdateFirmware),
     NestedAction(kHsm, "Replication...", Q_ACL_REMOTE_INFO, kReplicationMenu),
     NestedAction(kHsm, "IP Filter...", Q_ACL_REMOTE_INFO, kIpFilterMenu),
     Action(kHsm, "Telemetry", Q_ACL_REMOTE_INFO, NotAvailableAction),
