@@ -30,14 +30,20 @@ void Take(std::string_view line, int64_t lineStart, int64_t end, int64_t *offset
 }  // namespace
 
 std::string RawLine(const EventLine &line, std::string_view hash) {
-    std::string text = CanonicalText(line);
     std::string raw;
-    raw.reserve(2 * hash.size() + text.size() + 2);
-    AppendHex(hash, &raw);
-    raw.push_back(' ');
-    raw.append(text);
-    raw.push_back('\n');
+    AppendRawLine(hash, CanonicalText(line), &raw);
     return raw;
+}
+
+void AppendRawLine(std::string_view hash, std::string_view text, std::string *out) {
+    AppendHex(hash, out);
+    out->push_back(' ');
+    out->append(text);
+    out->push_back('\n');
+}
+
+int64_t RawLineSize(std::string_view hash, std::string_view text) {
+    return static_cast<int64_t>(2 * hash.size() + text.size() + 2);
 }
 
 std::string AnchorLine(const LogAnchor &anchor) {
@@ -66,14 +72,14 @@ void ReadRawLog(Database &db, const RawLogState &state, int64_t offset, int64_t 
     Take(anchor, 0, end, &offset, out);
     if (offset >= end) return;
     Statement lines(db,
-                    "SELECT seq, boot, time, user_id, operation, outcome, hash, end_offset "
-                    "FROM event_log WHERE end_offset > ? ORDER BY end_offset");
+                    "SELECT hash, text, end_offset FROM event_log WHERE end_offset > ? "
+                    "ORDER BY end_offset");
     lines.Bind(1, offset);
+    std::string raw;
     while (offset < end && lines.Step()) {
-        EventLine line{lines.Int(0),  lines.Int(1),  lines.Int(2),
-                       lines.Text(3), lines.Text(4), lines.Text(5)};
-        std::string raw = RawLine(line, lines.Blob(6));
-        Take(raw, lines.Int(7) - static_cast<int64_t>(raw.size()), end, &offset, out);
+        raw.clear();
+        AppendRawLine(lines.Blob(0), lines.Text(1), &raw);
+        Take(raw, lines.Int(2) - static_cast<int64_t>(raw.size()), end, &offset, out);
     }
     if (offset < end) throw StoreError("event log shorter than its recorded size");
 }
