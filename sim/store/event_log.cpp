@@ -135,7 +135,7 @@ int64_t EventLog::LinesAfter(int64_t seq, size_t limit, std::vector<std::string>
     st.Bind(1, seq).Bind(2, static_cast<int64_t>(limit));
     while (st.Step()) {
         seq = st.Int(0);
-        AppendRawLine(st.Blob(1), st.Text(2), &lines->emplace_back());
+        AppendRawLine(st.BlobView(1), st.TextView(2), &lines->emplace_back());
     }
     return seq;
 }
@@ -172,7 +172,7 @@ void ForEachEventLine(
     const std::function<void(int64_t seq, std::string_view text, std::string_view hash)> &each) {
     Statement st(db, "SELECT seq, text, hash FROM event_log ORDER BY seq");
     while (st.Step())
-        each(st.Int(0), st.Text(1), st.Blob(2));
+        each(st.Int(0), st.TextView(1), st.BlobView(2));
 }
 
 std::string HardwareLine(int64_t time, std::string_view event, std::string_view detail) {

@@ -63,7 +63,7 @@ void SealSegments(Database &db, int64_t sealedEnd) {
         lines.Bind(1, sealedEnd);
         std::string text;
         while (lines.Step()) {
-            AppendRawLine(lines.Blob(0), lines.Text(1), &text);
+            AppendRawLine(lines.BlobView(0), lines.TextView(1), &text);
             if (static_cast<int64_t>(text.size()) < kSegmentBytes) continue;
             const int64_t end = lines.Int(2);
             StoreSegment(db, sealedEnd, end, text);
@@ -100,7 +100,7 @@ uint32_t DeflateRawLog(Database &db, const RawLogState &state, int64_t end,
         const int64_t start = segments.Int(0);
         if (start < offset) continue;  // overlaps text already sent: only the lines are trusted
         deflateUpTo(start);
-        write(segments.Blob(3));
+        write(segments.BlobView(3));
         crc = crc32_combine(crc, static_cast<uLong>(segments.Int(2)), segments.Int(1) - start);
         offset = segments.Int(1);
     }

@@ -8,14 +8,6 @@ namespace {
 
 constexpr char kUpperHex[] = "0123456789ABCDEF";
 
-void AppendHex(std::string_view bytes, std::string *out) {
-    for (char c : bytes) {
-        auto byte = static_cast<unsigned char>(c);
-        out->push_back(kUpperHex[byte >> 4]);
-        out->push_back(kUpperHex[byte & 0xF]);
-    }
-}
-
 // Appends the part of `line`, which starts at `lineStart` of the text, that falls into
 // [*offset, end); moves *offset past it.
 void Take(std::string_view line, int64_t lineStart, int64_t end, int64_t *offset,
@@ -35,11 +27,19 @@ std::string RawLine(const EventLine &line, std::string_view hash) {
     return raw;
 }
 
+// Written in place rather than character by character: a download renders every line.
 void AppendRawLine(std::string_view hash, std::string_view text, std::string *out) {
-    AppendHex(hash, out);
-    out->push_back(' ');
-    out->append(text);
-    out->push_back('\n');
+    const size_t start = out->size();
+    out->resize(start + static_cast<size_t>(RawLineSize(hash, text)));
+    char *at = out->data() + start;
+    for (char c : hash) {
+        auto byte = static_cast<unsigned char>(c);
+        *at++ = kUpperHex[byte >> 4];
+        *at++ = kUpperHex[byte & 0xF];
+    }
+    *at++ = ' ';
+    at = std::copy(text.begin(), text.end(), at);
+    *at = '\n';
 }
 
 int64_t RawLineSize(std::string_view hash, std::string_view text) {
@@ -77,9 +77,17 @@ void ReadRawLog(Database &db, const RawLogState &state, int64_t offset, int64_t 
     lines.Bind(1, offset);
     std::string raw;
     while (offset < end && lines.Step()) {
+        const std::string_view hash = lines.BlobView(0), text = lines.TextView(1);
+        const int64_t lineEnd = lines.Int(2);
+        const int64_t lineStart = lineEnd - RawLineSize(hash, text);
+        if (lineStart == offset && lineEnd <= end) {  // most lines: whole, in place
+            AppendRawLine(hash, text, out);
+            offset = lineEnd;
+            continue;
+        }
         raw.clear();
-        AppendRawLine(lines.Blob(0), lines.Text(1), &raw);
-        Take(raw, lines.Int(2) - static_cast<int64_t>(raw.size()), end, &offset, out);
+        AppendRawLine(hash, text, &raw);
+        Take(raw, lineStart, end, &offset, out);
     }
     if (offset < end) throw StoreError("event log shorter than its recorded size");
 }
