@@ -28,7 +28,7 @@ Deflated Deflate(std::string_view text, bool last) {
     const auto *in = reinterpret_cast<const Bytef *>(text.data());
     // The bound covers a finished stream; a full flush adds one empty stored block.
     Deflated out{std::string(deflateBound(&stream, text.size()) + 16, '\0'),
-                 static_cast<uint32_t>(crc32_z(crc32_z(0, nullptr, 0), in, text.size()))};
+                 static_cast<uint32_t>(crc32_z(0, in, text.size()))};
     stream.next_in = const_cast<Bytef *>(in);
     stream.avail_in = static_cast<uInt>(text.size());
     stream.next_out = reinterpret_cast<Bytef *>(out.bytes.data());
