@@ -2,13 +2,16 @@
 # Retrieval of a log of at least 256 MiB through the console's routines, against the floor
 # of the same bytes over HTTPS from `openssl s_server -WWW` on loopback (fetched with curl)
 # and `unzip` of the same archive; and the first/last-date reads on that log against a 1 MiB
-# one. Prints every figure and the three ratios with their targets:
+# one. Each time is the best of RUNS runs (3 by default), ours and the floor's alike: on a
+# shared machine the best run is the least disturbed one. Prints every figure and the three
+# ratios with their targets:
 #   (a) plain retrieval throughput >= 0.5 x the floor's
 #   (b) zipped + unpacked retrieval <= floor transfer of the archive + unzip
 #   (c) date reads on 256 MiB / on 1 MiB <= 1.5
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 lines=${LINES:-1900000}
+runs=${RUNS:-3}
 build=build/bench-logs
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DTARSEL_BENCH=ON >/dev/null
 cmake --build "$build" -j2 --target orvena-sim orvena-simctl logs_bench >/dev/null
@@ -28,6 +31,12 @@ start_sim() {  # data directory; sets sim_port
     sim_port=$(sed -n 's/.*ready on [0-9.]*:\([0-9]*\).*/\1/p' "$1.out")
 }
 seconds() { /usr/bin/time -f %e "$@" 2>&1 >/dev/null | tail -1; }
+# The least of the runs of a command that prints seconds (one or more columns, each its own).
+best() {
+    for _ in $(seq "$runs"); do "$@"; done |
+      awk '{for (i = 1; i <= NF; ++i) if (NR == 1 || $i < m[i]) m[i] = $i}
+           END {for (i = 1; i <= NF; ++i) printf "%s%s", m[i], (i < NF ? " " : "\n")}'
+}
 
 t0=$(date +%s.%N)
 "$build"/sim/orvena-simctl --data "$work/big" add-log-lines "$lines" --from 1700000000 --step 1 --text "$text"
@@ -40,7 +49,7 @@ start_sim "$work/big"; big_port=$sim_port
 start_sim "$work/small"; small_port=$sim_port
 
 export ORVENA_BENCH_PORT=$big_port
-read -r plain_s zipped_s < <("$bench" retrieve "$work/plain.log" "$work/log.zip" "$work/unpacked.log")
+read -r plain_s zipped_s < <(best "$bench" retrieve "$work/plain.log" "$work/log.zip" "$work/unpacked.log")
 cmp -s "$work/plain.log" "$work/unpacked.log" || { echo "unpacked log differs from the plain one" >&2; exit 1; }
 bytes=$(stat -c %s "$work/plain.log")
 archive=$(stat -c %s "$work/log.zip")
@@ -53,10 +62,10 @@ archive=$(stat -c %s "$work/log.zip")
 pids+=($!)
 for _ in $(seq 100); do grep -q ACCEPT "$work/s_server.out" 2>/dev/null && break; sleep 0.1; done
 www_port=$(sed -n 's/.*ACCEPT.*:\([0-9]*\).*/\1/p' "$work/s_server.out" | head -1)
-curl_s=$(seconds curl -sk -o "$work/curl.log" "https://127.0.0.1:$www_port/plain.log")
+curl_s=$(best seconds curl -sk -o "$work/curl.log" "https://127.0.0.1:$www_port/plain.log")
 cmp -s "$work/plain.log" "$work/curl.log" || { echo "curl fetched other bytes" >&2; exit 1; }
-curl_zip_s=$(seconds curl -sk -o "$work/curl.zip" "https://127.0.0.1:$www_port/log.zip")
-unzip_s=$(seconds unzip -p "$work/log.zip" vlx_appliance.log)
+curl_zip_s=$(best seconds curl -sk -o "$work/curl.zip" "https://127.0.0.1:$www_port/log.zip")
+unzip_s=$(best seconds unzip -p "$work/log.zip" vlx_appliance.log)
 
 dates_big=$(ORVENA_BENCH_PORT=$big_port "$bench" dates 200)
 dates_small=$(ORVENA_BENCH_PORT=$small_port "$bench" dates 200)

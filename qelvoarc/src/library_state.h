@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <string>
 
 #include "handle_table.h"
 #include "key_object.h"
@@ -25,10 +27,21 @@ struct P11Info {
     pb::GetP11InfoReply values;
 };
 
+// The reply to one chunk request of a log download: its status and the bytes not yet handed
+// to the caller.
+struct LogChunk {
+    uint32_t status = 0;
+    std::string bytes;
+    size_t taken = 0;
+};
+
 // A download of the HSM's log, reached through its session.
 struct LogDownload {
     std::shared_ptr<Session> session;
     uint64_t remoteId;
+    // The chunk read and not yet handed out whole: the one asked for ahead, once its session
+    // collected the reply. Touched only under the session's lock.
+    std::optional<LogChunk> chunk;
 };
 
 class LibraryState {

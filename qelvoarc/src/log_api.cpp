@@ -61,7 +61,7 @@ constexpr uint32_t kMaxStatLogBytes = Q_LOG_STAT_MAX;
         [&](const pb::StartLogDownloadReply &reply) { remoteId = reply.download_id(); });
     if (status != wire::OK) return status;
     *log = LibraryState::Get().logs.Add(
-        std::make_shared<LogDownload>(LogDownload{std::move(session), remoteId}));
+        std::make_shared<LogDownload>(LogDownload{std::move(session), remoteId, std::nullopt}));
     return wire::OK;
 }
 
@@ -75,23 +75,64 @@ std::shared_ptr<LogDownload> FindLog(QLogHandle handle, uint32_t *status) {
     return log;
 }
 
+// Reads the reply to a chunk request.
+LogChunk ReadChunk(Connection &connection) {
+    LogChunk chunk;
+    pb::Response response;
+    chunk.status = connection.Receive(&response);
+    if (chunk.status == wire::OK) chunk.status = response.status();
+    // An empty chunk may come without its body.
+    if (chunk.status == wire::OK && response.body_case() != pb::Response::kReadLogDownload &&
+        response.body_case() != pb::Response::BODY_NOT_SET)
+        chunk.status = wire::ERR_PROTOCOL;
+    if (chunk.status == wire::OK)
+        chunk.bytes = std::move(*response.mutable_read_log_download()->mutable_data());
+    if (chunk.bytes.size() > Q_LOG_CHUNK_SIZE) chunk = {wire::ERR_PROTOCOL, {}, 0};
+    return chunk;
+}
+
+uint32_t SendChunkRequest(Connection &connection, const LogDownload &log) {
+    pb::Request request;
+    request.mutable_read_log_download()->set_download_id(log.remoteId);
+    request.mutable_read_log_download()->set_length(Q_LOG_CHUNK_SIZE);
+    return connection.Send(request);
+}
+
+// Hands out the next bytes of the download. Once a chunk is handed out whole, the next one is
+// asked for at once, so the HSM reads and sends it while the caller writes this one out; the
+// session reads its reply before whatever exchange comes next.
 [[nodiscard]] uint32_t GetHSMLogCont(QLogHandle handle, uint8_t *buffer, uint32_t *length) {
     uint32_t status;
     std::shared_ptr<LogDownload> log = FindLog(handle, &status);
     if (log == nullptr) return status;
     if (buffer == nullptr || length == nullptr) return wire::ERR_INVALID_PARAMETER;
     if (*length == 0) return wire::ERR_INVALID_LENGTH;
-    const uint32_t capacity = std::min<uint32_t>(*length, Q_LOG_CHUNK_SIZE);
-    pb::ReadLogDownload request;
-    request.set_download_id(log->remoteId);
-    request.set_length(capacity);
-    return Remote<pb::ReadLogDownloadReply>(
-        *log->session, std::move(request), [&](const pb::ReadLogDownloadReply &reply) -> uint32_t {
-            if (reply.data().size() > capacity) return wire::ERR_PROTOCOL;
-            std::memcpy(buffer, reply.data().data(), reply.data().size());
-            *length = static_cast<uint32_t>(reply.data().size());
-            return wire::OK;
-        });
+    return log->session->WithConnection([&](Connection &connection) -> uint32_t {
+        if (!log->chunk) {
+            status = SendChunkRequest(connection, *log);
+            log->chunk = status == wire::OK ? ReadChunk(connection) : LogChunk{status, {}, 0};
+        }
+        LogChunk &chunk = *log->chunk;
+        if (chunk.status != wire::OK) {
+            status = chunk.status;
+            log->chunk.reset();
+            return status;
+        }
+        const size_t count = std::min<size_t>(*length, chunk.bytes.size() - chunk.taken);
+        std::memcpy(buffer, chunk.bytes.data() + chunk.taken, count);
+        chunk.taken += count;
+        *length = static_cast<uint32_t>(count);
+        if (chunk.taken < chunk.bytes.size()) return wire::OK;
+        log->chunk.reset();
+        // An empty chunk is the end: nothing more to ask for.
+        if (count > 0 && SendChunkRequest(connection, *log) == wire::OK)
+            log->session->OweReply([ahead = std::weak_ptr<LogDownload>(log)](Connection &owing) {
+                LogChunk next = ReadChunk(owing);
+                if (std::shared_ptr<LogDownload> owner = ahead.lock())
+                    owner->chunk = std::move(next);
+            });
+        return wire::OK;
+    });
 }
 
 [[nodiscard]] uint32_t GetHSMLogEnd(QLogHandle handle) {

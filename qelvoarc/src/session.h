@@ -2,6 +2,7 @@
 // An open session: its connection and the lock that keeps one request in flight at a time.
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 
@@ -23,6 +24,7 @@ class Session {
     [[nodiscard]] uint32_t Exchange(Body &&exchange) {
         std::lock_guard lock(mutex_);
         if (connection_ == nullptr) return wire::ERR_INVALID_HANDLE;
+        CollectOwedReply();
         ++exchanges_;
         request_.Clear();
         return exchange(*connection_, request_, response_);
@@ -49,10 +51,23 @@ class Session {
     [[nodiscard]] uint32_t WithConnection(Body &&body) {
         std::lock_guard lock(mutex_);
         if (connection_ == nullptr) return wire::ERR_INVALID_HANDLE;
+        CollectOwedReply();
         return body(*connection_);
     }
 
+    // A request was sent ahead of need and its reply not read: `collect` reads it before the
+    // next exchange of any kind, so that no other request takes it for its own. REQUIRES:
+    // called from a WithConnection body, under the lock.
+    void OweReply(std::function<void(Connection &)> collect) { owed_ = std::move(collect); }
+
   private:
+    void CollectOwedReply() {
+        if (!owed_) return;
+        std::function<void(Connection &)> collect = std::move(owed_);
+        owed_ = nullptr;
+        collect(*connection_);
+    }
+
     std::mutex mutex_;
     std::unique_ptr<Connection> connection_;
     pb::Request request_;  // reused so a warm session allocates nothing per call
@@ -60,6 +75,7 @@ class Session {
     uint64_t exchanges_ = 0;
     std::shared_ptr<const UserListing> userListing_;
     uint64_t listingExchange_ = 0;
+    std::function<void(Connection &)> owed_;
 };
 
 }  // namespace qelvoarc

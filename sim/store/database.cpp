@@ -104,17 +104,25 @@ int64_t Statement::Int(int column) const {
 }
 
 std::string Statement::Text(int column) const {
-    const auto *text = sqlite3_column_text(stmt_, column);
-    if (text == nullptr) return {};
-    return std::string(reinterpret_cast<const char *>(text),
-                       static_cast<size_t>(sqlite3_column_bytes(stmt_, column)));
+    return std::string(TextView(column));
 }
 
 std::string Statement::Blob(int column) const {
+    return std::string(BlobView(column));
+}
+
+std::string_view Statement::TextView(int column) const {
+    const auto *text = sqlite3_column_text(stmt_, column);
+    if (text == nullptr) return {};
+    return {reinterpret_cast<const char *>(text),
+            static_cast<size_t>(sqlite3_column_bytes(stmt_, column))};
+}
+
+std::string_view Statement::BlobView(int column) const {
     const void *blob = sqlite3_column_blob(stmt_, column);
     if (blob == nullptr) return {};
-    return std::string(static_cast<const char *>(blob),
-                       static_cast<size_t>(sqlite3_column_bytes(stmt_, column)));
+    return {static_cast<const char *>(blob),
+            static_cast<size_t>(sqlite3_column_bytes(stmt_, column))};
 }
 
 bool Statement::IsNull(int column) const {

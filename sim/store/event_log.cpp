@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "store/log_segments.h"
 #include "store/raw_log.h"
 
 namespace sim {
@@ -15,31 +16,27 @@ void EventLog::Append(Database &db, Actor actor, std::string_view operation,
     EventLine line{
         0, 0, clock_.Now(), std::string(actor.id()), std::string(operation), std::string(outcome)};
     std::string previous;
-    int64_t size = 0, anchorSeq = 0;
+    int64_t size = 0, anchorSeq = 0, sealedEnd = 0;
     {
         Statement end(db,
-                      "SELECT boot, last_seq, last_hash, size, anchor_seq FROM event_log_state "
-                      "WHERE id = 1");
+                      "SELECT boot, last_seq, last_hash, size, anchor_seq, sealed_end "
+                      "FROM event_log_state WHERE id = 1");
         if (!end.Step()) throw StoreError("event log state missing");
         line.boot = end.Int(0);
         line.seq = end.Int(1) + 1;
         previous = end.Blob(2);
         size = end.Int(3);
         anchorSeq = end.Int(4);
+        sealedEnd = end.Int(5);
     }
-    const std::string hash = ChainHash(previous, CanonicalText(line));
-    size += static_cast<int64_t>(RawLine(line, hash).size());
-    Statement(db,
-              "INSERT INTO event_log (seq, boot, time, user_id, operation, outcome, hash, "
-              "end_offset) VALUES (?, ?, ?, ?, ?, ?, ?, ?)")
+    const std::string text = CanonicalText(line);
+    const std::string hash = ChainHash(previous, text);
+    size += RawLineSize(hash, text);
+    Statement(db, "INSERT INTO event_log (seq, end_offset, hash, text) VALUES (?, ?, ?, ?)")
         .Bind(1, line.seq)
-        .Bind(2, line.boot)
-        .Bind(3, line.time)
-        .Bind(4, line.user)
-        .Bind(5, line.operation)
-        .Bind(6, line.outcome)
-        .BindBlob(7, hash)
-        .Bind(8, size)
+        .Bind(2, size)
+        .BindBlob(3, hash)
+        .Bind(4, text)
         .Run();
     // The anchor's time is that of the line after it; its text keeps its length.
     if (line.seq == anchorSeq + 1)
@@ -51,6 +48,7 @@ void EventLog::Append(Database &db, Actor actor, std::string_view operation,
         .BindBlob(2, hash)
         .Bind(3, size)
         .Run();
+    if (size - sealedEnd >= kSegmentBytes) SealSegments(db, sealedEnd);
 }
 
 void EventLog::Record(Actor actor, std::string_view operation, std::string_view outcome) {
@@ -80,15 +78,17 @@ void EventLog::Clear(Actor actor) {
         if (!end.Step()) throw StoreError("event log state missing");
         anchor = {end.Int(1), end.Int(0), clock_.Now(), end.Blob(2), end.Text(3)};
     }
-    db_.Execute("DELETE FROM event_log");
+    db_.Execute("DELETE FROM event_log; DELETE FROM event_log_segments");
+    const auto anchorSize = static_cast<int64_t>(AnchorLine(anchor).size());
     Statement(db_,
               "UPDATE event_log_state SET anchor_seq = ?, anchor_boot = ?, anchor_time = ?, "
-              "anchor_hash = ?, size = ? WHERE id = 1")
+              "anchor_hash = ?, size = ?, sealed_end = ? WHERE id = 1")
         .Bind(1, anchor.seq)
         .Bind(2, anchor.boot)
         .Bind(3, anchor.time)
         .BindBlob(4, anchor.hash)
-        .Bind(5, static_cast<int64_t>(AnchorLine(anchor).size()))
+        .Bind(5, anchorSize)
+        .Bind(6, anchorSize)
         .Run();
     Append(db_, actor, "Log cleared", kEventOk);
     tx.Commit();
@@ -119,16 +119,23 @@ int64_t EventLog::ReadFrom(int64_t offset, int64_t anchorSeq, int64_t end, int64
     return length;
 }
 
+bool EventLog::Deflate(int64_t anchorSeq, int64_t end,
+                       const std::function<void(std::string_view)> &write, uint32_t *crc) {
+    std::lock_guard lock(mutex_);
+    Transaction snapshot(db_, Transaction::kRead);
+    RawLogState state = ReadRawLogState(db_);
+    if (state.anchor.seq != anchorSeq || end > state.size) return false;
+    *crc = DeflateRawLog(db_, state, end, write);
+    return true;
+}
+
 int64_t EventLog::LinesAfter(int64_t seq, size_t limit, std::vector<std::string> *lines) {
     std::lock_guard lock(mutex_);
-    Statement st(db_,
-                 "SELECT seq, boot, time, user_id, operation, outcome, hash FROM event_log "
-                 "WHERE seq > ? ORDER BY seq LIMIT ?");
+    Statement st(db_, "SELECT seq, hash, text FROM event_log WHERE seq > ? ORDER BY seq LIMIT ?");
     st.Bind(1, seq).Bind(2, static_cast<int64_t>(limit));
     while (st.Step()) {
         seq = st.Int(0);
-        lines->push_back(RawLine(
-            EventLine{seq, st.Int(1), st.Int(2), st.Text(3), st.Text(4), st.Text(5)}, st.Blob(6)));
+        AppendRawLine(st.BlobView(1), st.TextView(2), &lines->emplace_back());
     }
     return seq;
 }
@@ -160,14 +167,12 @@ EventLogEnds ReadEventLogEnds(Database &db) {
     return {st.Text(0), st.Int(1), st.Int(2)};
 }
 
-void ForEachEventLine(Database &db,
-                      const std::function<void(const EventLine &, std::string_view hash)> &each) {
-    Statement st(db,
-                 "SELECT seq, boot, time, user_id, operation, outcome, hash FROM event_log "
-                 "ORDER BY seq");
+void ForEachEventLine(
+    Database &db,
+    const std::function<void(int64_t seq, std::string_view text, std::string_view hash)> &each) {
+    Statement st(db, "SELECT seq, text, hash FROM event_log ORDER BY seq");
     while (st.Step())
-        each(EventLine{st.Int(0), st.Int(1), st.Int(2), st.Text(3), st.Text(4), st.Text(5)},
-             st.Blob(6));
+        each(st.Int(0), st.TextView(1), st.BlobView(2));
 }
 
 std::string HardwareLine(int64_t time, std::string_view event, std::string_view detail) {

@@ -52,6 +52,10 @@ class EventLog {
     // -1 when the log was cleared since.
     int64_t ReadFrom(int64_t offset, int64_t anchorSeq, int64_t end, int64_t length,
                      std::string *out);
+    // The whole text of such a download, [0, end), as one raw deflate stream handed to
+    // `write` (log_segments.h); its CRC-32 into *crc. False when the log was cleared since.
+    bool Deflate(int64_t anchorSeq, int64_t end, const std::function<void(std::string_view)> &write,
+                 uint32_t *crc);
     // Appends the raw lines after line `seq`, at most `limit`, to *lines; returns the number
     // of the last line appended (`seq` when none).
     int64_t LinesAfter(int64_t seq, size_t limit, std::vector<std::string> *lines);
@@ -81,8 +85,9 @@ struct EventLogEnds {
 
 // REQUIRES for both: inside one transaction (Transaction::kRead) when they must agree.
 EventLogEnds ReadEventLogEnds(Database &db);
-// Calls `each` for every line in sequence order, with the hash stored for it.
-void ForEachEventLine(Database &db,
-                      const std::function<void(const EventLine &, std::string_view hash)> &each);
+// Calls `each` for every line in sequence order: its number, canonical text and stored hash.
+void ForEachEventLine(
+    Database &db,
+    const std::function<void(int64_t seq, std::string_view text, std::string_view hash)> &each);
 
 }  // namespace sim

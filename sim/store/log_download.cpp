@@ -8,17 +8,13 @@
 #include <filesystem>
 #include <stdexcept>
 #include <string>
+#include <string_view>
+
+#include "store/log_segments.h"
 
 namespace sim {
 
 namespace {
-
-// Bytes read from the store per step while zipping.
-constexpr int64_t kZipReadBytes = 1 << 20;
-
-// The fastest level: the archive exists to shorten the transfer, and deflating must keep up
-// with it.
-constexpr int kZipLevel = 1;
 
 zip_fileinfo MemberInfo(int64_t now) {
     zip_fileinfo info{};
@@ -46,14 +42,20 @@ class ZipWriter {
 
     // Adds one member whose bytes `fill` hands over, piece by piece, through Write.
     template <class Fill>
-    void Member(const char *name, int64_t size, Fill &&fill) {
-        zip_fileinfo info = MemberInfo(std::time(nullptr));
-        Check(zipOpenNewFileInZip64(zip_, name, &info, nullptr, 0, nullptr, 0, nullptr, Z_DEFLATED,
-                                    kZipLevel, size >= 0xFFFFFFFFll ? 1 : 0));
+    void Member(const char *name, Fill &&fill) {
+        Open(name, false, 0);
         fill();
         Check(zipCloseFileInZip(zip_));
     }
-    void Write(const std::string &bytes) {
+    // Adds one member of `size` bytes that `fill` hands over already deflated, through Write;
+    // it answers their CRC-32.
+    template <class Fill>
+    void DeflatedMember(const char *name, int64_t size, Fill &&fill) {
+        Open(name, true, size);
+        const uint32_t crc = fill();
+        Check(zipCloseFileInZipRaw64(zip_, static_cast<ZPOS64_T>(size), crc));
+    }
+    void Write(std::string_view bytes) {
         Check(zipWriteInFileInZip(zip_, bytes.data(), static_cast<unsigned>(bytes.size())));
     }
     void Close() {
@@ -63,6 +65,12 @@ class ZipWriter {
     }
 
   private:
+    void Open(const char *name, bool deflated, int64_t size) {
+        zip_fileinfo info = MemberInfo(std::time(nullptr));
+        Check(zipOpenNewFileInZip2_64(zip_, name, &info, nullptr, 0, nullptr, 0, nullptr,
+                                      Z_DEFLATED, kLogDeflateLevel, deflated ? 1 : 0,
+                                      size >= 0xFFFFFFFFll ? 1 : 0));
+    }
     static void Check(int status) {
         if (status != ZIP_OK) throw std::runtime_error("writing the log archive failed");
     }
@@ -78,18 +86,16 @@ int BuildZip(EventLog &events, const RawLogState &state, int32_t selector) {
     ::close(created);
     try {
         ZipWriter zip(path);
-        zip.Member(kLogMemberName, state.size, [&] {
-            std::string piece;
-            for (int64_t offset = 0; offset < state.size; offset += kZipReadBytes) {
-                piece.clear();
-                if (events.ReadFrom(offset, state.anchor.seq, state.size, kZipReadBytes, &piece) <
-                    0)
-                    throw std::runtime_error("the log was cleared while it was zipped");
-                zip.Write(piece);
-            }
+        zip.DeflatedMember(kLogMemberName, state.size, [&] {
+            uint32_t crc = 0;
+            if (!events.Deflate(
+                    state.anchor.seq, state.size,
+                    [&](std::string_view deflated) { zip.Write(deflated); }, &crc))
+                throw std::runtime_error("the log was cleared while it was zipped");
+            return crc;
         });
         if (selector == kLogZippedPackage)
-            zip.Member(kHardwareLogMemberName, 0, [&] {
+            zip.Member(kHardwareLogMemberName, [&] {
                 events.ForEachHardwareLine([&](const std::string &line) { zip.Write(line); });
             });
         zip.Close();
@@ -122,13 +128,30 @@ Result LogDownload::Start(EventLog &events, int32_t selector, std::unique_ptr<Lo
     return Result::kOk;
 }
 
+LogDownload::Chunk LogDownload::ReadChunk(EventLog &events, int64_t offset, uint32_t length) const {
+    Chunk chunk{offset, length, 0, {}};
+    chunk.read = events.ReadFrom(offset, anchorSeq_, end_, length, &chunk.bytes);
+    return chunk;
+}
+
+Result LogDownload::NextPlain(EventLog &events, uint32_t length, std::string *out) {
+    Chunk chunk;
+    if (ahead_.valid()) chunk = ahead_.get();
+    // A client asking for another length gets what it asked for.
+    if (chunk.offset != offset_ || chunk.length != length)
+        chunk = ReadChunk(events, offset_, length);
+    if (chunk.read < 0) return Result::kBadState;
+    offset_ += chunk.read;
+    *out = std::move(chunk.bytes);
+    if (offset_ < end_)
+        ahead_ = std::async(std::launch::async, [this, &events, offset = offset_, length] {
+            return ReadChunk(events, offset, length);
+        });
+    return Result::kOk;
+}
+
 Result LogDownload::Next(EventLog &events, uint32_t length, std::string *out) {
-    if (zipFd_ < 0) {
-        int64_t read = events.ReadFrom(offset_, anchorSeq_, end_, length, out);
-        if (read < 0) return Result::kBadState;
-        offset_ += read;
-        return Result::kOk;
-    }
+    if (zipFd_ < 0) return NextPlain(events, length, out);
     out->resize(length);
     size_t filled = 0;
     while (filled < length) {

@@ -1,9 +1,11 @@
 #pragma once
 // One download of the event log in progress, in one of the three forms a download selector
-// names. The plain text is read from the store chunk by chunk; a ZIP is built first, streamed
-// into an unlinked temporary file, so neither form holds the log in memory.
+// names. The plain text is read from the store chunk by chunk, the next chunk while the last
+// one is on its way; a ZIP is built first, from the text kept deflated, into an unlinked
+// temporary file, so neither form holds the log in memory.
 
 #include <cstdint>
+#include <future>
 #include <memory>
 #include <string>
 
@@ -34,12 +36,25 @@ class LogDownload {
     Result Next(EventLog &events, uint32_t length, std::string *out);
 
   private:
+    // Bytes of the plain text from `offset`; `read` is -1 when the log was cleared.
+    struct Chunk {
+        int64_t offset = -1;
+        uint32_t length = 0;
+        int64_t read = 0;
+        std::string bytes;
+    };
+
     explicit LogDownload(const RawLogState &state);
+    Chunk ReadChunk(EventLog &events, int64_t offset, uint32_t length) const;
+    Result NextPlain(EventLog &events, uint32_t length, std::string *out);
 
     int64_t offset_ = 0;  // of the plain text
     int64_t end_;         // the text's size when the download began
     int64_t anchorSeq_;
     int zipFd_ = -1;  // the built ZIP, read from its start; -1 for the plain text
+    // The chunk after the last one handed out, being read. Its destruction waits for it, so
+    // it never outlives the download.
+    std::future<Chunk> ahead_;
 };
 
 }  // namespace sim

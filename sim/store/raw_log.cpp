@@ -8,14 +8,6 @@ namespace {
 
 constexpr char kUpperHex[] = "0123456789ABCDEF";
 
-void AppendHex(std::string_view bytes, std::string *out) {
-    for (char c : bytes) {
-        auto byte = static_cast<unsigned char>(c);
-        out->push_back(kUpperHex[byte >> 4]);
-        out->push_back(kUpperHex[byte & 0xF]);
-    }
-}
-
 // Appends the part of `line`, which starts at `lineStart` of the text, that falls into
 // [*offset, end); moves *offset past it.
 void Take(std::string_view line, int64_t lineStart, int64_t end, int64_t *offset,
@@ -30,14 +22,28 @@ void Take(std::string_view line, int64_t lineStart, int64_t end, int64_t *offset
 }  // namespace
 
 std::string RawLine(const EventLine &line, std::string_view hash) {
-    std::string text = CanonicalText(line);
     std::string raw;
-    raw.reserve(2 * hash.size() + text.size() + 2);
-    AppendHex(hash, &raw);
-    raw.push_back(' ');
-    raw.append(text);
-    raw.push_back('\n');
+    AppendRawLine(hash, CanonicalText(line), &raw);
     return raw;
+}
+
+// Written in place rather than character by character: a download renders every line.
+void AppendRawLine(std::string_view hash, std::string_view text, std::string *out) {
+    const size_t start = out->size();
+    out->resize(start + static_cast<size_t>(RawLineSize(hash, text)));
+    char *at = out->data() + start;
+    for (char c : hash) {
+        auto byte = static_cast<unsigned char>(c);
+        *at++ = kUpperHex[byte >> 4];
+        *at++ = kUpperHex[byte & 0xF];
+    }
+    *at++ = ' ';
+    at = std::copy(text.begin(), text.end(), at);
+    *at = '\n';
+}
+
+int64_t RawLineSize(std::string_view hash, std::string_view text) {
+    return static_cast<int64_t>(2 * hash.size() + text.size() + 2);
 }
 
 std::string AnchorLine(const LogAnchor &anchor) {
@@ -66,14 +72,22 @@ void ReadRawLog(Database &db, const RawLogState &state, int64_t offset, int64_t 
     Take(anchor, 0, end, &offset, out);
     if (offset >= end) return;
     Statement lines(db,
-                    "SELECT seq, boot, time, user_id, operation, outcome, hash, end_offset "
-                    "FROM event_log WHERE end_offset > ? ORDER BY end_offset");
+                    "SELECT hash, text, end_offset FROM event_log WHERE end_offset > ? "
+                    "ORDER BY end_offset");
     lines.Bind(1, offset);
+    std::string raw;
     while (offset < end && lines.Step()) {
-        EventLine line{lines.Int(0),  lines.Int(1),  lines.Int(2),
-                       lines.Text(3), lines.Text(4), lines.Text(5)};
-        std::string raw = RawLine(line, lines.Blob(6));
-        Take(raw, lines.Int(7) - static_cast<int64_t>(raw.size()), end, &offset, out);
+        const std::string_view hash = lines.BlobView(0), text = lines.TextView(1);
+        const int64_t lineEnd = lines.Int(2);
+        const int64_t lineStart = lineEnd - RawLineSize(hash, text);
+        if (lineStart == offset && lineEnd <= end) {  // most lines: whole, in place
+            AppendRawLine(hash, text, out);
+            offset = lineEnd;
+            continue;
+        }
+        raw.clear();
+        AppendRawLine(hash, text, &raw);
+        Take(raw, lineStart, end, &offset, out);
     }
     if (offset < end) throw StoreError("event log shorter than its recorded size");
 }

@@ -27,6 +27,10 @@ inline constexpr std::string_view kAnchorOperation = "Log start";
 
 // `HASH TEXT\n`: the hash in 64 uppercase hexadecimal digits, a space, the canonical text.
 std::string RawLine(const EventLine &line, std::string_view hash);
+// The same from the canonical text, appended to *out.
+void AppendRawLine(std::string_view hash, std::string_view text, std::string *out);
+// How long that line is.
+int64_t RawLineSize(std::string_view hash, std::string_view text);
 // The anchor in the same shape: `seq|boot|time||Log start|serial` after its hash.
 std::string AnchorLine(const LogAnchor &anchor);
 

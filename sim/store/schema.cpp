@@ -196,10 +196,60 @@ CREATE TABLE hardware_log (
         .Run();
 }
 
+// Each line keeps its canonical text, what its hash covers and what the log serves, in place
+// of the fields it is made of, so serving the log renders nothing and the file does not grow.
+// The text is also kept deflated in sealed segments (log_segments.h). This step seals none:
+// the first line appended after it seals what the log holds, and until then a ZIP deflates
+// the text as it reads it.
+void KeepLineTexts(Database &db, std::string_view) {
+    db.Execute(R"sql(
+CREATE TABLE event_log_text (
+    seq INTEGER PRIMARY KEY,
+    end_offset INTEGER NOT NULL,
+    hash BLOB NOT NULL,
+    text TEXT NOT NULL
+);
+CREATE TABLE event_log_segments (
+    end_offset INTEGER PRIMARY KEY,
+    start_offset INTEGER NOT NULL,
+    crc INTEGER NOT NULL,
+    deflated BLOB NOT NULL
+);
+ALTER TABLE event_log_state ADD COLUMN sealed_end INTEGER NOT NULL DEFAULT 0;
+)sql");
+    {
+        Statement lines(db,
+                        "SELECT seq, boot, time, user_id, operation, outcome, hash, end_offset "
+                        "FROM event_log ORDER BY seq");
+        while (lines.Step()) {
+            EventLine line{lines.Int(0),  lines.Int(1),  lines.Int(2),
+                           lines.Text(3), lines.Text(4), lines.Text(5)};
+            Statement(db, "INSERT INTO event_log_text VALUES (?, ?, ?, ?)")
+                .Bind(1, line.seq)
+                .Bind(2, lines.Int(7))
+                .BindBlob(3, lines.Blob(6))
+                .Bind(4, CanonicalText(line))
+                .Run();
+        }
+    }
+    // Nothing is sealed yet: the sealed part is the anchor line, which ends where the first
+    // line begins (a raw line is its hash in hexadecimal, a space, its text and a newline).
+    db.Execute(R"sql(
+DROP TABLE event_log;
+ALTER TABLE event_log_text RENAME TO event_log;
+CREATE UNIQUE INDEX event_log_end ON event_log(end_offset);
+UPDATE event_log_state SET sealed_end = COALESCE(
+    (SELECT end_offset - 2 * length(hash) - length(CAST(text AS BLOB)) - 2
+     FROM event_log ORDER BY seq LIMIT 1),
+    size);
+)sql");
+}
+
 using Step = void (*)(Database &db, std::string_view serial);
 
 // Step n brings the file to user_version n. Append only: a released step never changes.
-constexpr Step kSteps[] = {CreateAccounts, CreateObjects, ChainEventLog, IndexEventLog};
+constexpr Step kSteps[] = {CreateAccounts, CreateObjects, ChainEventLog, IndexEventLog,
+                           KeepLineTexts};
 
 int64_t Version(Database &db) {
     Statement read(db, "PRAGMA user_version");

@@ -97,6 +97,41 @@ TEST_F(LibraryLogs, ReadsAndDownloadsAgreeAndEveryDownloadPassesTheChainCheck) {
     EXPECT_NE(member.find("|start|firmware 5.1.0.0\n"), std::string::npos) << member;
 }
 
+// The log is kept deflated in sealed segments of about 256 KiB; the archive joins them with
+// the anchor and the open tail, so it must hold the plain text exactly whatever the log went
+// through.
+TEST_F(LibraryLogs, AnArchiveHoldsExactlyThePlainTextAcrossSegmentsClearsAndLostSegments) {
+    const std::string zip = dir_.Path("log.zip");
+    auto expectArchiveIsPlain = [&](const char *when) {
+        const std::string plain = Download(Q_LOG_PLAIN);
+        ASSERT_EQ(plain.size(), Size()) << when;
+        WriteText(zip, Download(Q_LOG_ZIPPED));
+        std::string member;
+        ASSERT_EQ(Shell("unzip -p " + zip + " vlx_appliance.log", &member), 0) << when;
+        EXPECT_TRUE(member == plain)
+            << when << ": " << member.size() << " bytes, not " << plain.size();
+    };
+    auto addLines = [&](const char *count) {
+        ASSERT_EQ(sim_.Simctl({"add-log-lines", count, "--from", "1700000000", "--step", "1"}), 0);
+    };
+    addLines("2500");
+    expectArchiveIsPlain("one segment and a tail");
+    addLines("2500");
+    expectArchiveIsPlain("lines appended across the next segment's end");
+    std::string out;
+    ASSERT_EQ(Shell("sqlite3 " + sim_.dataDir() +
+                        "/hsm.db 'DELETE FROM event_log_segments WHERE end_offset = "
+                        "(SELECT MIN(end_offset) FROM event_log_segments)'",
+                    &out),
+              0)
+        << out;
+    expectArchiveIsPlain("the first segment lost");
+    ASSERT_EQ(QTruncateLog(operator_, 0), Q_OK);
+    expectArchiveIsPlain("cleared");
+    addLines("2500");
+    expectArchiveIsPlain("a segment sealed after the clear");
+}
+
 TEST_F(LibraryLogs, AClearLeavesAnAnchorFromWhichTheChainStillChecks) {
     ASSERT_EQ(sim_.Simctl({"add-log-lines", "50"}), 0);
     ASSERT_EQ(QTruncateLog(operator_, 0), Q_OK);

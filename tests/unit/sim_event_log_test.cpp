@@ -104,7 +104,9 @@ TEST_P(SimEventLogDamage, VerifyNamesTheFirstBadLineInTheDatabaseAndInAnExport) 
 INSTANTIATE_TEST_SUITE_P(
     Lines, SimEventLogDamage,
     ::testing::Values(
-        Damage{"Tampered", "UPDATE event_log SET user_id = 'mallory' WHERE seq = 3",
+        Damage{"Tampered",
+               "UPDATE event_log SET text = replace(text, '||User bob', '|mallory|User bob') "
+               "WHERE seq = 3",
                [](std::vector<std::string> *lines) {
                    std::string &line = (*lines)[4];
                    line.replace(line.find("||User bob"), 2, "|mallory|");
@@ -137,7 +139,7 @@ TEST_F(SimEventLogDamage, SimctlVerifyLogExitsNonZeroOnlyForABrokenLog) {
     EXPECT_EQ(run("verify-log " + file, &output), 0);
     EXPECT_EQ(output, "event log whole: 5 lines\n");
     sim::Database(sim::DatabaseFile{dir_.Path("hsm.db"), {}})
-        .Execute("UPDATE event_log SET outcome = 'failed' WHERE seq = 2");
+        .Execute("UPDATE event_log SET text = replace(text, '|ok', '|failed') WHERE seq = 2");
     EXPECT_EQ(run("verify-log --data " + dir_.path(), &output), 1);
     EXPECT_EQ(output, "event log broken: line 2 does not match its hash\n");
 }
@@ -160,10 +162,16 @@ class SimEventLogActor : public SimHsm {
     // Each line as "user | operation".
     std::vector<std::string> Lines() {
         sim::Database db({dir_.Path("hsm.db"), {}});
-        sim::Statement st(db, "SELECT user_id || ' | ' || operation FROM event_log ORDER BY seq");
+        sim::Statement st(db, "SELECT text FROM event_log ORDER BY seq");
         std::vector<std::string> lines;
-        while (st.Step())
-            lines.push_back(st.Text(0));
+        while (st.Step()) {
+            // seq|boot|time|user|operation|outcome; these names and operations hold no '|'.
+            std::string text = st.Text(0);
+            size_t user = text.find('|', text.find('|', text.find('|') + 1) + 1) + 1;
+            size_t operation = text.find('|', user) + 1;
+            lines.push_back(text.substr(user, operation - 1 - user) + " | " +
+                            text.substr(operation, text.rfind('|') - operation));
+        }
         return lines;
     }
 };
@@ -230,7 +238,7 @@ PRAGMA user_version = 1;
     sim::Database db({dir.Path("hsm.db"), {}});
     sim::Statement version(db, "PRAGMA user_version");
     ASSERT_TRUE(version.Step());
-    EXPECT_EQ(version.Int(0), 4);
+    EXPECT_EQ(version.Int(0), 5);
     std::stringstream file;
     EXPECT_EQ(sim::ExportEventLog(db, file), 3);
     std::string header, anchor, first, second;
