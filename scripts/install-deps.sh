@@ -9,7 +9,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev unzip
 )
 if [ "${1:-}" = packaging ]; then
-  packages+=(debhelper dpkg-dev fakeroot lintian scdoc rsync man-db)
+  packages+=(debhelper dpkg-dev lintian scdoc rsync man-db systemd)
 fi
 missing=()
 for p in "${packages[@]}"; do
