@@ -7,8 +7,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
 command -v redis-server >/dev/null || apt-get install -y -qq redis-server redis-tools </dev/null
-cmake -S . -B build/bench -DCMAKE_BUILD_TYPE=Release -DTARSEL_BENCH=ON >/dev/null
-cmake --build build/bench -j"$(nproc)" --target orvena-sim roundtrip_bench >/dev/null
+bench/build.sh orvena-sim roundtrip_bench
 
 work=$(mktemp -d /tmp/orvena-bench.XXXXXX)
 pids=()

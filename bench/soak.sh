@@ -10,9 +10,8 @@ cd "$(dirname "$0")/.."
 minutes=${1:-10}
 sessions=${SESSIONS:-256}
 vanishing=32
-build=build/bench-soak
-cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DTARSEL_BENCH=ON >/dev/null
-cmake --build "$build" -j"$(nproc)" --target orvena-sim soak_bench >/dev/null
+build=build/bench
+bench/build.sh orvena-sim soak_bench
 
 work=$(mktemp -d /tmp/orvena-soak.XXXXXX)
 sim_pid=

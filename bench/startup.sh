@@ -6,8 +6,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
 command -v strace >/dev/null || apt-get install -y -qq strace </dev/null
-cmake -S . -B build/bench -DCMAKE_BUILD_TYPE=Release -DTARSEL_BENCH=ON >/dev/null
-cmake --build build/bench -j"$(nproc)" --target orvena-sim tarsel roundtrip_bench startup_bench >/dev/null
+bench/build.sh orvena-sim tarsel roundtrip_bench startup_bench
 
 work=$(mktemp -d /tmp/orvena-bench.XXXXXX)
 sim=

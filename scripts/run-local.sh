@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# Builds everything, starts a fresh orvena-sim on 127.0.0.1:4433 with a new data
-# directory, and opens tarsel on it as the operator "master". The simulator and its data
-# are removed when tarsel ends.
+# Builds the console, the library and the simulator (not the tests), starts a fresh
+# orvena-sim on 127.0.0.1:4433 with a new data directory, and opens tarsel on it as the
+# operator "master". The simulator and its data are removed when tarsel ends.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
-scripts/build.sh release
+scripts/build.sh release tarsel orvena-sim orvena-simctl
 bin=build/release
 data=$(mktemp -d /tmp/orvena-sim.XXXXXX)
 password=$(head -c 64 /dev/urandom | tr -dc 'A-Za-z0-9' | head -c 12)

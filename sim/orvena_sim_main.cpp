@@ -7,6 +7,7 @@
 
 #include <cstdio>
 #include <exception>
+#include <iostream>
 #include <optional>
 #include <string>
 #include <vector>
@@ -46,12 +47,7 @@ int Run(const sim::DaemonOptions &options) {
     data.events().RecordHardware("start", "firmware " + identity.firmware);
     for (const auto &[event, detail] : sim::ReadHardwareSensors())
         data.events().RecordHardware(event, detail);
-    if (std::optional<std::string> generated = sim::CreateMasterUser(data, options.initPassword)) {
-        std::printf("Initial password of operator master: %s\n", generated->c_str());
-        OPENSSL_cleanse(generated->data(), generated->size());
-    }
-    sim::EnsureTlsIdentity(data.tlsKeyPath(), data.tlsCertPath(),
-                           identity.model + " " + identity.serial);
+    sim::ProvisionDataDirectory(data, options.initPassword, identity, std::cout);
     sim::TlsServerContext tls(data.tlsKeyPath(), data.tlsCertPath());
     sim::SessionTable sessions(options.maxSessions);
     sim::DiagnosticLog log(stderr);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "policy/device_identity.h"
+#include "simctl/init_command.h"
 #include "simctl/log_commands.h"
 #include "simctl/simctl_commands.h"
 #include "simctl/upack_command.h"
@@ -29,6 +30,7 @@ int main(int argc, char **argv) {
     }
     try {
         if (logCommand) return sim::RunLogCommand(args, std::cout, std::cerr);
+        if (sim::IsInitCommand(args)) return sim::RunInitCommand(args, std::cout, std::cerr);
         if (upackCommand) return sim::RunMakeUpack(args, std::cout, std::cerr);
         sim::SystemClock clock;
         // A directory the daemon never opened starts its event log at the default serial.

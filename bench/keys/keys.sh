@@ -16,9 +16,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 command -v softhsm2-util >/dev/null || apt-get install -y -qq softhsm2 </dev/null
-build=${KEYS_BENCH_BUILD:-build/bench}
-cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DTARSEL_BENCH=ON >/dev/null
-cmake --build "$build" -j"$(nproc)" --target orvena-sim orvena-simctl keys_bench >/dev/null
+build=build/bench
+bench/build.sh orvena-sim orvena-simctl keys_bench
 
 work=$(mktemp -d /tmp/orvena-keys-bench.XXXXXX)
 pids=()

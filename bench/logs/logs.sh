@@ -12,9 +12,8 @@ set -euo pipefail
 cd "$(dirname "$0")/../.."
 lines=${LINES:-1900000}
 runs=${RUNS:-3}
-build=build/bench-logs
-cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DTARSEL_BENCH=ON >/dev/null
-cmake --build "$build" -j2 --target orvena-sim orvena-simctl logs_bench >/dev/null
+build=build/bench
+bench/build.sh orvena-sim orvena-simctl logs_bench
 
 work=$(mktemp -d /tmp/orvena-logs-bench.XXXXXX)
 pids=()

@@ -6,9 +6,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 users=${USERS:-1000}
-build=build/bench-users
-cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DTARSEL_BENCH=ON >/dev/null
-cmake --build "$build" -j"$(nproc)" --target orvena-sim users_bench >/dev/null
+build=build/bench
+bench/build.sh orvena-sim users_bench
 
 work=$(mktemp -d /tmp/orvena-users-bench.XXXXXX)
 sim_pid=

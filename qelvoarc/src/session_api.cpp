@@ -11,7 +11,7 @@
 namespace qelvoarc {
 namespace {
 
-constexpr uint32_t kVersion[4] = {4, 14, 0, 0};
+constexpr uint32_t kVersion[4] = {QELVOARC_VERSION_PARTS};
 constexpr uint32_t kKnownSessionFlags = Q_SESSION_TLS | Q_SESSION_CLEAR | Q_SESSION_KEEPALIVE |
                                         Q_SESSION_FAST_CONNECT | Q_SESSION_RESERVED_20;
 constexpr int kFastConnectMs = 3000;

@@ -95,4 +95,14 @@ std::optional<std::string> CreateMasterUser(DataDirectory &data,
     return password;
 }
 
+void ProvisionDataDirectory(DataDirectory &data, const std::optional<std::string> &initPassword,
+                            const DeviceIdentity &identity, std::ostream &out) {
+    if (std::optional<std::string> generated = CreateMasterUser(data, initPassword)) {
+        out << "Initial password of operator master: " << *generated << std::endl;
+        OPENSSL_cleanse(generated->data(), generated->size());
+    }
+    EnsureTlsIdentity(data.tlsKeyPath(), data.tlsCertPath(),
+                      identity.model + " " + identity.serial);
+}
+
 }  // namespace sim

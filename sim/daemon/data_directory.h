@@ -5,10 +5,12 @@
 // time.
 
 #include <optional>
+#include <ostream>
 #include <string>
 
 #include "core/clock.h"
 #include "crypto/master_key.h"
+#include "policy/device_identity.h"
 #include "store/access_token_store.h"
 #include "store/event_log.h"
 #include "store/key_store.h"
@@ -57,5 +59,12 @@ inline constexpr const char *kMasterUser = "master";
 // otherwise.
 std::optional<std::string> CreateMasterUser(DataDirectory &data,
                                             const std::optional<std::string> &initPassword);
+
+// Makes a data directory ready to serve, as the daemon's first start and orvena-simctl init
+// do: operator master (CreateMasterUser; a generated password is written once to `out`),
+// then the TLS identity named after `identity`. The certificate is made last, so its file
+// tells that the directory is complete. Does nothing that is done already.
+void ProvisionDataDirectory(DataDirectory &data, const std::optional<std::string> &initPassword,
+                            const DeviceIdentity &identity, std::ostream &out);
 
 }  // namespace sim

@@ -255,6 +255,8 @@ const char *SimctlUsage() {
            "                                --out FILE [--key KEY.pem]\n"
            "       orvena-simctl --help\n"
            "Commands on a data directory:\n"
+           "  init [--init-password TEXT] [--model TEXT] [--serial TEXT]   readies a new\n"
+           "      directory as the daemon's first start does (same options and defaults)\n"
            "  add-user ID PASSWORD [--acl N]\n"
            "  set-acl ID N\n"
            "  set-otp ID hotp|totp SEED_HEX [--counter N] [--step S] [--start T]\n"
