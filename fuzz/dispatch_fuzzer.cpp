@@ -49,7 +49,7 @@ struct Hsm {
         : memory(dir + "/hsm.db"),
           data(dir, clock, identity.serial, "memdb"),
           hsm{data.users(),  data.masterKey(), sessions,      clock, identity, data.keys(),
-              data.tokens(), data.policy(),    data.events(), log,   hardware} {
+              data.tokens(), data.policy(),    data.events(), log,   hardware, data.backups()} {
         hardware.dataDir = dir;
         (void)CreateMasterUser(data, std::string("Operator#12345"));
         (void)data.users().AddUser(sim::Actor::Daemon(), kUser, sim::HashPassword("Clerk#12345"),

@@ -58,7 +58,7 @@ int Run(const sim::DaemonOptions &options) {
     if (options.tampered) sim::SetTamperLatch(options.dataDir, true);
     sim::HsmContext hsm{
         data.users(),  data.masterKey(), sessions,      clock, options.identity, data.keys(),
-        data.tokens(), data.policy(),    data.events(), log,   hardware};
+        data.tokens(), data.policy(),    data.events(), log,   hardware,         data.backups()};
 
     sim::Server server(hsm, tls, options.host, options.port, options.limits);
     std::optional<sim::DiscoveryResponder> discovery;

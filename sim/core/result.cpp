@@ -68,6 +68,16 @@ wire::Status ToWireStatus(Result result) {
             return wire::ERR_KEY_BLOCKED;
         case Result::kBadCertificate:
             return wire::ERR_BAD_CERTIFICATE;
+        case Result::kRestartRequired:
+            return wire::ERR_RESTART_REQUIRED;
+        case Result::kBackupPassword:
+            return wire::ERR_BACKUP_PASSWORD;
+        case Result::kBackupDamaged:
+            return wire::ERR_BACKUP_DAMAGED;
+        case Result::kBackupVersion:
+            return wire::ERR_BACKUP_VERSION;
+        case Result::kNotABackup:
+            return wire::ERR_NOT_A_BACKUP;
     }
     return wire::ERR_INTERNAL;
 }

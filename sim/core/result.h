@@ -41,6 +41,11 @@ enum class [[nodiscard]] Result{
     kWrongObjectType,
     kKeyBlocked,
     kBadCertificate,
+    kRestartRequired,
+    kBackupPassword,
+    kBackupDamaged,
+    kBackupVersion,
+    kNotABackup,
 };
 
 wire::Status ToWireStatus(Result result);

@@ -23,6 +23,15 @@ class MasterKey {
     std::optional<SecretBytes> Open(std::string_view sealed,
                                     std::string_view associated = {}) const;
 
+    // The key sealed under another 32-byte key (nonce || ciphertext || tag), for a backup.
+    std::string WrapUnder(std::string_view keyEncryptionKey, std::string_view associated) const;
+    // The 32 key bytes of a WrapUnder result; nullopt when `keyEncryptionKey` or `associated`
+    // differ or the bytes were altered.
+    static std::optional<SecretBytes> Unwrap(std::string_view keyEncryptionKey,
+                                             std::string_view wrapped, std::string_view associated);
+    // Writes `key` as a key file (mode 0600) and syncs it. Throws std::runtime_error.
+    static void WriteFile(const std::string &path, const SecretBytes &key);
+
   private:
     explicit MasterKey(SecretBytes key) : key_(std::move(key)) {}
     SecretBytes key_;

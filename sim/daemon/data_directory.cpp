@@ -38,6 +38,7 @@ std::string PrepareDirectory(const std::string &dir) {
             ::chmod(path.c_str(), 0600) != 0)
             throw std::runtime_error("cannot make " + path + " private");
     }
+    ApplyPendingRestore(dir);
     return dir;
 }
 
@@ -71,7 +72,8 @@ DataDirectory::DataDirectory(const std::string &dir, const Clock &clock, const s
       users_(file_, clock, events_),
       tokens_(file_, events_),
       policy_(file_, events_),
-      keys_(file_, clock, events_) {
+      keys_(file_, clock, events_),
+      backups_(file_, dir_, events_) {
     users_.partitions().Add(PartitionMember{
         [this](Actor actor, std::string_view userId) { keys_.RemoveAll(actor, userId); },
         [this](std::string_view userId) { return keys_.CountByKind(userId); }});

@@ -8,6 +8,7 @@
 #include "core/clock.h"
 #include "crypto/master_key.h"
 #include "store/access_token_store.h"
+#include "store/backup_store.h"
 #include "store/event_log.h"
 #include "store/key_store.h"
 #include "store/password_policy_store.h"
@@ -17,7 +18,8 @@ namespace sim {
 
 class DataDirectory {
   public:
-    // Creates the directory, database schema and master key when missing; `serial` is where
+    // Completes a restore committed before the last stop (ApplyPendingRestore), then creates
+    // the directory, database schema and master key when missing; `serial` is where
     // the event log of a new database starts its chain. The stores open the database through
     // the SQLite VFS named `vfs` (empty: SQLite's default). Throws std::runtime_error (or
     // StoreError) when they cannot be opened.
@@ -28,6 +30,7 @@ class DataDirectory {
     AccessTokenStore &tokens() { return tokens_; }
     PasswordPolicyStore &policy() { return policy_; }
     KeyStore &keys() { return keys_; }
+    BackupStore &backups() { return backups_; }
     EventLog &events() { return events_; }
     const MasterKey &masterKey() const { return masterKey_; }
     const std::string &path() const { return dir_; }
@@ -44,6 +47,7 @@ class DataDirectory {
     AccessTokenStore tokens_;
     PasswordPolicyStore policy_;
     KeyStore keys_;
+    BackupStore backups_;
 };
 
 inline constexpr const char *kMasterUser = "master";

@@ -1,6 +1,7 @@
 #include "server/service_table.h"
 
 #include "service/access_token_service.h"
+#include "service/backup_service.h"
 #include "service/hsm_status_service.h"
 #include "service/information_service.h"
 #include "service/key_export_service.h"
@@ -36,6 +37,7 @@ const DispatchTable &ServiceTable() {
         RegisterHsmStatusService(services);
         RegisterMachineService(services);
         RegisterLogService(services);
+        RegisterBackupService(services);
         return services;
     }();
     return table;

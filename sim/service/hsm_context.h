@@ -11,6 +11,7 @@
 #include "policy/hardware_settings.h"
 #include "session/session_table.h"
 #include "store/access_token_store.h"
+#include "store/backup_store.h"
 #include "store/event_log.h"
 #include "store/key_store.h"
 #include "store/password_policy_store.h"
@@ -32,6 +33,7 @@ struct HsmContext {
     EventLog &events;
     DiagnosticLog &log;
     const HardwareSettings &hardware;
+    BackupStore &backups;
 };
 
 class ReplyStream;

@@ -75,5 +75,5 @@ class SimHsm : public ::testing::Test {
     sim::HardwareSettings hardware_;
     sim::HsmContext hsm_{
         data_.users(),  data_.masterKey(), sessions_,      clock_, identity_, data_.keys(),
-        data_.tokens(), data_.policy(),    data_.events(), log_,   hardware_};
+        data_.tokens(), data_.policy(),    data_.events(), log_,   hardware_, data_.backups()};
 };
