@@ -113,7 +113,8 @@ constexpr uint32_t kReservedFlag = 0x80000000u;
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
     flags &= ~kReservedFlag;
-    if (path == nullptr || password == nullptr || *path == '\0' || flags > Q_BACKUP_RESTORE_NO_NETWORK)
+    if (path == nullptr || password == nullptr || *path == '\0' ||
+        flags > Q_BACKUP_RESTORE_NO_NETWORK)
         return wire::ERR_INVALID_PARAMETER;
     if (flags == Q_BACKUP_CREATE) return CreateBackup(*session, path, password);
     return RestoreBackup(*session, path, password, flags);

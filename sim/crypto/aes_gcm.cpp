@@ -49,8 +49,8 @@ bool GcmOpen(std::string_view key, const unsigned char *nonce, std::string_view 
     return EVP_DecryptInit_ex(ctx.get(), EVP_aes_256_gcm(), nullptr, Bytes(key), nonce) == 1 &&
            (associated.empty() || EVP_DecryptUpdate(ctx.get(), nullptr, &length, Bytes(associated),
                                                     static_cast<int>(associated.size())) == 1) &&
-           EVP_DecryptUpdate(ctx.get(), out, &length, Bytes(sealed),
-                             static_cast<int>(bodyBytes)) == 1 &&
+           EVP_DecryptUpdate(ctx.get(), out, &length, Bytes(sealed), static_cast<int>(bodyBytes)) ==
+               1 &&
            EVP_CIPHER_CTX_ctrl(ctx.get(), EVP_CTRL_GCM_SET_TAG, kGcmTagBytes, tag) == 1 &&
            EVP_DecryptFinal_ex(ctx.get(), out + length, &length) == 1;
 }

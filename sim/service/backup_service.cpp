@@ -33,15 +33,14 @@ Result FailRestore(Call &call, Result result) {
     return result;
 }
 
-Result HandleStartBackup(Call &call, const pb::StartBackup &request,
-                         pb::StartBackupReply *reply) {
+Result HandleStartBackup(Call &call, const pb::StartBackup &request, pb::StartBackupReply *reply) {
     Session &session = call.session();
     session.backup.reset();
     std::unique_ptr<BackupSnapshot> snapshot = call.hsm.backups.TakeSnapshot();
     const int fd = snapshot->fd();
-    session.backup.reset(new BackupTransfer{++session.lastTransfer, std::move(snapshot),
-                                            BackupEncoder(request.password(),
-                                                          call.hsm.masterKey, fd)});
+    session.backup.reset(
+        new BackupTransfer{++session.lastTransfer, std::move(snapshot),
+                           BackupEncoder(request.password(), call.hsm.masterKey, fd)});
     reply->set_transfer_id(session.backup->id);
     return Result::kOk;
 }
@@ -99,8 +98,7 @@ Result HandleWriteRestore(Call &call, const pb::WriteRestore &request, pb::Write
     return Result::kOk;
 }
 
-Result HandleFinishRestore(Call &call, const pb::FinishRestore &request,
-                           pb::FinishRestoreReply *) {
+Result HandleFinishRestore(Call &call, const pb::FinishRestore &request, pb::FinishRestoreReply *) {
     RestoreTransfer *transfer = FindRestore(call, request.transfer_id());
     if (transfer == nullptr) return Result::kInvalidHandle;
     SecretBytes masterKey;

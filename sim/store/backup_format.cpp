@@ -126,8 +126,7 @@ void WriteFull(int fd, const unsigned char *bytes, size_t length) {
 
 }  // namespace
 
-BackupEncoder::BackupEncoder(std::string_view password, const MasterKey &masterKey,
-                             int snapshotFd)
+BackupEncoder::BackupEncoder(std::string_view password, const MasterKey &masterKey, int snapshotFd)
     : fd_(snapshotFd), mac_(nullptr, &EVP_MAC_CTX_free) {
     const PasswordKeyParams params;
     std::string salt(kSaltBytes, '\0');

@@ -70,14 +70,14 @@ int64_t ChangeCount(Database &db) {
 void KeepNetworkSettings(Database &db) {
     for (const char *table : kNetworkTables) {
         db.Execute((std::string("DELETE FROM main.") + table).c_str());
-        db.Execute((std::string("INSERT INTO main.") + table + " SELECT * FROM live." + table)
-                       .c_str());
+        db.Execute(
+            (std::string("INSERT INTO main.") + table + " SELECT * FROM live." + table).c_str());
     }
 }
 
 // Checks the restored database, brings its schema up to date and logs the restore in it.
-Result PrepareRestored(const std::string &path, const std::string &livePath,
-                       const EventLog &events, Actor actor, bool keepNetwork) {
+Result PrepareRestored(const std::string &path, const std::string &livePath, const EventLog &events,
+                       Actor actor, bool keepNetwork) {
     Database db(DatabaseFile{path, {}});
     {
         Statement check(db, "PRAGMA integrity_check");
@@ -93,8 +93,9 @@ Result PrepareRestored(const std::string &path, const std::string &livePath,
     if (keepNetwork) Statement(db, "ATTACH DATABASE ? AS live").Bind(1, livePath).Run();
     Transaction tx(db);
     if (keepNetwork) KeepNetworkSettings(db);
-    events.Append(db, actor, keepNetwork ? "Restore backup, network settings kept"
-                                         : "Restore backup with its network settings",
+    events.Append(db, actor,
+                  keepNetwork ? "Restore backup, network settings kept"
+                              : "Restore backup with its network settings",
                   kEventOk);
     tx.Commit();
     return Result::kOk;
@@ -102,7 +103,9 @@ Result PrepareRestored(const std::string &path, const std::string &livePath,
 
 }  // namespace
 
-BackupSnapshot::~BackupSnapshot() { ::close(fd_); }
+BackupSnapshot::~BackupSnapshot() {
+    ::close(fd_);
+}
 
 RestoreTarget::~RestoreTarget() {
     if (fd_ >= 0) ::close(fd_);

@@ -30,7 +30,8 @@ std::string Query(const std::string &dataDir, const std::string &sql) {
         if (sqlite3_prepare_v2(db, sql.c_str(), -1, &stmt, nullptr) == SQLITE_OK) {
             const int rc = sqlite3_step(stmt);
             answer = rc == SQLITE_ROW ? reinterpret_cast<const char *>(sqlite3_column_text(stmt, 0))
-                                      : rc == SQLITE_DONE ? "" : sqlite3_errmsg(db);
+                     : rc == SQLITE_DONE ? ""
+                                         : sqlite3_errmsg(db);
         }
         sqlite3_finalize(stmt);
     }
@@ -59,7 +60,8 @@ class BackupTest : public KeysTest {
     // A session of the operator of `sim`.
     static QSessionHandle OperatorOf(const SimProcess &sim) {
         QSessionHandle session = 0;
-        const QPasswordLoginRecord record = PasswordRecord(sim.port(), "master", sim.initPassword());
+        const QPasswordLoginRecord record =
+            PasswordRecord(sim.port(), "master", sim.initPassword());
         EXPECT_EQ(QOpenSession(&session, Q_LOGIN_PASSWORD, &record, sizeof record, Q_SESSION_TLS),
                   Q_OK);
         return session;
@@ -196,15 +198,17 @@ TEST_F(BackupTest, TheNetworkSettingsComeFromTheFileOnlyWithFlagOne) {
     SimProcess other;
     Query(other.dataDir(), "INSERT INTO network_settings VALUES ('address', '10.9.9.9')");
     ASSERT_EQ(RestoreAndRestart(other, file, Q_BACKUP_RESTORE_NO_NETWORK), Q_OK);
-    EXPECT_EQ(Query(other.dataDir(), "SELECT group_concat(name || '=' || value) FROM network_settings"),
-              "address=10.9.9.9");
+    EXPECT_EQ(
+        Query(other.dataDir(), "SELECT group_concat(name || '=' || value) FROM network_settings"),
+        "address=10.9.9.9");
     QSessionHandle session = OperatorOf(other);
     EXPECT_EQ(List(session), std::vector<std::string>{"from-file"});
     QCloseSession(&session, 0);
 
     ASSERT_EQ(RestoreAndRestart(other, file, Q_BACKUP_RESTORE), Q_OK);
-    EXPECT_EQ(Query(other.dataDir(), "SELECT group_concat(name || '=' || value) FROM network_settings"),
-              "address=10.0.0.1");
+    EXPECT_EQ(
+        Query(other.dataDir(), "SELECT group_concat(name || '=' || value) FROM network_settings"),
+        "address=10.0.0.1");
     session = OperatorOf(other);
     EXPECT_EQ(List(session), std::vector<std::string>{"from-file"});
     QCloseSession(&session, 0);
