@@ -38,6 +38,9 @@ int Run(const sim::DaemonOptions &options) {
     ::signal(SIGPIPE, SIG_IGN);
 
     sim::SystemClock clock;
+    // Only the daemon's start completes a restore: orvena-simctl may open the directory while
+    // a daemon that restored it still runs on the old files.
+    sim::ApplyPendingRestore(options.dataDir);
     sim::DataDirectory data(options.dataDir, clock, options.identity.serial);
     data.events().Boot();
     data.events().RecordHardware("start", "firmware " + options.identity.firmware);

@@ -38,7 +38,6 @@ std::string PrepareDirectory(const std::string &dir) {
             ::chmod(path.c_str(), 0600) != 0)
             throw std::runtime_error("cannot make " + path + " private");
     }
-    ApplyPendingRestore(dir);
     return dir;
 }
 

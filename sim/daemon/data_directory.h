@@ -18,8 +18,7 @@ namespace sim {
 
 class DataDirectory {
   public:
-    // Completes a restore committed before the last stop (ApplyPendingRestore), then creates
-    // the directory, database schema and master key when missing; `serial` is where
+    // Creates the directory, database schema and master key when missing; `serial` is where
     // the event log of a new database starts its chain. The stores open the database through
     // the SQLite VFS named `vfs` (empty: SQLite's default). Throws std::runtime_error (or
     // StoreError) when they cannot be opened.

@@ -86,9 +86,9 @@ class BackupStore {
     std::atomic<bool> restartRequired_{false};
 };
 
-// Run before anything opens the database of `dir`: completes a restore committed before
-// the last stop, and removes what an unfinished backup or restore left behind. Throws
-// std::runtime_error when a file cannot be moved.
+// Run by the daemon's start before it opens the database of `dir`: completes a restore
+// committed before the last stop, and removes what an unfinished backup or restore left behind.
+// Throws std::runtime_error when a file cannot be moved.
 void ApplyPendingRestore(const std::string &dir);
 
 }  // namespace sim
