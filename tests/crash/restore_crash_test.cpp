@@ -61,9 +61,9 @@ int64_t Count(sqlite3 *db, const char *sql) {
 // What the running simulator holds: its file checked whole, and one key of it usable.
 Content Inspect(const SimProcess &sim) {
     sqlite3 *db = nullptr;
-    EXPECT_EQ(sqlite3_open_v2((sim.dataDir() + "/hsm.db").c_str(), &db, SQLITE_OPEN_READONLY,
-                              nullptr),
-              SQLITE_OK);
+    EXPECT_EQ(
+        sqlite3_open_v2((sim.dataDir() + "/hsm.db").c_str(), &db, SQLITE_OPEN_READONLY, nullptr),
+        SQLITE_OK);
     sqlite3_stmt *check = nullptr;
     std::string integrity;
     if (sqlite3_prepare_v2(db, "PRAGMA integrity_check", -1, &check, nullptr) == SQLITE_OK &&
@@ -98,7 +98,8 @@ TEST(RestoreCrash, EveryStartFindsTheOldOrTheNewDatabaseWhole) {
     const std::string fileA = files.Path("a.bak"), fileB = files.Path("b.bak");
     {
         SimProcess source;
-        ASSERT_EQ(source.Simctl({"add-keys", "master", std::to_string(kKeysA), "--prefix", "a"}), 0);
+        ASSERT_EQ(source.Simctl({"add-keys", "master", std::to_string(kKeysA), "--prefix", "a"}),
+                  0);
         ASSERT_EQ(Backup(source, fileA, Q_BACKUP_CREATE), Q_OK);
     }
     SimProcess sim;

@@ -93,23 +93,29 @@ TEST_F(BackupTest, ASnapshotUnderLoadRestoresOnAnotherHsmWhichThenWaitsForItsRes
             QSessionHandle session = OperatorOf(sim_);
             for (int n = 0; !stop; ++n) {
                 const std::string name = "t" + std::to_string(t) + "-" + std::to_string(n);
-                const bool early = !snapshotAsked;
                 QKeyHandle key = 0;
                 ASSERT_EQ(QGenerateKey(session, name.c_str(), Q_ALG_AES_128, 0, &key), Q_OK);
                 QDestroyKey(key, 0);
+                const bool early = !snapshotAsked;  // acknowledged before the backup began
                 std::lock_guard lock(mutex);
                 if (early) acknowledged.push_back(name);
             }
             QCloseSession(&session, 0);
         });
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    // The snapshot is asked for once the sessions are at work, not while they log in.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    for (bool working = false; !working && std::chrono::steady_clock::now() < deadline;) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        std::lock_guard lock(mutex);
+        working = acknowledged.size() >= 32;
+    }
     snapshotAsked = true;
     const std::string file = files_.Path("hsm.bak");
     EXPECT_EQ(QBackupData(operator_, file.c_str(), kPassword, Q_BACKUP_CREATE), Q_OK);
     stop = true;
     for (std::thread &worker : workers)
         worker.join();
-    ASSERT_GT(acknowledged.size(), 8u);
+    ASSERT_GE(acknowledged.size(), 32u);
 
     SimProcess other;
     QSessionHandle restoring = OperatorOf(other);
