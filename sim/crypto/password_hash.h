@@ -23,8 +23,8 @@ void VerifyPasswordOfNobody(std::string_view password);
 
 // Argon2id parameters of a key derived from a password.
 struct PasswordKeyParams {
-    uint32_t timeCost = 3;
-    uint32_t memoryKiB = 32 * 1024;
+    uint32_t timeCost = 2;
+    uint32_t memoryKiB = 19 * 1024;
     uint32_t parallelism = 1;
 };
 

@@ -76,6 +76,13 @@ void MacUpdate(const MacCtx &mac, std::string_view bytes) {
         throw std::runtime_error("HMAC-SHA256 failed");
 }
 
+// A record counts in the trailer by its word and its tag: the tag already binds every byte
+// of the chunk, so the trailer need not hash the data a second time.
+void MacRecord(const MacCtx &mac, std::string_view record) {
+    MacUpdate(mac, record.substr(0, 4));
+    MacUpdate(mac, record.substr(record.size() - kGcmTagBytes));
+}
+
 std::string MacFinal(const MacCtx &mac) {
     std::string tag(kTrailerBytes, '\0');
     size_t length = 0;
@@ -167,7 +174,7 @@ void BackupEncoder::Produce() {
     GcmSeal(keys_.data.view(), nonce, plain.view(), ChunkAssociated(headerDigest_, index_, word),
             reinterpret_cast<unsigned char *>(pending_.data()) + 4);
     ++index_;
-    MacUpdate(mac_, pending_);
+    MacRecord(mac_, pending_);
 }
 
 void BackupEncoder::Next(size_t length, std::string *out) {
@@ -213,12 +220,10 @@ Result BackupDecoder::ReadHeader() {
     return Result::kOk;
 }
 
-Result BackupDecoder::ReadRecord() {
-    const uint32_t word = GetU32(pending_, 0);
+Result BackupDecoder::ReadRecord(std::string_view record) {
+    const uint32_t word = GetU32(record, 0);
     const uint32_t length = word & ~kFinalFlag;
-    if (length > chunkBytes_ || (length < chunkBytes_ && (word & kFinalFlag) == 0))
-        return Result::kBackupDamaged;
-    const std::string_view record(pending_.data(), 4 + length + kGcmTagBytes);
+    if (length < chunkBytes_ && (word & kFinalFlag) == 0) return Result::kBackupDamaged;
     SecretBytes plain(std::string(length, '\0'));
     unsigned char nonce[kGcmNonceBytes];
     ChunkNonce(index_, nonce);
@@ -227,7 +232,7 @@ Result BackupDecoder::ReadRecord() {
                  reinterpret_cast<unsigned char *>(plain.mutable_bytes().data())))
         return Result::kBackupDamaged;
     WriteFull(fd_, reinterpret_cast<const unsigned char *>(plain.view().data()), length);
-    MacUpdate(mac_, record);
+    MacRecord(mac_, record);
     ++index_;
     finalRead_ = (word & kFinalFlag) != 0;
     return Result::kOk;
@@ -248,14 +253,12 @@ Result BackupDecoder::Feed(std::string_view bytes) {
             used += kHeaderBytes;
         } else if (!finalRead_) {
             if (rest.size() < 4) break;
-            const size_t recordBytes = 4 + (GetU32(rest, 0) & ~kFinalFlag) + kGcmTagBytes;
-            if ((GetU32(rest, 0) & ~kFinalFlag) > chunkBytes_)
-                return fault_ = Result::kBackupDamaged;
+            const uint32_t length = GetU32(rest, 0) & ~kFinalFlag;
+            if (length > chunkBytes_) return fault_ = Result::kBackupDamaged;
+            const size_t recordBytes = 4 + length + kGcmTagBytes;
             if (rest.size() < recordBytes) break;
-            pending_.erase(0, used);
-            used = 0;
-            if ((fault_ = ReadRecord()) != Result::kOk) return fault_;
-            used = recordBytes;
+            if ((fault_ = ReadRecord(rest.substr(0, recordBytes))) != Result::kOk) return fault_;
+            used += recordBytes;
         } else if (!trailerRead_) {
             if (rest.size() < kTrailerBytes) break;
             if (CRYPTO_memcmp(MacFinal(mac_).data(), rest.data(), kTrailerBytes) != 0)

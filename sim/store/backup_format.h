@@ -67,7 +67,7 @@ class BackupDecoder {
 
   private:
     Result ReadHeader();
-    Result ReadRecord();
+    Result ReadRecord(std::string_view record);  // one whole record
 
     int fd_;
     SecretBytes password_;

@@ -58,7 +58,8 @@ class BackupStore {
     // REQUIRES: the schema exists. `dir` is the data directory holding `file`.
     BackupStore(const DatabaseFile &file, std::string dir, const EventLog &events);
 
-    // Takes a consistent copy while other connections go on writing. Throws StoreError.
+    // Takes a consistent copy (SQLite's online backup, in one step) while other connections
+    // go on writing. Throws StoreError.
     std::unique_ptr<BackupSnapshot> TakeSnapshot();
     // Counts the backup of `snapshot` as made and logs it. Throws StoreError.
     void RecordBackup(Actor actor, const BackupSnapshot &snapshot);
@@ -70,8 +71,8 @@ class BackupStore {
     // Makes the database written to `target` (already decrypted and checked for its tag) the
     // one of the next start, with `masterKey`; `keepNetwork` carries this HSM's network
     // settings over into it. The restore is logged in the new database. kBackupDamaged when
-    // the file is not a sound database, kBackupVersion when its schema is newer. On kOk the
-    // HSM needs a restart (RestartRequired).
+    // SQLite does not take the file for a database, kBackupVersion when its schema is newer. On kOk
+    // the HSM needs a restart (RestartRequired).
     Result CommitRestore(Actor actor, RestoreTarget &target, const SecretBytes &masterKey,
                          bool keepNetwork);
     bool RestartRequired() const { return restartRequired_; }
