@@ -100,14 +100,17 @@ struct Generators {
 
 int main(int argc, char **argv) {
     if (argc < 3 || QInitialize(0) != Q_OK) {
-        std::fprintf(stderr, "usage: backup_bench backup|restore FILE | generate SECONDS N | "
-                             "during FILE N\n");
+        std::fprintf(stderr,
+                     "usage: backup_bench backup|restore FILE | generate SECONDS N | "
+                     "during FILE N\n");
         return 2;
     }
     const std::string command = argv[1];
     if (command == "backup" || command == "restore") {
         const uint32_t flags = command == "backup" ? Q_BACKUP_CREATE : Q_BACKUP_RESTORE_NO_NETWORK;
-        Timed([&](QSessionHandle session) { return QBackupData(session, argv[2], kPassword, flags); });
+        Timed([&](QSessionHandle session) {
+            return QBackupData(session, argv[2], kPassword, flags);
+        });
     } else if (command == "generate" && argc == 4) {
         Generators generators(std::atoi(argv[3]));
         std::this_thread::sleep_for(std::chrono::seconds(1));  // past the logins

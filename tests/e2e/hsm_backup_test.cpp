@@ -14,16 +14,14 @@ constexpr const char *kBackupMenu = "37\n";
 constexpr const char *kTenChars = "abcdefghij";
 
 void ChooseBackupItem(PtyDriver &console, const char *item, const std::string &heading) {
-    console.Send(kBackupMenu);
-    console.Expect("Option : ");
-    console.Send(item);
-    console.Expect(heading);
+    ChooseSubmenuItem(console, kBackupMenu, item, heading);
 }
 
-void BackToMainMenu(PtyDriver &console) {
-    Answer(console, "Press ENTER key to continue...", "\n");
-    Answer(console, "Option : ", "0\n");
-    console.Expect("Option : ");
+// "Backup" from its password, confirmed, to the file's name.
+void BackUpWithTenCharacters(PtyDriver &console, const std::string &file) {
+    AnswerSecret(console, "Password: ", std::string(kTenChars) + "\n");
+    AnswerSecret(console, "Confirm password: ", std::string(kTenChars) + "\n");
+    Answer(console, "Local file to save backup: ", file + "\n");
 }
 
 TEST(HsmBackup, BackupWithTheOverwriteQuestionThenRestoreUntilTheRestart) {
@@ -38,18 +36,14 @@ TEST(HsmBackup, BackupWithTheOverwriteQuestionThenRestoreUntilTheRestart) {
     ChooseBackupItem(console, "1\n", "HSM - Backup - Backup");
     console.Expect("Inform password to protect backup file (8 to 32 characters): \n");
     AnswerSecret(console, "Password: ", "short\n");
-    AnswerSecret(console, "Password: ", std::string(kTenChars) + "\n");
-    AnswerSecret(console, "Confirm password: ", std::string(kTenChars) + "\n");
-    Answer(console, "Local file to save backup: ", file + "\n");
+    BackUpWithTenCharacters(console, file);
     Answer(console, "File already exists, overwrite (y/[n]): ", "\n");
     console.Expect("Operation cancelled!");
     BackToMainMenu(console);
     EXPECT_EQ(ReadFileBytes(file), "");
 
     ChooseBackupItem(console, "1\n", "HSM - Backup - Backup");
-    AnswerSecret(console, "Password: ", std::string(kTenChars) + "\n");
-    AnswerSecret(console, "Confirm password: ", std::string(kTenChars) + "\n");
-    Answer(console, "Local file to save backup: ", file + "\n");
+    BackUpWithTenCharacters(console, file);
     Answer(console, "File already exists, overwrite (y/[n]): ", "y\n");
     console.Expect("\nBackup created successfully.\n");
     BackToMainMenu(console);
@@ -77,9 +71,7 @@ TEST(HsmBackup, BackupWithTheOverwriteQuestionThenRestoreUntilTheRestart) {
 
     // The HSM now refuses work until it is restarted.
     ChooseBackupItem(console, "1\n", "HSM - Backup - Backup");
-    AnswerSecret(console, "Password: ", std::string(kTenChars) + "\n");
-    AnswerSecret(console, "Confirm password: ", std::string(kTenChars) + "\n");
-    Answer(console, "Local file to save backup: ", dir.Path("second.bak") + "\n");
+    BackUpWithTenCharacters(console, dir.Path("second.bak"));
     console.Expect("Error creating backup. ");
     console.Expect("(1150)");
     BackToMainMenu(console);
