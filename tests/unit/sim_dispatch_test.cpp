@@ -116,7 +116,13 @@ TEST_F(SimDispatch, RightsAreReadFreshAndCheckedBeforeAnyHandlerRuns) {
                                       pb::Request::kStartLogDownload,
                                       pb::Request::kReadLogDownload,
                                       pb::Request::kEndLogDownload,
-                                      pb::Request::kFollowLog};
+                                      pb::Request::kFollowLog,
+                                      pb::Request::kStartBackup,
+                                      pb::Request::kReadBackup,
+                                      pb::Request::kEndBackup,
+                                      pb::Request::kStartRestore,
+                                      pb::Request::kWriteRestore,
+                                      pb::Request::kFinishRestore};
     std::set<int> allowed;
     for (const auto &[number, entry] : recording_.entries())
         if (!needRights.count(number)) allowed.insert(number);
