@@ -89,24 +89,40 @@ RestoreTransfer *FindRestore(Call &call, uint64_t id) {
     return transfer != nullptr && transfer->id == id ? transfer : nullptr;
 }
 
+// Runs a step of the session's restore. A step that throws (the disk is full) may have
+// written part of a chunk, so the restore ends with it rather than go on past the gap.
+template <class Step>
+Result RestoreStep(Call &call, Step step) {
+    try {
+        if (Result r = step(); r != Result::kOk) return FailRestore(call, r);
+        return Result::kOk;
+    } catch (...) {
+        call.session().restore.reset();
+        throw;
+    }
+}
+
 Result HandleWriteRestore(Call &call, const pb::WriteRestore &request, pb::WriteRestoreReply *) {
     RestoreTransfer *transfer = FindRestore(call, request.transfer_id());
     if (transfer == nullptr) return Result::kInvalidHandle;
     if (request.data().size() > kMaxPartBytes) return Result::kInvalidLength;
-    if (Result r = transfer->decoder.Feed(request.data()); r != Result::kOk)
-        return FailRestore(call, r);
-    return Result::kOk;
+    return RestoreStep(call, [&] { return transfer->decoder.Feed(request.data()); });
 }
 
 Result HandleFinishRestore(Call &call, const pb::FinishRestore &request, pb::FinishRestoreReply *) {
     RestoreTransfer *transfer = FindRestore(call, request.transfer_id());
     if (transfer == nullptr) return Result::kInvalidHandle;
     SecretBytes masterKey;
-    Result r = transfer->decoder.Finish(&masterKey);
-    if (r == Result::kOk)
-        r = call.hsm.backups.CommitRestore(call.actor(), *transfer->target, masterKey,
-                                           transfer->keepNetwork);
-    if (r != Result::kOk) return FailRestore(call, r);
+    if (Result r = RestoreStep(call,
+                               [&] {
+                                   Result finished = transfer->decoder.Finish(&masterKey);
+                                   if (finished != Result::kOk) return finished;
+                                   return call.hsm.backups.CommitRestore(
+                                       call.actor(), *transfer->target, masterKey,
+                                       transfer->keepNetwork);
+                               });
+        r != Result::kOk)
+        return r;
     call.session().restore.reset();
     call.hsm.sessions.EndAllBut(call.session().id);
     return Result::kOk;

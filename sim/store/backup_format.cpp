@@ -209,6 +209,7 @@ Result BackupDecoder::ReadHeader() {
     } catch (const std::runtime_error &) {
         return Result::kBackupDamaged;  // parameters Argon2 refuses
     }
+    password_ = SecretBytes();  // the keys are all it was for
     std::optional<SecretBytes> key = MasterKey::Unwrap(
         keys_.wrap.view(), header.substr(kWrappedKeyAt), header.substr(0, kWrappedKeyAt));
     if (!key) return Result::kBackupPassword;
