@@ -1099,7 +1099,8 @@ QELVOARC_API uint32_t QGetStatInfo(QSessionHandle session, QStatInfo *stats, uin
  * wrong password, a damaged, newer or foreign file (Q_ERR_BACKUP_*, Q_ERR_NOT_A_BACKUP)
  * leave the HSM as it was. A restore that succeeds ends every other session and leaves the
  * HSM answering Q_ERR_RESTART_REQUIRED to all but liveness, login, logout and information
- * requests until it is restarted; the calling session stays open under that rule. */
+ * requests until it is restarted; the calling session stays open under that rule. The top
+ * bit of flags (0x80000000) is accepted and has no effect. */
 QELVOARC_API uint32_t QBackupData(QSessionHandle session, const char *localPath,
                                   const char *password, uint32_t flags);
 /* Describes a firmware package. Local. description, signer [out]: texts (QFree). */
