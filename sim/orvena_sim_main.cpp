@@ -39,6 +39,9 @@ int Run(const sim::DaemonOptions &options) {
     ::signal(SIGPIPE, SIG_IGN);
 
     sim::SystemClock clock;
+    // Only the daemon's start completes a restore: orvena-simctl may open the directory while
+    // a daemon that restored it still runs on the old files.
+    sim::ApplyPendingRestore(options.dataDir);
     sim::DataDirectory data(options.dataDir, clock, options.identity.serial);
     data.events().Boot();
     sim::DeviceIdentity identity = options.identity;
@@ -60,7 +63,7 @@ int Run(const sim::DaemonOptions &options) {
     sim::FirmwareStore firmware(options.dataDir, identity.firmware, vendor, data.events());
     sim::HsmContext hsm{data.users(), data.masterKey(), sessions,      clock,         identity,
                         data.keys(),  data.tokens(),    data.policy(), data.events(), log,
-                        hardware,     firmware};
+                        hardware,     firmware,         data.backups()};
 
     sim::Server server(hsm, tls, options.host, options.port, options.limits);
     std::optional<sim::DiscoveryResponder> discovery;

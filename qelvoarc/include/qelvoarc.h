@@ -1103,7 +1103,14 @@ QELVOARC_API uint32_t QGetStatInfo(QSessionHandle session, QStatInfo *stats, uin
 #define Q_BACKUP_RESTORE_NO_NETWORK 2u /* without the network settings */
 
 /* Creates a backup of the HSM into a local file, or restores one (flags: Q_BACKUP_*).
- * Needs ACL 0x100. */
+ * Needs ACL 0x100. The file is streamed in parts: neither end holds the whole database.
+ * Create writes the file whole or removes it (Q_ERR_FILE when it cannot be written); an
+ * existing file is replaced. Restore checks the whole file before anything changes: a
+ * wrong password, a damaged, newer or foreign file (Q_ERR_BACKUP_*, Q_ERR_NOT_A_BACKUP)
+ * leave the HSM as it was. A restore that succeeds ends every other session and leaves the
+ * HSM answering Q_ERR_RESTART_REQUIRED to all but liveness, login, logout and information
+ * requests until it is restarted; the calling session stays open under that rule. The top
+ * bit of flags (0x80000000) is accepted and has no effect. */
 QELVOARC_API uint32_t QBackupData(QSessionHandle session, const char *localPath,
                                   const char *password, uint32_t flags);
 /* A firmware update package ("upack"), every number big-endian:
@@ -1671,6 +1678,13 @@ QELVOARC_API uint32_t QByteArray2Base64(const uint8_t *data, uint32_t length, ch
 #define Q_ERR_UPACK_ROLLBACK 1133u
 #define Q_ERR_BLOB_FOREIGN_HSM 1134u
 #define Q_ERR_BLOB_DAMAGED 1135u
+#define Q_ERR_RESTART_REQUIRED                                                              \
+    1150u                           /* a restore finished: only liveness, login, logout and \
+                                     * information are served until the HSM restarts */
+#define Q_ERR_BACKUP_PASSWORD 1151u /* QBackupData restore: wrong password */
+#define Q_ERR_BACKUP_DAMAGED 1152u  /* QBackupData restore: truncated or altered file */
+#define Q_ERR_BACKUP_VERSION 1153u  /* QBackupData restore: a newer format than the HSM's */
+#define Q_ERR_NOT_A_BACKUP 1154u    /* QBackupData restore: not a backup file */
 #define Q_ERR_NO_MEMORY 2002u
 #define Q_ERR_PASSWORD_EXPIRED 5178u
 

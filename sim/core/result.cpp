@@ -80,6 +80,16 @@ wire::Status ToWireStatus(Result result) {
             return wire::ERR_BLOB_FOREIGN_HSM;
         case Result::kBlobDamaged:
             return wire::ERR_BLOB_DAMAGED;
+        case Result::kRestartRequired:
+            return wire::ERR_RESTART_REQUIRED;
+        case Result::kBackupPassword:
+            return wire::ERR_BACKUP_PASSWORD;
+        case Result::kBackupDamaged:
+            return wire::ERR_BACKUP_DAMAGED;
+        case Result::kBackupVersion:
+            return wire::ERR_BACKUP_VERSION;
+        case Result::kNotABackup:
+            return wire::ERR_NOT_A_BACKUP;
     }
     return wire::ERR_INTERNAL;
 }

@@ -47,6 +47,11 @@ enum class [[nodiscard]] Result{
     kUpackRollback,
     kBlobForeignHsm,
     kBlobDamaged,
+    kRestartRequired,
+    kBackupPassword,
+    kBackupDamaged,
+    kBackupVersion,
+    kNotABackup,
 };
 
 wire::Status ToWireStatus(Result result);

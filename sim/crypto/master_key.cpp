@@ -1,32 +1,39 @@
 #include "crypto/master_key.h"
 
 #include <fcntl.h>
-#include <openssl/evp.h>
 #include <openssl/rand.h>
 #include <unistd.h>
 
 #include <memory>
 #include <stdexcept>
 
+#include "crypto/aes_gcm.h"
+
 namespace sim {
 
 namespace {
 
 constexpr size_t kKeyBytes = 32;
-constexpr size_t kNonceBytes = 12;
-constexpr size_t kTagBytes = 16;
 constexpr size_t kIdBytes = 16;
 
-using CipherCtx = std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)>;
-
-CipherCtx NewCtx() {
-    CipherCtx ctx(EVP_CIPHER_CTX_new(), &EVP_CIPHER_CTX_free);
-    if (!ctx) throw std::runtime_error("EVP_CIPHER_CTX_new failed");
-    return ctx;
+// nonce || ciphertext || tag of `plain` under `key`, with a fresh random nonce.
+std::string SealWith(std::string_view key, std::string_view plain, std::string_view associated) {
+    std::string out(kGcmNonceBytes + plain.size() + kGcmTagBytes, '\0');
+    auto *nonce = reinterpret_cast<unsigned char *>(out.data());
+    if (RAND_bytes(nonce, kGcmNonceBytes) != 1) throw std::runtime_error("RAND_bytes failed");
+    GcmSeal(key, nonce, plain, associated, nonce + kGcmNonceBytes);
+    return out;
 }
 
-const unsigned char *Bytes(std::string_view s) {
-    return reinterpret_cast<const unsigned char *>(s.data());
+std::optional<SecretBytes> OpenWith(std::string_view key, std::string_view sealed,
+                                    std::string_view associated) {
+    if (sealed.size() < kGcmNonceBytes + kGcmTagBytes) return std::nullopt;
+    SecretBytes plain(std::string(sealed.size() - kGcmNonceBytes - kGcmTagBytes, '\0'));
+    if (!GcmOpen(key, reinterpret_cast<const unsigned char *>(sealed.data()),
+                 sealed.substr(kGcmNonceBytes), associated,
+                 reinterpret_cast<unsigned char *>(plain.mutable_bytes().data())))
+        return std::nullopt;
+    return plain;
 }
 
 SecretBytes ReadKeyFile(int fd) {
@@ -54,59 +61,46 @@ MasterKey MasterKey::LoadOrCreate(const std::string &path) {
     SecretBytes key(std::string(kKeyBytes, '\0'));
     if (RAND_bytes(reinterpret_cast<unsigned char *>(key.mutable_bytes().data()), kKeyBytes) != 1)
         throw std::runtime_error("RAND_bytes failed");
-    // Written to a private temporary name and renamed so no reader sees a partial key.
+    // Written to a private temporary name and linked so no reader sees a partial key.
     std::string temporary = path + ".tmp";
-    fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    if (fd < 0) throw std::runtime_error("cannot create " + temporary);
-    bool ok = ::write(fd, key.view().data(), kKeyBytes) == static_cast<ssize_t>(kKeyBytes) &&
-              ::fsync(fd) == 0;
-    ::close(fd);
-    if (!ok || ::link(temporary.c_str(), path.c_str()) != 0) {
+    WriteFile(temporary, key);
+    if (::link(temporary.c_str(), path.c_str()) != 0) {
         ::unlink(temporary.c_str());
-        if (ok) return LoadOrCreate(path);  // another process created it first
-        throw std::runtime_error("cannot write " + path);
+        return LoadOrCreate(path);  // another process created it first
     }
     ::unlink(temporary.c_str());
     return MasterKey(std::move(key));
 }
 
 std::string MasterKey::Seal(std::string_view plain, std::string_view associated) const {
-    std::string out(kNonceBytes + plain.size() + kTagBytes, '\0');
-    auto *nonce = reinterpret_cast<unsigned char *>(out.data());
-    if (RAND_bytes(nonce, kNonceBytes) != 1) throw std::runtime_error("RAND_bytes failed");
-    CipherCtx ctx = NewCtx();
-    int length = 0;
-    if (EVP_EncryptInit_ex(ctx.get(), EVP_aes_256_gcm(), nullptr, Bytes(key_.view()), nonce) != 1 ||
-        (!associated.empty() && EVP_EncryptUpdate(ctx.get(), nullptr, &length, Bytes(associated),
-                                                  static_cast<int>(associated.size())) != 1) ||
-        EVP_EncryptUpdate(ctx.get(), nonce + kNonceBytes, &length, Bytes(plain),
-                          static_cast<int>(plain.size())) != 1 ||
-        EVP_EncryptFinal_ex(ctx.get(), nonce + kNonceBytes + length, &length) != 1 ||
-        EVP_CIPHER_CTX_ctrl(ctx.get(), EVP_CTRL_GCM_GET_TAG, kTagBytes,
-                            nonce + kNonceBytes + plain.size()) != 1)
-        throw std::runtime_error("AES-GCM seal failed");
-    return out;
+    return SealWith(key_.view(), plain, associated);
 }
 
 std::optional<SecretBytes> MasterKey::Open(std::string_view sealed,
                                            std::string_view associated) const {
-    if (sealed.size() < kNonceBytes + kTagBytes) return std::nullopt;
-    size_t bodyBytes = sealed.size() - kNonceBytes - kTagBytes;
-    SecretBytes plain(std::string(bodyBytes, '\0'));
-    auto *out = reinterpret_cast<unsigned char *>(plain.mutable_bytes().data());
-    std::string tag(sealed.substr(kNonceBytes + bodyBytes));
-    CipherCtx ctx = NewCtx();
-    int length = 0;
-    if (EVP_DecryptInit_ex(ctx.get(), EVP_aes_256_gcm(), nullptr, Bytes(key_.view()),
-                           Bytes(sealed)) != 1 ||
-        (!associated.empty() && EVP_DecryptUpdate(ctx.get(), nullptr, &length, Bytes(associated),
-                                                  static_cast<int>(associated.size())) != 1) ||
-        EVP_DecryptUpdate(ctx.get(), out, &length, Bytes(sealed) + kNonceBytes,
-                          static_cast<int>(bodyBytes)) != 1 ||
-        EVP_CIPHER_CTX_ctrl(ctx.get(), EVP_CTRL_GCM_SET_TAG, kTagBytes, tag.data()) != 1 ||
-        EVP_DecryptFinal_ex(ctx.get(), out + length, &length) != 1)
-        return std::nullopt;
-    return plain;
+    return OpenWith(key_.view(), sealed, associated);
+}
+
+std::string MasterKey::WrapUnder(std::string_view keyEncryptionKey,
+                                 std::string_view associated) const {
+    return SealWith(keyEncryptionKey, key_.view(), associated);
+}
+
+std::optional<SecretBytes> MasterKey::Unwrap(std::string_view keyEncryptionKey,
+                                             std::string_view wrapped,
+                                             std::string_view associated) {
+    std::optional<SecretBytes> key = OpenWith(keyEncryptionKey, wrapped, associated);
+    if (key && key->size() != kKeyBytes) return std::nullopt;
+    return key;
+}
+
+void MasterKey::WriteFile(const std::string &path, const SecretBytes &key) {
+    int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    if (fd < 0) throw std::runtime_error("cannot create " + path);
+    bool ok = ::write(fd, key.view().data(), key.size()) == static_cast<ssize_t>(key.size()) &&
+              ::fsync(fd) == 0;
+    ::close(fd);
+    if (!ok) throw std::runtime_error("cannot write " + path);
 }
 
 std::string MasterKey::Id() const {

@@ -26,6 +26,14 @@ class MasterKey {
     // 16 bytes that name this key without revealing it (an HMAC of a fixed text under it), so
     // that a blob can say which HSM's key sealed it. Thread-safe.
     std::string Id() const;
+    // The key sealed under another 32-byte key (nonce || ciphertext || tag), for a backup.
+    std::string WrapUnder(std::string_view keyEncryptionKey, std::string_view associated) const;
+    // The 32 key bytes of a WrapUnder result; nullopt when `keyEncryptionKey` or `associated`
+    // differ or the bytes were altered.
+    static std::optional<SecretBytes> Unwrap(std::string_view keyEncryptionKey,
+                                             std::string_view wrapped, std::string_view associated);
+    // Writes `key` as a key file (mode 0600) and syncs it. Throws std::runtime_error.
+    static void WriteFile(const std::string &path, const SecretBytes &key);
 
   private:
     explicit MasterKey(SecretBytes key) : key_(std::move(key)) {}

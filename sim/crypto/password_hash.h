@@ -2,8 +2,11 @@
 // Argon2id password hashes in the encoded form ($argon2id$v=19$...). Thread-safe; the
 // number of hashes computed at once is bounded to cap memory under many logins.
 
+#include <cstdint>
 #include <string>
 #include <string_view>
+
+#include "core/secret.h"
 
 namespace sim {
 
@@ -17,5 +20,17 @@ bool VerifyPassword(const std::string &encoded, std::string_view password);
 // answer time does not tell which user ids exist. Uses no hashing slot once a real
 // verification has been timed.
 void VerifyPasswordOfNobody(std::string_view password);
+
+// Argon2id parameters of a key derived from a password.
+struct PasswordKeyParams {
+    uint32_t timeCost = 2;
+    uint32_t memoryKiB = 19 * 1024;
+    uint32_t parallelism = 1;
+};
+
+// `bytes` bytes of Argon2id over `password` and `salt`, taking a hashing slot like a login.
+// Throws std::runtime_error when Argon2 refuses the parameters.
+SecretBytes DerivePasswordKey(std::string_view password, std::string_view salt,
+                              const PasswordKeyParams &params, size_t bytes);
 
 }  // namespace sim

@@ -12,6 +12,7 @@
 #include "crypto/master_key.h"
 #include "policy/device_identity.h"
 #include "store/access_token_store.h"
+#include "store/backup_store.h"
 #include "store/event_log.h"
 #include "store/key_store.h"
 #include "store/password_policy_store.h"
@@ -32,6 +33,7 @@ class DataDirectory {
     AccessTokenStore &tokens() { return tokens_; }
     PasswordPolicyStore &policy() { return policy_; }
     KeyStore &keys() { return keys_; }
+    BackupStore &backups() { return backups_; }
     EventLog &events() { return events_; }
     const MasterKey &masterKey() const { return masterKey_; }
     const std::string &path() const { return dir_; }
@@ -50,6 +52,7 @@ class DataDirectory {
     AccessTokenStore tokens_;
     PasswordPolicyStore policy_;
     KeyStore keys_;
+    BackupStore backups_;
 };
 
 inline constexpr const char *kMasterUser = "master";

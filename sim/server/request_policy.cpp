@@ -42,6 +42,8 @@ Result CheckNeeds(const Needs &needs, Call &call) {
 
 Result Admit(const Rule &rule, Call &call) {
     ConnectionState &conn = call.conn;
+    if (call.hsm.backups.RestartRequired() && (rule.sessions & kAfterRestore) == 0)
+        return Result::kRestartRequired;
     if (!conn.session)
         return (rule.sessions & kBeforeLogin) != 0 ? Result::kOk : Result::kNotAuthenticated;
     if ((rule.sessions & kBeforeLogin) != 0) return Result::kBadState;

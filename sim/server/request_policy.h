@@ -11,7 +11,8 @@ namespace sim {
 
 // kOk when `call` may run the handler of a request with `rule`; fills call.caller when the
 // rule needs an account. Otherwise the status the refusal answers, decided in this order:
-// no session yet (kNotAuthenticated), Login on a session (kBadState), a session whose user
+// a restore waiting for the restart and a rule without kAfterRestore (kRestartRequired), no
+// session yet (kNotAuthenticated), Login on a session (kBadState), a session whose user
 // was removed (kSessionExpired; the session ends and the connection closes after the reply),
 // the session's kind (kPasswordChangeOnly or kAccessDenied), the caller's rights
 // (kAccessDenied).

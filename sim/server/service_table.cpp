@@ -1,6 +1,7 @@
 #include "server/service_table.h"
 
 #include "service/access_token_service.h"
+#include "service/backup_service.h"
 #include "service/firmware_service.h"
 #include "service/hsm_status_service.h"
 #include "service/information_service.h"
@@ -40,6 +41,7 @@ const DispatchTable &ServiceTable() {
         RegisterLogService(services);
         RegisterObjectBackupService(services);
         RegisterFirmwareService(services);
+        RegisterBackupService(services);
         return services;
     }();
     return table;

@@ -55,6 +55,8 @@ enum SessionKindBit : uint32_t {
     kUserSessions = 1u << 1,
     kPasswordChangeSessions = 1u << 2,
     kAnonymousSessions = 1u << 3,
+    // Also served once a restore has left the HSM needing a restart; all else is refused.
+    kAfterRestore = 1u << 4,
 };
 inline constexpr uint32_t kNormalSessions = kUserSessions;
 inline constexpr uint32_t kEverySession =

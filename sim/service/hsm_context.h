@@ -11,6 +11,7 @@
 #include "policy/hardware_settings.h"
 #include "session/session_table.h"
 #include "store/access_token_store.h"
+#include "store/backup_store.h"
 #include "store/event_log.h"
 #include "store/firmware_store.h"
 #include "store/key_store.h"
@@ -34,6 +35,7 @@ struct HsmContext {
     DiagnosticLog &log;
     const HardwareSettings &hardware;
     FirmwareStore &firmware;
+    BackupStore &backups;
 };
 
 class ReplyStream;

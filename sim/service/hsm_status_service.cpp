@@ -63,6 +63,7 @@ Result HandleGetHsmStatus(Call &call, const pb::GetHsmStatus &, pb::GetHsmStatus
         reply->set_database_bytes(FileSize(db) + FileSize(db + "-wal"));
     }
     // Version 10 adds the pending backup and update package.
+    if (version >= 10) reply->set_backup_pending(hsm.backups.Pending());
     if (version >= 10) reply->set_pending_update(hsm.firmware.Pending());
     FillHardware(hsm, reply);
     // The HSM belongs to no replication domain: every field of the status is zero, which is
@@ -113,16 +114,16 @@ Result HandleGetP11Info(Call &call, const pb::GetP11Info &, pb::GetP11InfoReply 
 void RegisterHsmStatusService(DispatchTable &table) {
     const Needs remoteInfo = Needs::Acl(pb::ACL_REMOTE_INFO);
     table.Add<&pb::Request::get_hsm_status, &pb::Response::mutable_get_hsm_status>(
-        HandleGetHsmStatus, remoteInfo, kNormalSessions);
+        HandleGetHsmStatus, remoteInfo, kNormalSessions | kAfterRestore);
     table.Add<&pb::Request::get_replication_nodes, &pb::Response::mutable_get_replication_nodes>(
-        HandleGetReplicationNodes, remoteInfo, kNormalSessions);
+        HandleGetReplicationNodes, remoteInfo, kNormalSessions | kAfterRestore);
     table.Add<&pb::Request::get_uptime, &pb::Response::mutable_get_uptime>(
-        HandleGetUptime, remoteInfo, kNormalSessions);
+        HandleGetUptime, remoteInfo, kNormalSessions | kAfterRestore);
     table.Add<&pb::Request::get_hsm_clock, &pb::Response::mutable_get_hsm_clock>(
-        HandleGetHsmClock, remoteInfo, kNormalSessions);
+        HandleGetHsmClock, remoteInfo, kNormalSessions | kAfterRestore);
     // What it tells (tamper, the HSM's id, the cloud binding) is read before any login.
     table.Add<&pb::Request::get_p11_info, &pb::Response::mutable_get_p11_info>(
-        HandleGetP11Info, Needs::Nothing(), kNormalSessions | kAnonymousSessions);
+        HandleGetP11Info, Needs::Nothing(), kNormalSessions | kAnonymousSessions | kAfterRestore);
 }
 
 }  // namespace sim

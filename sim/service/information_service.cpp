@@ -25,9 +25,9 @@ Result HandleGetHsmMode(Call &call, const pb::GetHsmMode &, pb::GetHsmModeReply 
 }  // namespace
 
 void RegisterInformationService(DispatchTable &table) {
-    constexpr uint32_t kInformed = kNormalSessions | kAnonymousSessions;
+    constexpr uint32_t kInformed = kNormalSessions | kAnonymousSessions | kAfterRestore;
     table.Add<&pb::Request::liveness, &pb::Response::mutable_liveness>(
-        HandleLiveness, Needs::Nothing(), kEverySession);
+        HandleLiveness, Needs::Nothing(), kEverySession | kAfterRestore);
     table.Add<&pb::Request::get_version_text, &pb::Response::mutable_get_version_text>(
         HandleGetVersionText, Needs::Nothing(), kInformed);
     table.Add<&pb::Request::get_hsm_mode, &pb::Response::mutable_get_hsm_mode>(

@@ -146,9 +146,9 @@ Result HandleLogout(Call &call, const pb::Logout &, pb::LogoutReply *) {
 
 void RegisterLoginService(DispatchTable &table) {
     table.Add<&pb::Request::login, &pb::Response::mutable_login>(HandleLogin, Needs::Nothing(),
-                                                                 kBeforeLogin);
+                                                                 kBeforeLogin | kAfterRestore);
     table.Add<&pb::Request::logout, &pb::Response::mutable_logout>(HandleLogout, Needs::Nothing(),
-                                                                   kEverySession);
+                                                                   kEverySession | kAfterRestore);
 }
 
 }  // namespace sim

@@ -69,13 +69,13 @@ Result HandleListSessions(Call &call, const pb::ListSessions &, pb::ListSessions
 void RegisterMachineService(DispatchTable &table) {
     const Needs remoteInfo = Needs::Acl(pb::ACL_REMOTE_INFO);
     table.Add<&pb::Request::get_stat_info, &pb::Response::mutable_get_stat_info>(
-        HandleGetStatInfo, remoteInfo, kNormalSessions);
+        HandleGetStatInfo, remoteInfo, kNormalSessions | kAfterRestore);
     table.Add<&pb::Request::get_net_info, &pb::Response::mutable_get_net_info>(
-        HandleGetNetInfo, remoteInfo, kNormalSessions);
+        HandleGetNetInfo, remoteInfo, kNormalSessions | kAfterRestore);
     table.Add<&pb::Request::list_loaded_modules, &pb::Response::mutable_list_loaded_modules>(
-        HandleListLoadedModules, remoteInfo, kNormalSessions);
+        HandleListLoadedModules, remoteInfo, kNormalSessions | kAfterRestore);
     table.Add<&pb::Request::list_sessions, &pb::Response::mutable_list_sessions>(
-        HandleListSessions, remoteInfo, kNormalSessions);
+        HandleListSessions, remoteInfo, kNormalSessions | kAfterRestore);
 }
 
 }  // namespace sim

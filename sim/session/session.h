@@ -9,6 +9,7 @@
 #include <string>
 
 #include "crypto/hash_context.h"
+#include "store/backup_transfer.h"
 #include "store/log_download.h"
 
 namespace sim {
@@ -38,6 +39,10 @@ struct Session {
     std::map<uint64_t, std::unique_ptr<HashContext>> hashes;
     std::map<uint64_t, std::unique_ptr<LogDownload>> logDownloads;
     uint64_t lastLogDownload = 0;
+    // At most one backup and one restore at a time; a new one replaces the session's last.
+    std::unique_ptr<BackupTransfer> backup;
+    std::unique_ptr<RestoreTransfer> restore;
+    uint64_t lastTransfer = 0;
 };
 
 // A session holds at most this many hash contexts at once.

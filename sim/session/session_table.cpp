@@ -24,9 +24,17 @@ void SessionTable::Close(uint64_t sessionId) {
 }
 
 void SessionTable::EndSessionsOf(const std::string &user) {
+    EndWhere([&](const Session &session) { return session.user == user; });
+}
+
+void SessionTable::EndAllBut(uint64_t keptId) {
+    EndWhere([&](const Session &session) { return session.id != keptId; });
+}
+
+void SessionTable::EndWhere(const std::function<bool(const Session &)> &ends) {
     std::lock_guard lock(mutex_);
     std::erase_if(sessions_, [&](const auto &entry) {
-        if (entry.second->user != user) return false;
+        if (!ends(*entry.second)) return false;
         entry.second->ended = true;
         return true;
     });

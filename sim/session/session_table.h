@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -28,6 +29,8 @@ class SessionTable {
     std::vector<std::shared_ptr<const Session>> List() const;
     // Ends every session of `user` (see Session::ended) and forgets them.
     void EndSessionsOf(const std::string &user);
+    // Ends every session but `keptId` (see Session::ended) and forgets them.
+    void EndAllBut(uint64_t keptId);
     size_t size() const;
 
     // Hash ids are unique across all sessions and never reused, so a stale or foreign id
@@ -35,6 +38,8 @@ class SessionTable {
     uint64_t NextHashId() { return nextHashId_.fetch_add(1); }
 
   private:
+    void EndWhere(const std::function<bool(const Session &)> &ends);
+
     const size_t maxSessions_;
     mutable std::mutex mutex_;
     std::unordered_map<uint64_t, std::shared_ptr<Session>> sessions_;

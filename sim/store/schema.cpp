@@ -1,5 +1,6 @@
 #include "store/schema.h"
 
+#include <cctype>
 #include <iterator>
 #include <string>
 
@@ -245,11 +246,49 @@ UPDATE event_log_state SET sealed_end = COALESCE(
 )sql");
 }
 
+// A counter of the changes a backup keeps (accounts, second factors, tokens, the policy, the
+// objects, the network settings), so that the HSM can tell whether it changed since its last
+// backup. Logins and one-time-password counters are not changes of that kind. The network
+// settings are the table a restore may keep from the HSM it restores onto.
+void CountChanges(Database &db, std::string_view) {
+    db.Execute(R"sql(
+CREATE TABLE backup_state (
+    id INTEGER PRIMARY KEY CHECK (id = 1),
+    changes INTEGER NOT NULL,
+    backed_up INTEGER NOT NULL
+);
+INSERT INTO backup_state VALUES (1, 1, 0);
+CREATE TABLE network_settings (
+    name TEXT PRIMARY KEY,
+    value TEXT NOT NULL
+);
+)sql");
+    constexpr const char *kWatched[][2] = {
+        {"users", "UPDATE OF password_hash, acl, blocked, certificate"},
+        {"oath_tokens", "UPDATE OF kind, sealed_seed, step, start_time"},
+        {"access_tokens", "UPDATE"},
+        {"password_policy", "UPDATE"},
+        {"objects", "UPDATE"},
+        {"network_settings", "UPDATE"},
+    };
+    for (const auto &[table, update] : kWatched) {
+        for (const char *event : {"INSERT", "DELETE", update}) {
+            std::string name =
+                std::string(table) + "_" + std::string(event).substr(0, 6) + "_counted";
+            for (char &c : name)
+                c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+            db.Execute(("CREATE TRIGGER " + name + " AFTER " + event + " ON " + table +
+                        " BEGIN UPDATE backup_state SET changes = changes + 1 WHERE id = 1; END")
+                           .c_str());
+        }
+    }
+}
+
 using Step = void (*)(Database &db, std::string_view serial);
 
 // Step n brings the file to user_version n. Append only: a released step never changes.
-constexpr Step kSteps[] = {CreateAccounts, CreateObjects, ChainEventLog, IndexEventLog,
-                           KeepLineTexts};
+constexpr Step kSteps[] = {CreateAccounts, CreateObjects, ChainEventLog,
+                           IndexEventLog,  KeepLineTexts, CountChanges};
 
 int64_t Version(Database &db) {
     Statement read(db, "PRAGMA user_version");
@@ -272,6 +311,10 @@ void EnsureSchema(Database &db, std::string_view serial) {
         db.Execute(("PRAGMA user_version=" + std::to_string(version + 1)).c_str());
         tx.Commit();
     }
+}
+
+bool HoldsNewerSchema(Database &db) {
+    return Version(db) > static_cast<int64_t>(std::size(kSteps));
 }
 
 }  // namespace sim

@@ -15,4 +15,7 @@ namespace sim {
 // than this program knows.
 void EnsureSchema(Database &db, std::string_view serial);
 
+// True when the file was written by a program that knows more schema steps than this one.
+bool HoldsNewerSchema(Database &db);
+
 }  // namespace sim

@@ -30,6 +30,22 @@ inline void AnswerSecret(PtyDriver &console, const std::string &prompt, const st
     console.SendSecret(reply);
 }
 
+// Opens the submenu of the main menu's option `menu` ("36\n") and chooses `item` there.
+inline void ChooseSubmenuItem(PtyDriver &console, const char *menu, const char *item,
+                              const std::string &heading) {
+    console.Send(menu);
+    console.Expect("Option : ");
+    console.Send(item);
+    console.Expect(heading);
+}
+
+// After an action of a submenu: the pause, then back to the main menu.
+inline void BackToMainMenu(PtyDriver &console) {
+    Answer(console, "Press ENTER key to continue...", "\n");
+    Answer(console, "Option : ", "0\n");
+    console.Expect("Option : ");
+}
+
 inline void ExitFromMainMenu(PtyDriver &console) {
     console.Send("0\n");
     EXPECT_EQ(console.WaitExit(), 0);

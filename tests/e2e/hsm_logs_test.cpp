@@ -18,17 +18,7 @@ constexpr const char *kHardwareLogs = "44\n";
 
 // Opens "HSM - Logs" from the main menu and chooses `item` there.
 void ChooseLogItem(PtyDriver &console, const char *item, const std::string &heading) {
-    console.Send(kLogsMenu);
-    console.Expect("Option : ");
-    console.Send(item);
-    console.Expect(heading);
-}
-
-// After an action of "HSM - Logs": the pause, then back to the main menu.
-void BackToMainMenu(PtyDriver &console) {
-    Answer(console, "Press ENTER key to continue...", "\n");
-    Answer(console, "Option : ", "0\n");
-    console.Expect("Option : ");
+    ChooseSubmenuItem(console, kLogsMenu, item, heading);
 }
 
 // "Retrieve" up to the target's question: no filter, and the zip question answered.

@@ -119,7 +119,13 @@ TEST_F(SimDispatch, RightsAreReadFreshAndCheckedBeforeAnyHandlerRuns) {
                                       pb::Request::kFollowLog,
                                       pb::Request::kBackupObject,
                                       pb::Request::kRestoreObject,
-                                      pb::Request::kPushUpdatePackage};
+                                      pb::Request::kPushUpdatePackage,
+                                      pb::Request::kStartBackup,
+                                      pb::Request::kReadBackup,
+                                      pb::Request::kEndBackup,
+                                      pb::Request::kStartRestore,
+                                      pb::Request::kWriteRestore,
+                                      pb::Request::kFinishRestore};
     std::set<int> allowed;
     for (const auto &[number, entry] : recording_.entries())
         if (!needRights.count(number)) allowed.insert(number);

@@ -222,6 +222,18 @@ CREATE TABLE objects (id INTEGER PRIMARY KEY AUTOINCREMENT, owner TEXT NOT NULL,
     UNIQUE (owner, name));
 INSERT INTO objects (owner, name, kind, algorithm, attributes, length, created)
     VALUES ('alice', 'old', 1, 9, 0, 32, 1700000000);
+CREATE TABLE users (id TEXT PRIMARY KEY, password_hash TEXT NOT NULL, acl INTEGER NOT NULL,
+    blocked INTEGER NOT NULL DEFAULT 0, failed_logins INTEGER NOT NULL DEFAULT 0,
+    password_changed INTEGER NOT NULL, certificate BLOB);
+CREATE TABLE oath_tokens (user_id TEXT PRIMARY KEY, kind INTEGER NOT NULL,
+    sealed_seed BLOB NOT NULL, counter INTEGER NOT NULL, step INTEGER NOT NULL,
+    start_time INTEGER NOT NULL);
+CREATE TABLE access_tokens (secret_hash BLOB PRIMARY KEY, user_id TEXT NOT NULL,
+    expires INTEGER NOT NULL, revoked INTEGER NOT NULL DEFAULT 0);
+CREATE TABLE password_policy (id INTEGER PRIMARY KEY, invalid_logins INTEGER NOT NULL,
+    expiry_days INTEGER NOT NULL, min_length INTEGER NOT NULL, specials INTEGER NOT NULL,
+    uppercase INTEGER NOT NULL, lowercase INTEGER NOT NULL);
+INSERT INTO password_policy VALUES (1, 0, 0, 8, 0, 0, 0);
 PRAGMA user_version = 1;
 )sql");
     }

@@ -46,6 +46,8 @@ const std::set<std::string> kSecretFields = {
     "wire.pb.ImportKeyComponents.components",
     "wire.pb.ExportKeyReply.material",
     "wire.pb.SetHashKey.key",
+    "wire.pb.StartBackup.password",
+    "wire.pb.StartRestore.password",
 };
 
 // Names that sound secret and are not: key names, check values (they prove a key, never

@@ -1,6 +1,7 @@
 // Menus under "HSM" for its administration: logs, backup, monitoring, replication, IP
 // filter and network tools.
 #include "console/menus/menu_table.h"
+#include "hsm/backup_actions.h"
 #include "hsm/hsm_actions.h"
 #include "hsm/log_actions.h"
 
@@ -17,8 +18,8 @@ constexpr MenuEntry kLogsItems[] = {
 
 constexpr MenuEntry kBackupItems[] = {
     Title(0, ""),
-    Action(0, "Backup", Q_ACL_BACKUP, NotAvailableAction),
-    Action(0, "Restore", Q_ACL_BACKUP, NotAvailableAction),
+    Action(0, "Backup", Q_ACL_BACKUP, CreateBackup),
+    Action(0, "Restore", Q_ACL_BACKUP, RestoreBackup),
 };
 
 constexpr MenuEntry kMonitoringItems[] = {
