@@ -16,6 +16,10 @@ namespace {
 constexpr size_t kKeyBytes = 32;
 constexpr size_t kIdBytes = 16;
 
+const unsigned char *Bytes(std::string_view s) {
+    return reinterpret_cast<const unsigned char *>(s.data());
+}
+
 // nonce || ciphertext || tag of `plain` under `key`, with a fresh random nonce.
 std::string SealWith(std::string_view key, std::string_view plain, std::string_view associated) {
     std::string out(kGcmNonceBytes + plain.size() + kGcmTagBytes, '\0');
