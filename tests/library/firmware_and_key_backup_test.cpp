@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "keys_fixture.h"
+#include "temp_dir.h"
 
 namespace {
 
@@ -28,7 +29,7 @@ class FirmwareTest : public LibraryTest {
     std::string MakePackage(const std::string &version, const std::string &keyPem = {},
                             const SimProcess *sim = nullptr) {
         if (sim == nullptr) sim = &sim_;
-        const std::string out = sim->dataDir() + "/../" + version + ".upk";
+        const std::string out = files_.Path(version + ".upk");
         std::vector<std::string> args = {
             "make-upack",         "--version", version, "--description",
             "Release " + version, "--out",     out};
@@ -60,6 +61,8 @@ class FirmwareTest : public LibraryTest {
         EXPECT_EQ(QGetHsmInfo(operator_, &flagWord, Q_INFO_VERSION, text, &length, 0), Q_OK);
         return text;
     }
+
+    TempDir files_;  // packages and keys, apart from other tests running beside this one
 };
 
 TEST_F(FirmwareTest, PackagesAreDescribedLocallyAndOnlyAGoodNewerOneIsKept) {
