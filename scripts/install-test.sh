@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # Builds the Debian packages, unpacks them into a scratch root and checks them there: the
-# console prints its usage, the simulator its help and serves a directory orvena-simctl init
-# made, the service's user and data directory are made as the package's scripts make them,
-# the service's hardening scores at most 2.0 (systemd-analyze security), a C program builds
-# with pkg-config and another with find_package(qelvoarc), both calling QVersion through the
-# packaged library. Then lintian checks the packages (kept findings:
-# packaging/lintian-notes.md). Exits non-zero when a check fails.
+# console prints its usage, the simulator and orvena-card their help, the simulator serves a
+# directory orvena-simctl init made, the service's user and data directory are made as the
+# package's scripts make them, the service's hardening scores at most 2.0 (systemd-analyze
+# security), a C program builds with pkg-config and another with find_package(qelvoarc), both
+# calling QVersion through the packaged library. Then lintian checks the packages (kept
+# findings: packaging/lintian-notes.md). Exits non-zero when a check fails.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/package.sh >/dev/null
@@ -30,6 +30,7 @@ usage_of() {  # PROGRAM ARGS...: prints the output, whatever the exit status
 tarsel_usage() { usage_of "$root/usr/bin/tarsel" -h | grep '^Usage: tarsel '; }
 tarsel_links_packaged_library() { ldd "$root/usr/bin/tarsel" | grep "$libdir/libqelvoarc.so.1"; }
 sim_help() { "$root/usr/sbin/orvena-sim" --help | grep '^Usage: orvena-sim '; }
+card_help() { "$root/usr/bin/orvena-card" --help | grep '^Usage: orvena-card '; }
 init_and_serve() {
   "$root/usr/sbin/orvena-simctl" --data "$work/hsm" init --init-password 'Install#Test1'
   "$root/usr/sbin/orvena-sim" --data "$work/hsm" --listen 127.0.0.1:0 --discovery-port 0 \
@@ -67,7 +68,7 @@ cmake_program() {
   "$work/cmake/qversion"
 }
 man_pages() {
-  for page in man1/tarsel.1 man8/orvena-sim.8 man8/orvena-simctl.8; do
+  for page in man1/tarsel.1 man1/orvena-card.1 man8/orvena-sim.8 man8/orvena-simctl.8; do
     man -l "$root/usr/share/man/$page.gz" 2>&1 >/dev/null | grep . && return 1
   done
   return 0
@@ -77,6 +78,7 @@ echo "packages: $(cd build/packages && echo *.deb)"
 check "tarsel -h prints its usage" tarsel_usage
 check "tarsel loads the packaged libqelvoarc.so.1" tarsel_links_packaged_library
 check "orvena-sim --help" sim_help
+check "orvena-card --help" card_help
 check "orvena-simctl init, then orvena-sim serves the directory" init_and_serve
 check "the service user and /var/lib/orvena-sim (0700) are made" service_user_and_directory
 check "the service's exposure is at most 2.0" service_hardening

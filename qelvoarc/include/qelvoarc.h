@@ -1461,23 +1461,42 @@ QELVOARC_API uint32_t QMofNRecover(QSessionHandle session, const uint8_t *shares
 QELVOARC_API uint32_t QNSAuthSetState(QSessionHandle session, uint32_t permissionMask,
                                       uint32_t operation, const QSmartCardShadow *shadows,
                                       uint32_t shadowCount, uint32_t flags);
-/* Reads the shadow of the inserted card. shadow [out]. */
+/* Smart cards. The reader is the directory of QELVOARC_SC_READER, its cards are files that
+ * orvena-card(1) makes and inserts, one at a time. Every QSC* call but QSCIsLibLoaded needs
+ * QInitialize and works on the inserted card; it answers, in this order of checks:
+ * Q_ERR_NO_CARD_READER (no reader configured), Q_ERR_NO_CARD (the reader is empty), Q_ERR_FILE
+ * (a damaged card file), Q_ERR_CARD_UNFORMATTED (the card has no PIN yet), then for the PIN:
+ * Q_ERR_PIN_ABSENT (NULL or empty), Q_ERR_PIN_LENGTH (not 8 characters),
+ * Q_ERR_PIN_CHARACTERS (not all digits), none of which costs a try. A card allows 3 wrong PINs
+ * in a row: each answers Q_ERR_CARD_PIN_WRONG and takes a try (QSmartCardInfo.pinCounterScr);
+ * the right PIN gives them back. The last wrong PIN, and every call after it, answers
+ * Q_ERR_PIN_ABSENT: the card is locked until orvena-card's factory reset. The PIN may be
+ * changed once (pinCounterMm), then QSmartCardInfo.pinLocked is set. The shadow is kept
+ * encrypted under a key derived from the PIN, so a copy of the card file is useless without
+ * it. */
+
+/* Reads the shadow of the inserted card. shadow [out]. Q_ERR_CARD_NO_SHADOW when it holds
+ * none. */
 QELVOARC_API uint32_t QSCReadShadow(const char *pin, QSmartCardShadow *shadow, uint32_t flags);
 /* Writes a shadow to the inserted card. overwrite: 1 to replace a recorded shadow, else
  * Q_ERR_CARD_HAS_SHADOW (1092). */
 QELVOARC_API uint32_t QSCWriteShadow(const QSmartCardShadow *shadow, const char *pin,
                                      uint32_t overwrite, uint32_t flags);
-/* Changes the card PIN (8 digits each). */
+/* Changes the card PIN (8 digits each; the new one is checked first). Q_ERR_CARD_PIN_CHANGES,
+ * without costing a try, when the card allows no more changes. The shadow stays readable
+ * under the new PIN only. */
 QELVOARC_API uint32_t QSCChangePIN(const char *currentPin, const char *newPin, uint32_t flags);
-/* Erases the card's shadow and label. */
+/* Erases the card's shadow and label; the PIN and its counters stay. */
 QELVOARC_API uint32_t QSCErase(const char *pin, uint32_t flags);
-/* info [out]: the inserted card's description. */
+/* info [out]: the inserted card's description; no PIN needed. The PIN fields are 0 on an
+ * unformatted card. */
 QELVOARC_API uint32_t QSCGetInfo(QSmartCardInfo *info, uint32_t flags);
-/* label [out]: Q_SC_LABEL_SIZE bytes. */
+/* label [out]: Q_SC_LABEL_SIZE bytes, NUL-filled after the label. */
 QELVOARC_API uint32_t QSCGetLabel(const char *pin, char *label, uint32_t flags);
-/* label: at most 32 characters. */
+/* label: at most 32 characters (else Q_ERR_INVALID_LENGTH). */
 QELVOARC_API uint32_t QSCSetLabel(const char *pin, const char *label, uint32_t flags);
-/* Non-zero when a smart-card reader is configured (environment variable QELVOARC_SC_READER). */
+/* Non-zero when a smart-card reader is configured: QELVOARC_SC_READER names an existing
+ * directory. */
 QELVOARC_API uint32_t QSCIsLibLoaded(void);
 /* Generates (svmk NULL) or re-splits an SVMK into n shadows, any m of which recover it.
  * version: 1 or 2. shadows [out]: n entries of a Q_SVMK_MAX_SHADOWS array. */
@@ -1629,7 +1648,7 @@ QELVOARC_API uint32_t QByteArray2Base64(const uint8_t *data, uint32_t length, ch
 
 #define Q_OK 0u
 #define Q_ERR_INTERNAL 1000u
-#define Q_ERR_PIN_ABSENT 1001u
+#define Q_ERR_PIN_ABSENT 1001u /* also: the card is locked (its PIN retry counter is 0) */
 #define Q_ERR_INVALID_PARAMETER 1002u
 #define Q_ERR_INVALID_HANDLE 1003u
 #define Q_ERR_NOT_SUPPORTED 1004u
@@ -1666,7 +1685,13 @@ QELVOARC_API uint32_t QByteArray2Base64(const uint8_t *data, uint32_t length, ch
 #define Q_ERR_NOT_FOUND_HSM 1035u
 #define Q_ERR_KCV_RETRY 1052u
 #define Q_ERR_PIN_CHARACTERS 1089u
+#define Q_ERR_NO_CARD 1090u /* no card inserted in the reader */
+#define Q_ERR_CARD_UNFORMATTED 1091u
 #define Q_ERR_CARD_HAS_SHADOW 1092u
+#define Q_ERR_CARD_PIN_WRONG 1093u   /* a retry less; the last one answers Q_ERR_PIN_ABSENT */
+#define Q_ERR_CARD_PIN_CHANGES 1094u /* the card's PIN is locked against changes */
+#define Q_ERR_NO_CARD_READER 1095u   /* QELVOARC_SC_READER unset or not a directory */
+#define Q_ERR_CARD_NO_SHADOW 1096u
 #define Q_ERR_KCV_MISMATCH 1100u
 #define Q_ERR_NOT_EXPORTABLE 1101u
 #define Q_ERR_WRONG_OBJECT_TYPE 1102u

@@ -187,27 +187,6 @@ uint32_t QNSAuthSetState(QSessionHandle, uint32_t, uint32_t, const QSmartCardSha
                          uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
-uint32_t QSCReadShadow(const char *, QSmartCardShadow *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QSCWriteShadow(const QSmartCardShadow *, const char *, uint32_t, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QSCChangePIN(const char *, const char *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QSCErase(const char *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QSCGetInfo(QSmartCardInfo *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QSCGetLabel(const char *, char *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QSCSetLabel(const char *, const char *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
 uint32_t QGenerateSVMK(QSessionHandle, uint32_t, const uint8_t *, uint8_t, uint8_t,
                        QSmartCardShadow *, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;

@@ -124,7 +124,6 @@ TEST(UnservedFunctions, AnswerNotSupportedWithoutTouchingArguments) {
     EXPECT_EQ(QSPBCalculateObjectId("12345678", "SPB01", 1, objectId, 0), Q_ERR_NOT_SUPPORTED);
     EXPECT_STREQ(objectId, "untouched");
     EXPECT_EQ(QBchainEd2X(1, "ed", "x", 0, 0), Q_ERR_NOT_SUPPORTED);
-    EXPECT_EQ(QSCIsLibLoaded(), 0u);
     uint32_t version[4] = {};
     EXPECT_EQ(QVersion(0, &version[0], &version[1], &version[2], &version[3]), Q_OK);
     EXPECT_GE(version[0] * 1000 + version[1], 4014u);
