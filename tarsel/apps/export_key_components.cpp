@@ -104,8 +104,8 @@ bool IsDesFamily(uint32_t algorithm) {
 void ShowComponent(QSessionHandle session, const MenuItem &item, const char *name,
                    const Components &components, int part) {
     PrintKeyEntryHeading(item, name, components.exportable);
-    OutPrintf("%s %d %s\n\n", "Custodian of Key material Part", part,
-              ": ENTER when alone at the console.");
+    OutPrintf("%s %d%s\n\n", "Custodian of Key material Part", part,
+              ", press ENTER when alone at the console.");
     NextCustodian(session);
     PrintKeyEntryHeading(item, name, components.exportable);
     OutPrintf("%s %d (%d %s) :\n\n", "Key material Part", part,
