@@ -150,4 +150,27 @@ Status ComputeCheckValue(uint32_t algorithm, pb::CheckValueFormat format, std::s
     return CmacOfZeroBlock(name, aes, 16, out);
 }
 
+Status DesFamilyEcb(std::string_view key, bool encrypt, std::string_view in, std::string *out) {
+    if ((key.size() != 8 && key.size() != 16 && key.size() != 24) || in.size() % 8 != 0)
+        return ERR_INVALID_LENGTH;
+    WipedString des(ToThreeKeyDes(key));
+    std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> ctx(EVP_CIPHER_CTX_new(),
+                                                                        &EVP_CIPHER_CTX_free);
+    std::string result(in.size(), '\0');
+    int length = 0;
+    if (!ctx ||
+        EVP_CipherInit_ex(ctx.get(), EVP_des_ede3_ecb(), nullptr, des.bytes(), nullptr,
+                          encrypt ? 1 : 0) != 1 ||
+        EVP_CIPHER_CTX_set_padding(ctx.get(), 0) != 1 ||
+        EVP_CipherUpdate(ctx.get(), reinterpret_cast<unsigned char *>(result.data()), &length,
+                         reinterpret_cast<const unsigned char *>(in.data()),
+                         static_cast<int>(in.size())) != 1 ||
+        static_cast<size_t>(length) != in.size()) {
+        OPENSSL_cleanse(result.data(), result.size());
+        return ERR_INTERNAL;
+    }
+    *out = std::move(result);
+    return OK;
+}
+
 }  // namespace wire

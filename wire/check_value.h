@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "constants.pb.h"
@@ -29,5 +30,11 @@ uint32_t SymmetricKeyLength(uint32_t algorithm);
 // when OpenSSL fails.
 [[nodiscard]] Status ComputeCheckValue(uint32_t algorithm, pb::CheckValueFormat format,
                                        std::string_view key, CheckValue *out);
+
+// `in` (whole 8-byte blocks) through DES or 3DES in ECB mode under a key of 8, 16 or 24
+// bytes, encrypting or decrypting into *out. Returns OK, ERR_INVALID_LENGTH for a key or data
+// of another length, or ERR_INTERNAL when OpenSSL fails.
+[[nodiscard]] Status DesFamilyEcb(std::string_view key, bool encrypt, std::string_view in,
+                                  std::string *out);
 
 }  // namespace wire

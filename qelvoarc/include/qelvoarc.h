@@ -1270,15 +1270,28 @@ QELVOARC_STATIC_ASSERT(sizeof(QEftAesComponentRecord) == 103, "EFT AES component
  * nothing. DES-family keys are never exportable; AES keys take the record's attribute word. */
 QELVOARC_API uint32_t QEFTImportKey(QSessionHandle session, const char *keyName, uint32_t algorithm,
                                     const void *record, uint32_t format);
-/* Exports a key as clear components into a component record of its algorithm. record/length
- * [in,out]. */
+/* Exports an exportable DES-family key as `parts` (2 or 3) random clear components whose XOR
+ * is the key, into a QEftComponentRecord: each component in the first key-length bytes of its
+ * slot with its KCV, and the whole key's KCV. A 2-part export leaves component 3 all zero
+ * with its KCV (8C A6 4D), so the record imports back as it is with QEFTImportKey.
+ * record/length [in,out]: at least 84 bytes. Q_ERR_NOT_EXPORTABLE, Q_ERR_KEY_BLOCKED;
+ * Q_ERR_BAD_ALGORITHM for a key of another family. flags: 0. */
 QELVOARC_API uint32_t QEFTExportKey(QSessionHandle session, const char *keyName, uint32_t parts,
                                     void *record, uint32_t *length, uint32_t flags);
-/* Exports a zone PIN key under a key-encryption key. out/outLength [in,out]. */
+/* Exports an exportable DES-family key (a zone PIN key, or any other) encrypted in ECB mode
+ * under the DES-family key-encryption key kekName of the partition. out/outLength [in,out]:
+ * the encrypted key (the key's length), then the classic 3-byte KCV of the clear key.
+ * Q_ERR_NOT_EXPORTABLE; Q_ERR_KEK_TOO_WEAK when the KEK is shorter than the key;
+ * Q_ERR_BAD_ALGORITHM when either is not DES or 3DES; Q_ERR_KEY_BLOCKED. flags: 0. */
 QELVOARC_API uint32_t QEFTExportZPK(QSessionHandle session, const char *kekName,
                                     const char *zpkName, uint8_t *out, uint32_t *outLength,
                                     uint32_t flags);
-/* Imports a key wrapped under a key-encryption key of the partition. */
+/* Imports a DES-family key of `algorithm` (1..3) encrypted in ECB mode under the DES-family
+ * key-encryption key kekName of the partition. wrapped: the encrypted key (the algorithm's key
+ * length), then the classic 3-byte KCV of the clear key, as QEFTExportZPK writes them;
+ * wrappedLength: key length + 3. The HSM refuses a KCV that does not match the decrypted key
+ * with Q_ERR_KCV_MISMATCH, storing nothing; Q_ERR_KEK_TOO_WEAK when the KEK is shorter than
+ * the key. The new key is never exportable. flags: 0. */
 QELVOARC_API uint32_t QEFTKeKImport(QSessionHandle session, const char *kekName,
                                     const char *keyName, uint32_t algorithm, const uint8_t *wrapped,
                                     uint32_t wrappedLength, uint32_t flags);
@@ -1291,7 +1304,11 @@ QELVOARC_API uint32_t QEFTImportTR31(QSessionHandle session, const char *kbpkNam
 QELVOARC_API uint32_t QEFTExportTR31(QSessionHandle session, const char *kbpkName,
                                      const char *keyName, const char *header, char **keyBlock,
                                      uint32_t *keyBlockLength, uint32_t flags);
-/* Exports an AES key as 2 or 3 clear components. record [out]: QEftAesComponentRecord. */
+/* Exports an exportable AES key as `parts` (2 or 3) random clear components whose XOR is the
+ * key. record [out]: the key's attribute word, the components in the first key-length bytes
+ * of their slots (component 3 all zero for 2 parts) and the whole key's check value in
+ * `format` (Q_KCV_FORMAT_*); the components' own check values are computed offline
+ * (QEFTGenKCVOffline). Refusals as QEFTExportKey. flags: 0. */
 QELVOARC_API uint32_t QEFTExportAESKeyParts(QSessionHandle session, const char *keyName,
                                             uint32_t parts, uint32_t format,
                                             QEftAesComponentRecord *record, uint32_t flags);
@@ -1310,7 +1327,11 @@ QELVOARC_API uint32_t QEFTGenKCVOffline(uint32_t format, uint32_t algorithm, con
 /* The check value of a key of the partition. format: Q_KCV_FORMAT_*. kcv/kcvLength [in,out]. */
 QELVOARC_API uint32_t QEFTGetKcv(QSessionHandle session, const char *keyName, uint32_t format,
                                  uint8_t *kcv, uint32_t *kcvLength, uint32_t flags);
-/* Computes a CVV. cvv [out]: 3 digits and the terminator (4 bytes). */
+/* Computes a Visa CVV (also CVC, CSC) with the double-length DES key (3DES 112) keyName.
+ * pan: 12 to 19 digits; expirationDate: YYMM; serviceCode: 3 digits; the HSM checks them and
+ * refuses with Q_ERR_BAD_PAN, Q_ERR_BAD_EXPIRATION_DATE or Q_ERR_BAD_SERVICE_CODE. Another
+ * kind of key gives Q_ERR_BAD_ALGORITHM. cvv [out]: 3 digits and the terminator (4 bytes).
+ * flags: 0. */
 QELVOARC_API uint32_t QGenerateCVV(QSessionHandle session, const char *keyName, const char *pan,
                                    const char *expirationDate, const char *serviceCode, char *cvv,
                                    uint32_t flags);
@@ -1710,6 +1731,11 @@ QELVOARC_API uint32_t QByteArray2Base64(const uint8_t *data, uint32_t length, ch
 #define Q_ERR_BACKUP_DAMAGED 1152u  /* QBackupData restore: truncated or altered file */
 #define Q_ERR_BACKUP_VERSION 1153u  /* QBackupData restore: a newer format than the HSM's */
 #define Q_ERR_NOT_A_BACKUP 1154u    /* QBackupData restore: not a backup file */
+/* QGenerateCVV refuses the card data; QEFTExportZPK and QEFTKeKImport a short KEK. */
+#define Q_ERR_BAD_PAN 1170u
+#define Q_ERR_BAD_EXPIRATION_DATE 1171u
+#define Q_ERR_BAD_SERVICE_CODE 1172u
+#define Q_ERR_KEK_TOO_WEAK 1173u
 #define Q_ERR_NO_MEMORY 2002u
 #define Q_ERR_PASSWORD_EXPIRED 5178u
 

@@ -96,31 +96,12 @@ uint32_t QOSBindHSM(QSessionHandle, const char *, uint32_t) {
 uint32_t QOSUnbindHSM(QSessionHandle, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
-uint32_t QEFTExportKey(QSessionHandle, const char *, uint32_t, void *, uint32_t *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QEFTExportZPK(QSessionHandle, const char *, const char *, uint8_t *, uint32_t *,
-                       uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QEFTKeKImport(QSessionHandle, const char *, const char *, uint32_t, const uint8_t *,
-                       uint32_t, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
 uint32_t QEFTImportTR31(QSessionHandle, const char *, const char *, const char *, uint32_t,
                         uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
 uint32_t QEFTExportTR31(QSessionHandle, const char *, const char *, const char *, char **,
                         uint32_t *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QEFTExportAESKeyParts(QSessionHandle, const char *, uint32_t, uint32_t,
-                               QEftAesComponentRecord *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QGenerateCVV(QSessionHandle, const char *, const char *, const char *, const char *,
-                      char *, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
 uint32_t QGenerateEMV_CSREx(QSessionHandle, uint32_t, const char *, const uint8_t *,

@@ -68,6 +68,14 @@ wire::Status ToWireStatus(Result result) {
             return wire::ERR_KEY_BLOCKED;
         case Result::kBadCertificate:
             return wire::ERR_BAD_CERTIFICATE;
+        case Result::kBadPan:
+            return wire::ERR_BAD_PAN;
+        case Result::kBadExpirationDate:
+            return wire::ERR_BAD_EXPIRATION_DATE;
+        case Result::kBadServiceCode:
+            return wire::ERR_BAD_SERVICE_CODE;
+        case Result::kKekTooWeak:
+            return wire::ERR_KEK_TOO_WEAK;
         case Result::kUpackMalformed:
             return wire::ERR_UPACK_MALFORMED;
         case Result::kUpackBadSignature:

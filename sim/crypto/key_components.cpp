@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "crypto/key_algorithm.h"
 #include "crypto/key_generator.h"
 
 namespace sim {
@@ -56,6 +57,30 @@ Result JoinKeyComponents(uint32_t algorithm, const KeyComponents &components, Se
     if (!Matches(algorithm, format, joined.view(), components.keyCheckValue))
         return Result::kKcvMismatch;
     *key = std::move(joined);
+    return Result::kOk;
+}
+
+Result SplitKeyComponents(uint32_t algorithm, std::string_view key, size_t parts,
+                          std::vector<SecretBytes> *components) {
+    components->clear();
+    const KeyAlgorithm *spec = FindKeyAlgorithm(algorithm);
+    if (spec == nullptr || (!wire::IsDesFamily(algorithm) && !wire::IsAes(algorithm)))
+        return Result::kBadAlgorithm;
+    if (key.size() != spec->length) return Result::kInvalidLength;
+    if (parts < 2 || parts > kKeyComponentCount) return Result::kInvalidParameter;
+    SecretBytes last{std::string(key)};
+    for (size_t i = 0; i + 1 < parts; ++i) {
+        KeyMaterial random;
+        if (Result r = GenerateKeyMaterial(*spec, 0, &random); r != Result::kOk) {
+            components->clear();
+            return r;
+        }
+        XorInto(last.mutable_bytes(), random.secret.view());
+        components->push_back(std::move(random.secret));
+    }
+    components->push_back(std::move(last));
+    while (components->size() < kKeyComponentCount)
+        components->emplace_back(std::string(key.size(), '\0'));
     return Result::kOk;
 }
 

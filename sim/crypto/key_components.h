@@ -27,4 +27,11 @@ struct KeyComponents {
 // or kKcvMismatch and then leaves *key as it was.
 Result JoinKeyComponents(uint32_t algorithm, const KeyComponents &components, SecretBytes *key);
 
+// Splits `key` of `algorithm` (DES, 3DES or AES) into `parts` (2 or 3) random components whose
+// XOR is the key, then pads *components with all-zero ones up to kKeyComponentCount. Random
+// DES-family components have parity. Fails with kBadAlgorithm, kInvalidLength,
+// kInvalidParameter (parts) or kInternal, and then leaves *components empty.
+Result SplitKeyComponents(uint32_t algorithm, std::string_view key, size_t parts,
+                          std::vector<SecretBytes> *components);
+
 }  // namespace sim

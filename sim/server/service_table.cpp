@@ -2,6 +2,7 @@
 
 #include "service/access_token_service.h"
 #include "service/backup_service.h"
+#include "service/eft_key_service.h"
 #include "service/firmware_service.h"
 #include "service/hsm_status_service.h"
 #include "service/information_service.h"
@@ -35,6 +36,7 @@ const DispatchTable &ServiceTable() {
         RegisterKeyService(services);
         RegisterObjectService(services);
         RegisterKeyExportService(services);
+        RegisterEftKeyService(services);
         RegisterPkcs11MapDetails(services);
         RegisterHsmStatusService(services);
         RegisterMachineService(services);

@@ -9,14 +9,13 @@
 #include "crypto/key_generator.h"
 #include "service/certificate_service.h"
 #include "service/object_info.h"
+#include "service/partition_keys.h"
 
 namespace sim {
 
 namespace {
 
 constexpr uint32_t kKnownFlags = pb::KEY_EXPORTABLE | pb::KEY_RSA_EXPONENT_3 | pb::KEY_BLOCKCHAIN;
-
-enum class KeyOrigin { kGenerated, kImported };
 
 bool In(uint32_t value, std::initializer_list<uint32_t> set) {
     return std::find(set.begin(), set.end(), value) != set.end();
@@ -44,40 +43,6 @@ Result CheckAttributes(const KeyAlgorithm &algorithm, uint32_t attributes) {
         algorithm.id != pb::ALG_ED25519)
         return Result::kInvalidParameter;
     return Result::kOk;
-}
-
-Result StoreKey(Call &call, const std::string &name, const KeyAlgorithm &algorithm,
-                uint32_t attributes, const KeyMaterial &material, KeyOrigin origin,
-                const std::string &event, pb::ObjectInfo *info) {
-    HsmContext &hsm = call.hsm;
-    StoredObject object;
-    object.owner = call.session().user;
-    object.name = name;
-    object.kind = ObjectKind::kKey;
-    object.algorithm = algorithm.id;
-    object.attributes = attributes;
-    object.length = algorithm.length;
-    object.sealed = hsm.masterKey.Seal(material.secret.view(), SealingContext(object.owner, name));
-    object.publicExponent = material.publicExponent;
-    object.generated = origin == KeyOrigin::kGenerated;
-    if (Result r = hsm.keys.Insert(call.actor(), &object, event + ": " + name); r != Result::kOk)
-        return r;
-    DescribeObject(hsm.keys, object, info);
-    return Result::kOk;
-}
-
-// The clear material of a key of the caller's partition.
-Result OpenKey(Call &call, const std::string &name, StoredObject *object, SecretBytes *material) {
-    std::optional<StoredObject> found = call.hsm.keys.Find(call.session().user, name, true);
-    if (!found) return Result::kNotFound;
-    if (found->kind != ObjectKind::kKey) return Result::kWrongObjectType;
-    if (Result r = UnsealMaterial(call.hsm.masterKey, *found, material); r != Result::kOk) return r;
-    *object = std::move(*found);
-    return Result::kOk;
-}
-
-std::string AlgorithmNote(const char *what, const KeyAlgorithm &algorithm) {
-    return std::string(what) + " (algorithm " + std::to_string(algorithm.id) + ")";
 }
 
 Result HandleGenerateKey(Call &call, const pb::GenerateKey &request, pb::GenerateKeyReply *reply) {

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "apps/ceremony_steps.h"
 #include "apps/key_component_entry.h"
 #include "console/pickers.h"
 #include "console/prompts.h"
@@ -9,14 +10,9 @@
 #include "device/secret.h"
 #include "keys/key_attributes.h"
 #include "keys/key_generation.h"
-#include "keys/key_summary.h"
 
 namespace {
 
-constexpr int32_t kFamilyDes = 0;
-constexpr int32_t kFamilyTripleDes = 1;
-constexpr int32_t kFamilyAes = 2;
-constexpr uint32_t kCancelledChoice = 5;
 constexpr size_t kComponentKcvLength = 3;
 
 // The check value of an all-zero DES component: a two-part ceremony sends that as its third
@@ -36,35 +32,6 @@ void PrintCeremonyWarning() {
     OutPrintf("\n\n");
 }
 
-// Asks the key's name; an empty answer prints the cancellation and returns false.
-bool AskKeyName(char (&name)[kObjectNameSize]) {
-    if (ReadLine("Key Name (HSM) : ", name, sizeof name - 1) == kPromptOk) return true;
-    PrintCancelled();
-    return false;
-}
-
-// Between custodians: a pause, then a keep-alive, since a ceremony can outlast the session's
-// idle time.
-void NextCustodian(QSessionHandle session, bool pause = true) {
-    if (pause) WaitForEnter();
-    QAdmOperation(session, Q_ADM_LIVENESS, nullptr, 0, Q_ADM_LIVENESS_FLAGS);
-}
-
-// Sends the record and describes the new key. The key opened for the summary stays open.
-uint32_t SendComponents(QSessionHandle session, const char *name, uint32_t algorithm,
-                        const void *record, uint32_t format) {
-    uint32_t status = QEFTImportKey(session, name, algorithm, record, format);
-    if (status != 0) {
-        PrintError("Error importing key.", status);
-        return status;
-    }
-    ErrPrintf("\n%s\n\n", "Key imported successfully.");
-    QKeyHandle key = 0;
-    QGetUserKey(session, name, Q_KEY_OPEN_DEFAULT, &key);
-    ShowKeySummary(key, name);
-    return 0;
-}
-
 // The DES and 3DES ceremonies; the size question comes only with 3DES.
 uint32_t ImportDesFamilyComponents(QSessionHandle session, const MenuItem &item, bool tripleDes,
                                    bool twoParts) {
@@ -73,7 +40,7 @@ uint32_t ImportDesFamilyComponents(QSessionHandle session, const MenuItem &item,
     PrintActionHeading(item);
     PrintCeremonyWarning();
     char name[kObjectNameSize] = {};
-    if (!AskKeyName(name)) return kPromptCancelled;
+    if (!ReadLineOrCancel("Key Name (HSM) : ", name, sizeof name)) return kPromptCancelled;
     uint32_t algorithm = Q_ALG_DES;
     if (tripleDes) {
         OutPrintf("\n");
@@ -101,7 +68,7 @@ uint32_t ImportDesFamilyComponents(QSessionHandle session, const MenuItem &item,
     if (EnterFinalCheckValue(item, r.keyKcv, sizeof r.keyKcv, name, false) != 0) {
         return kPromptCancelled;
     }
-    return SendComponents(session, name, algorithm, &r, 0);
+    return ReportImportedKey(session, name, QEFTImportKey(session, name, algorithm, &r, 0));
 }
 
 uint32_t ImportAesComponents(QSessionHandle session, const MenuItem &item) {
@@ -110,7 +77,7 @@ uint32_t ImportAesComponents(QSessionHandle session, const MenuItem &item) {
     PrintActionHeading(item);
     PrintCeremonyWarning();
     char name[kObjectNameSize] = {};
-    if (!AskKeyName(name)) return kPromptCancelled;
+    if (!ReadLineOrCancel("Key Name (HSM) : ", name, sizeof name)) return kPromptCancelled;
     int32_t algorithm = 0;
     if (!PickAesSize(&algorithm)) return kCancelledChoice;
     uint32_t attributes = 0;
@@ -135,19 +102,17 @@ uint32_t ImportAesComponents(QSessionHandle session, const MenuItem &item) {
     if (EnterFinalCheckValue(item, r.keyKcv, sizeof r.keyKcv, name, exportable) != 0) {
         return kPromptCancelled;
     }
-    return SendComponents(session, name, static_cast<uint32_t>(algorithm), &r,
-                          cmac ? Q_KCV_FORMAT_CMAC : Q_KCV_FORMAT_KCV);
+    return ReportImportedKey(session, name,
+                             QEFTImportKey(session, name, static_cast<uint32_t>(algorithm), &r,
+                                           cmac ? Q_KCV_FORMAT_CMAC : Q_KCV_FORMAT_KCV));
 }
-
-constexpr OptionItem<int32_t> kFamilies[] = {
-    {"DES", kFamilyDes}, {"3DES", kFamilyTripleDes}, {"AES", kFamilyAes}};
 
 }  // namespace
 
 int32_t ImportKeyComponentsAction(QSessionHandle session, const MenuItem &item) {
     PrintActionHeading(item);
     int32_t family = 0;
-    if (!ChooseFromTable("Option", kFamilies, &family)) return kCancelledChoice;
+    if (!ChooseKeyFamily(true, &family)) return kCancelledChoice;
     if (family == kFamilyAes) return static_cast<int32_t>(ImportAesComponents(session, item));
     const bool twoParts = AskYesNo("Use 2 parts (y/[n]) :", 0) == 1;
     return static_cast<int32_t>(

@@ -29,6 +29,10 @@ inline constexpr int kDumpFileOnly = 4;
 // not terminated: pass a zeroed buffer one byte longer than the longest accepted value.
 uint32_t ReadLine(const char *prompt, char *buffer, size_t capacity);
 
+// ReadLine into a zeroed buffer of `size` bytes, so the value stays terminated. An empty line
+// prints the cancellation and returns false.
+bool ReadLineOrCancel(const char *prompt, char *buffer, size_t size);
+
 // As ReadLine, refusing (2) more than `maxChars` bytes. With `showBounds` the prompt is
 // "<label> [min-max chars]: "; the minimum is shown, not enforced.
 // REQUIRES: buffer holds maxChars + 1 bytes.

@@ -41,6 +41,12 @@ uint32_t ReadLine(const char *prompt, char *buffer, size_t capacity) {
     return kPromptOk;
 }
 
+bool ReadLineOrCancel(const char *prompt, char *buffer, size_t size) {
+    if (ReadLine(prompt, buffer, size - 1) == kPromptOk) return true;
+    PrintCancelled();
+    return false;
+}
+
 uint32_t ReadBoundedText(const char *label, char *buffer, size_t maxChars, size_t minChars,
                          bool showBounds) {
     if (showBounds) {

@@ -87,9 +87,9 @@ class KeysConsole {
         console_.Expect("Option : ");
     }
 
-    // Not exportable, no usage profile.
-    void DefaultAttributes() {
-        Answer("Exportable (y/[n]):", "\n");
+    // No usage profile; not exportable unless asked.
+    void DefaultAttributes(bool exportable = false) {
+        Answer("Exportable (y/[n]):", exportable ? "y\n" : "\n");
         Answer("Define an Usage Profile (y/[n]):", "\n");
     }
 
@@ -121,21 +121,22 @@ class KeysConsole {
 
     // Clear-text import of a DES-family, AES or other key with ENTER at every attribute.
     void ImportClearKey(const std::string &choice, const std::string &sizeChoice,
-                        const std::string &name, const std::string &hex) {
+                        const std::string &name, const std::string &hex, bool exportable = false) {
         Open("Import...", "Keys/Objects - Import\n\n");
         Open("Symmetric Keys", "Keys/Objects - Import - Symmetric Keys\n\n");
         Choose("Clear Text Key", "Keys/Objects - Import - Symmetric Keys - Clear Text Key\n\n");
         Answer("Option : ", choice + "\n");
         Answer("Key Name (HSM) : ", name + "\n");
         if (!sizeChoice.empty()) Answer("Option : ", sizeChoice + "\n");
-        DefaultAttributes();
+        DefaultAttributes(exportable);
         Answer("hexadecimal characters) :\n\n", hex + "\n");
     }
 
     // A clear-text import that must succeed, back at the main menu.
     void ImportedClearKey(const std::string &choice, const std::string &sizeChoice,
-                          const std::string &name, const std::string &hex) {
-        ImportClearKey(choice, sizeChoice, name, hex);
+                          const std::string &name, const std::string &hex,
+                          bool exportable = false) {
+        ImportClearKey(choice, sizeChoice, name, hex, exportable);
         console_.Expect("Key imported successfully.");
         Leave(2);
     }

@@ -48,6 +48,7 @@ const std::set<std::string> kSecretFields = {
     "wire.pb.SetHashKey.key",
     "wire.pb.StartBackup.password",
     "wire.pb.StartRestore.password",
+    "wire.pb.ExportKeyComponentsReply.components",
 };
 
 // Names that sound secret and are not: key names, check values (they prove a key, never
@@ -57,6 +58,10 @@ const std::set<std::string> kPublicLookalikes = {
     "wire.pb.CreatePkcs11Map.key_name",
     "wire.pb.ImportKeyComponents.component_check_values",
     "wire.pb.ImportKeyComponents.key_check_value",
+    "wire.pb.ImportKeyUnderKek.key_check_value",
+    "wire.pb.ExportKeyUnderKekReply.key_check_value",
+    "wire.pb.ExportKeyComponentsReply.component_check_values",
+    "wire.pb.ExportKeyComponentsReply.key_check_value",
     "wire.pb.AccessTokenInfo.key",
     "wire.pb.GetHsmStatusReply.tp_key",  // the id of the HSM's public TLS key
 };

@@ -1,6 +1,9 @@
 // Menus under "HSM" for its applications: SPB, EFT, safe keeping, smart cards, blockchain
 // and tests.
+#include "apps/cvv.h"
+#include "apps/export_key_components.h"
 #include "apps/import_key_components.h"
+#include "apps/kek_key_exchange.h"
 #include "apps/test_actions.h"
 #include "console/menus/menu_table.h"
 
@@ -25,7 +28,7 @@ constexpr MenuEntry kSpbItems[] = {
 
 constexpr MenuEntry kEftImportKeyItems[] = {
     Title(0, ""),
-    Action(0, "With KEK DES/3DES", kAnyone, NotAvailableAction),
+    Action(0, "With KEK DES/3DES", kAnyone, ImportKeyWithKekAction),
     Action(0, "Key Components", kAnyone, ImportKeyComponentsAction),
 };
 constexpr MenuDefinition kEftImportKeyMenu =
@@ -33,8 +36,8 @@ constexpr MenuDefinition kEftImportKeyMenu =
 
 constexpr MenuEntry kEftExportKeyItems[] = {
     Title(0, ""),
-    Action(0, "With KEK DES/3DES", kAnyone, NotAvailableAction),
-    Action(0, "Key Components", kAnyone, NotAvailableAction),
+    Action(0, "With KEK DES/3DES", kAnyone, ExportKeyWithKekAction),
+    Action(0, "Key Components", kAnyone, ExportKeyComponentsAction),
 };
 constexpr MenuDefinition kEftExportKeyMenu =
     DefineMenu("HSM - EFT - Export Key", kEftExportKeyItems);
@@ -81,7 +84,7 @@ constexpr MenuEntry kTestsItems[] = {
     Action(0, "RNG", kAnyone, GetRandomBytes),
     Action(0, "Hashing", kAnyone, NotAvailableAction),
     Action(0, "XML", kAnyone, NotAvailableAction),
-    Action(0, "CVV", kAnyone, NotAvailableAction),
+    Action(0, "CVV", kAnyone, CvvAction),
     Action(0, "PKCS#7", kAnyone, NotAvailableAction),
     Action(0, "OATH check", kAnyone, NotAvailableAction),
     Action(0, "SVault", kAnyone, NotAvailableAction),
