@@ -126,6 +126,7 @@ void PublishSessionState(const ConnectionState &conn, const ConnectionLimits &li
                          ConnectionWatch &watch) {
     const bool open = conn.session != nullptr;
     if (watch.sessionOpen.exchange(open) == open) return;
+    watch.session = conn.session;
     watch.deadline = open ? 0 : DeadlineAfter(limits.loginSeconds);
 }
 

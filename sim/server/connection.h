@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
 #include "envelope.pb.h"
 #include "framing.h"
@@ -36,6 +37,9 @@ struct ConnectionWatch {
     // shuts the socket down once it has passed.
     std::atomic<int64_t> deadline{0};
     std::atomic<bool> sessionOpen{false};
+    // The connection's session while one is open: after a restore the server ends every
+    // connection whose session the restore ended, instead of waiting for its next request.
+    std::atomic<std::shared_ptr<const Session>> session;
 };
 
 // Runs on the connection's own thread with blocking I/O. Does not close `fd` (the server

@@ -19,6 +19,11 @@ constexpr int kListenBacklog = 512;
 constexpr int kOutOfDescriptorsPauseMs = 50;
 constexpr int kWatchdogPeriodMs = 200;
 
+bool SessionEnded(const ConnectionWatch &watch) {
+    const std::shared_ptr<const Session> session = watch.session;
+    return session != nullptr && session->ended;
+}
+
 [[noreturn]] void ThrowErrno(const char *what) {
     throw std::system_error(errno, std::generic_category(), what);
 }
@@ -125,9 +130,11 @@ void Server::Watchdog() {
         const int64_t now = SteadyNanos();
         std::lock_guard lock(mutex_);
         ReapFinishedLocked();
+        const bool restored = hsm_.backups.RestartRequired();
         for (Connection &conn : connections_) {
             const int64_t deadline = conn.watch.deadline;
-            if (conn.fd >= 0 && !conn.cutOff && deadline != 0 && now > deadline) {
+            if (conn.fd >= 0 && !conn.cutOff &&
+                ((deadline != 0 && now > deadline) || (restored && SessionEnded(conn.watch)))) {
                 ::shutdown(conn.fd, SHUT_RDWR);
                 conn.cutOff = true;
             }
