@@ -42,7 +42,9 @@ TEST(SimLimits, DescriptorsComeBackOnceClientsLeaveEvenAfterTheTableFilled) {
     }
     const Clock::time_point start = Clock::now();
     bool served = false;
-    while (!served && SecondsSince(start) < 10)
+    // A bound for a hang, not a speed: under sanitizers on a loaded machine the simulator
+    // takes seconds to notice a hundred clients leave.
+    while (!served && SecondsSince(start) < 60)
         served = LogsIn(sim);
     EXPECT_TRUE(served) << "the simulator never served again";
 }
