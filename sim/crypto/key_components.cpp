@@ -63,15 +63,15 @@ Result JoinKeyComponents(uint32_t algorithm, const KeyComponents &components, Se
 Result SplitKeyComponents(uint32_t algorithm, std::string_view key, size_t parts,
                           std::vector<SecretBytes> *components) {
     components->clear();
-    const KeyAlgorithm *spec = FindKeyAlgorithm(algorithm);
-    if (spec == nullptr || (!wire::IsDesFamily(algorithm) && !wire::IsAes(algorithm)))
+    const KeyAlgorithm *shape = FindKeyAlgorithm(algorithm);
+    if (shape == nullptr || (!wire::IsDesFamily(algorithm) && !wire::IsAes(algorithm)))
         return Result::kBadAlgorithm;
-    if (key.size() != spec->length) return Result::kInvalidLength;
+    if (key.size() != shape->length) return Result::kInvalidLength;
     if (parts < 2 || parts > kKeyComponentCount) return Result::kInvalidParameter;
     SecretBytes last{std::string(key)};
     for (size_t i = 0; i + 1 < parts; ++i) {
         KeyMaterial random;
-        if (Result r = GenerateKeyMaterial(*spec, 0, &random); r != Result::kOk) {
+        if (Result r = GenerateKeyMaterial(*shape, 0, &random); r != Result::kOk) {
             components->clear();
             return r;
         }
