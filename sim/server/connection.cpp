@@ -125,7 +125,7 @@ class RequestPacer {
 void PublishSessionState(const ConnectionState &conn, const ConnectionLimits &limits,
                          ConnectionWatch &watch) {
     const bool open = conn.session != nullptr;
-    if (watch.sessionOpen.exchange(open) == open) return;
+    if ((watch.session.load() != nullptr) == open) return;
     watch.session = conn.session;
     watch.deadline = open ? 0 : DeadlineAfter(limits.loginSeconds);
 }

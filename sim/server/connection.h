@@ -36,9 +36,10 @@ struct ConnectionWatch {
     // Steady-clock nanoseconds by which the step under way must end, 0 when none: the server
     // shuts the socket down once it has passed.
     std::atomic<int64_t> deadline{0};
-    std::atomic<bool> sessionOpen{false};
-    // The connection's session while one is open: after a restore the server ends every
-    // connection whose session the restore ended, instead of waiting for its next request.
+    // The connection's session while one is open, null before login and after logout. The
+    // server counts connections without one, and after a restore ends every connection whose
+    // session the restore ended instead of waiting for its next request. Written only by the
+    // connection's own thread.
     std::atomic<std::shared_ptr<const Session>> session;
 };
 

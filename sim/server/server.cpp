@@ -118,7 +118,7 @@ bool Server::AdmitLocked(in_addr_t peer) const {
     size_t fromPeer = 0;
     for (const Connection &conn : connections_) {
         if (conn.finished) continue;
-        if (!conn.watch.sessionOpen) ++pending;
+        if (conn.watch.session.load() == nullptr) ++pending;
         if (conn.peer == peer) ++fromPeer;
     }
     return (limits_.maxPendingLogins == 0 || pending < limits_.maxPendingLogins) &&
