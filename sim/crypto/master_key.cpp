@@ -48,6 +48,16 @@ SecretBytes ReadKeyFile(int fd) {
     return key;
 }
 
+// Writes `key` as a key file (mode 0600) and syncs it. Throws std::runtime_error.
+void WriteKeyFile(const std::string &path, const SecretBytes &key) {
+    int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    if (fd < 0) throw std::runtime_error("cannot create " + path);
+    bool ok = ::write(fd, key.view().data(), key.size()) == static_cast<ssize_t>(key.size()) &&
+              ::fsync(fd) == 0;
+    ::close(fd);
+    if (!ok) throw std::runtime_error("cannot write " + path);
+}
+
 }  // namespace
 
 MasterKey MasterKey::LoadOrCreate(const std::string &path) {
@@ -67,7 +77,7 @@ MasterKey MasterKey::LoadOrCreate(const std::string &path) {
         throw std::runtime_error("RAND_bytes failed");
     // Written to a private temporary name and linked so no reader sees a partial key.
     std::string temporary = path + ".tmp";
-    WriteFile(temporary, key);
+    WriteKeyFile(temporary, key);
     if (::link(temporary.c_str(), path.c_str()) != 0) {
         ::unlink(temporary.c_str());
         return LoadOrCreate(path);  // another process created it first
@@ -96,15 +106,6 @@ std::optional<SecretBytes> MasterKey::Unwrap(std::string_view keyEncryptionKey,
     std::optional<SecretBytes> key = OpenWith(keyEncryptionKey, wrapped, associated);
     if (key && key->size() != kKeyBytes) return std::nullopt;
     return key;
-}
-
-void MasterKey::WriteFile(const std::string &path, const SecretBytes &key) {
-    int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    if (fd < 0) throw std::runtime_error("cannot create " + path);
-    bool ok = ::write(fd, key.view().data(), key.size()) == static_cast<ssize_t>(key.size()) &&
-              ::fsync(fd) == 0;
-    ::close(fd);
-    if (!ok) throw std::runtime_error("cannot write " + path);
 }
 
 std::string MasterKey::Id() const {

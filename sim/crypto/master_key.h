@@ -32,8 +32,6 @@ class MasterKey {
     // differ or the bytes were altered.
     static std::optional<SecretBytes> Unwrap(std::string_view keyEncryptionKey,
                                              std::string_view wrapped, std::string_view associated);
-    // Writes `key` as a key file (mode 0600) and syncs it. Throws std::runtime_error.
-    static void WriteFile(const std::string &path, const SecretBytes &key);
 
   private:
     explicit MasterKey(SecretBytes key) : key_(std::move(key)) {}

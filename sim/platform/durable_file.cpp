@@ -15,14 +15,17 @@ namespace {
 
 void SyncDirectoryOf(const std::string &path) {
     const size_t slash = path.rfind('/');
-    const std::string dir = slash == std::string::npos ? "." : path.substr(0, slash);
+    SyncDirectory(slash == std::string::npos ? "." : path.substr(0, slash));
+}
+
+}  // namespace
+
+void SyncDirectory(const std::string &dir) {
     int fd = ::open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     bool ok = fd >= 0 && ::fsync(fd) == 0;
     if (fd >= 0) ::close(fd);
     if (!ok) throw std::runtime_error("cannot sync " + dir);
 }
-
-}  // namespace
 
 void WriteFileDurably(const std::string &path, std::string_view bytes) {
     const std::string temporary = path + ".tmp";

@@ -9,6 +9,7 @@
 #include <stdexcept>
 
 #include "crypto/master_key.h"
+#include "platform/durable_file.h"
 #include "store/schema.h"
 
 namespace sim {
@@ -23,15 +24,6 @@ constexpr const char *kRestoredKey = "master.key.restored";
 constexpr const char *kCompanions[] = {"-wal", "-shm", "-journal"};
 // The tables of the network settings: what a restore without them keeps of the HSM's own.
 constexpr const char *kNetworkTables[] = {"network_settings"};
-
-void SyncDirectory(const std::string &dir) {
-    int fd = ::open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0 || ::fsync(fd) != 0) {
-        if (fd >= 0) ::close(fd);
-        throw StoreError("cannot sync " + dir);
-    }
-    ::close(fd);
-}
 
 void RemoveWithCompanions(const std::string &path) {
     ::unlink(path.c_str());
@@ -189,7 +181,7 @@ Result BackupStore::CommitRestore(Actor actor, RestoreTarget &target, const Secr
         return Result::kBackupDamaged;  // SQLite does not take it for a database
     }
     SyncFile(target.path_);
-    MasterKey::WriteFile(dir_ + "/" + kRestoredKey, masterKey);
+    WriteFileDurably(dir_ + "/" + kRestoredKey, masterKey.view());
     if (::rename(target.path_.c_str(), (dir_ + "/" + kRestored).c_str()) != 0)
         throw StoreError("cannot commit the restore");
     target.path_.clear();
