@@ -37,6 +37,8 @@ sigset_t BlockStopSignals() {
 int Run(const sim::DaemonOptions &options) {
     sigset_t stopSignals = BlockStopSignals();
     ::signal(SIGPIPE, SIG_IGN);
+    // A file-size limit then fails the write like a full disk instead of killing the HSM.
+    ::signal(SIGXFSZ, SIG_IGN);
 
     sim::SystemClock clock;
     // Only the daemon's start completes a restore: orvena-simctl may open the directory while

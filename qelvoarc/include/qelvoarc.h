@@ -1724,6 +1724,7 @@ QELVOARC_API uint32_t QByteArray2Base64(const uint8_t *data, uint32_t length, ch
 #define Q_ERR_UPACK_ROLLBACK 1133u
 #define Q_ERR_BLOB_FOREIGN_HSM 1134u
 #define Q_ERR_BLOB_DAMAGED 1135u
+#define Q_ERR_STORAGE_FULL 1140u /* the HSM's disk is full; the operation changed nothing */
 #define Q_ERR_RESTART_REQUIRED                                                              \
     1150u                           /* a restore finished: only liveness, login, logout and \
                                      * information are served until the HSM restarts */

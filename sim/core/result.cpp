@@ -98,6 +98,8 @@ wire::Status ToWireStatus(Result result) {
             return wire::ERR_BACKUP_VERSION;
         case Result::kNotABackup:
             return wire::ERR_NOT_A_BACKUP;
+        case Result::kStorageFull:
+            return wire::ERR_STORAGE_FULL;
     }
     return wire::ERR_INTERNAL;
 }

@@ -56,6 +56,7 @@ enum class [[nodiscard]] Result{
     kBackupDamaged,
     kBackupVersion,
     kNotABackup,
+    kStorageFull,
 };
 
 wire::Status ToWireStatus(Result result);

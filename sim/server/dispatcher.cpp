@@ -7,6 +7,7 @@
 
 #include "secret_fields.h"
 #include "server/request_policy.h"
+#include "store/database.h"
 
 namespace sim {
 
@@ -61,6 +62,11 @@ pb::Response Dispatch(const DispatchTable &table, HsmContext &hsm, ConnectionSta
         if (result == Result::kAccessDenied && session) RecordRefusal(hsm, request, *session);
         if (result == Result::kOk) result = entry->run(call, request, &response);
         if (result == Result::kInternal) LogInternalError(hsm.log, request, session, {});
+    } catch (const StorageFull &e) {
+        // Not a fault of the HSM's: the operator frees room. Still worth a line, without
+        // the request's values.
+        result = Result::kStorageFull;
+        hsm.log.Write("storage full in " + std::string(RequestName(request)) + ": " + e.what());
     } catch (const std::exception &e) {
         result = Result::kInternal;
         LogInternalError(hsm.log, request, session, e.what());

@@ -11,6 +11,7 @@
 #include "crypto/aes_gcm.h"
 #include "crypto/password_hash.h"
 #include "crypto/sha256.h"
+#include "store/database.h"
 
 namespace sim {
 
@@ -125,6 +126,8 @@ void WriteFull(int fd, const unsigned char *bytes, size_t length) {
     while (length > 0) {
         ssize_t n = ::write(fd, bytes, length);
         if (n < 0 && errno == EINTR) continue;
+        if (n < 0 && (errno == ENOSPC || errno == EFBIG || errno == EDQUOT))
+            throw StorageFull("no room for the restored database");
         if (n <= 0) throw std::runtime_error("cannot write the restored database");
         bytes += n;
         length -= static_cast<size_t>(n);

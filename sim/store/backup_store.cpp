@@ -177,6 +177,8 @@ Result BackupStore::CommitRestore(Actor actor, RestoreTarget &target, const Secr
         if (Result r = PrepareRestored(target.path_, file_.path, events_, actor, keepNetwork);
             r != Result::kOk)
             return r;
+    } catch (const StorageFull &) {
+        throw;
     } catch (const StoreError &) {
         return Result::kBackupDamaged;  // SQLite does not take it for a database
     }

@@ -8,7 +8,9 @@ namespace {
 constexpr int kBusyTimeoutMs = 10000;
 
 [[noreturn]] void Fail(sqlite3 *db, const char *what) {
-    throw StoreError(std::string(what) + ": " + (db ? sqlite3_errmsg(db) : "out of memory"));
+    std::string message = std::string(what) + ": " + (db ? sqlite3_errmsg(db) : "out of memory");
+    if (db != nullptr && (sqlite3_errcode(db) & 0xff) == SQLITE_FULL) throw StorageFull(message);
+    throw StoreError(message);
 }
 
 }  // namespace

@@ -18,6 +18,13 @@ class StoreError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// The disk, or the file-size limit, left no room for a write. The change it was part of
+// did not happen; the operator can free room and try again.
+class StorageFull : public StoreError {
+  public:
+    using StoreError::StoreError;
+};
+
 // Where a connection opens: the file, and the SQLite VFS that reaches it (empty: SQLite's
 // default). Tests name a VFS that can fail writes, the way they hand in a clock.
 struct DatabaseFile {

@@ -3,6 +3,7 @@
 // a restored HSM refuses work until it restarts.
 
 #include <sqlite3.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <atomic>
@@ -216,6 +217,47 @@ TEST_F(BackupTest, AFaultyFileOrPasswordChangesNothing) {
     for (const auto &entry : std::filesystem::directory_iterator(sim_.dataDir()))
         EXPECT_EQ(entry.path().filename().string().find(".restore"), std::string::npos)
             << entry.path();
+}
+
+// A file-size limit on the simulator stands in for a full disk: its writes past the limit
+// fail as they would on one (the HSM ignores SIGXFSZ). Only the soft limit moves, so that it
+// can move back without privileges.
+void LimitFileSize(pid_t pid, rlim_t bytes) {
+    rlimit limit{};
+    ASSERT_EQ(::prlimit(pid, RLIMIT_FSIZE, nullptr, &limit), 0);
+    limit.rlim_cur = std::min(bytes, limit.rlim_max);
+    ASSERT_EQ(::prlimit(pid, RLIMIT_FSIZE, &limit, nullptr), 0);
+}
+
+TEST_F(BackupTest, ARestoreThatRunsOutOfRoomSaysSoKeepsTheOldDatabaseAndMayBeRetried) {
+    Generate(operator_, "kept");
+    const std::string small = files_.Path("small.bak");
+    ASSERT_EQ(QBackupData(operator_, small.c_str(), kPassword, Q_BACKUP_CREATE), Q_OK);
+    const std::string large = files_.Path("large.bak");
+    {
+        SimProcess big;
+        ASSERT_EQ(big.Simctl({"add-keys", "master", "20000"}), 0);
+        QSessionHandle session = OperatorOf(big);
+        ASSERT_EQ(QBackupData(session, large.c_str(), kPassword, Q_BACKUP_CREATE), Q_OK);
+        QCloseSession(&session, 0);
+    }
+    constexpr rlim_t kRoom = 3 << 20;
+    ASSERT_GT(std::filesystem::file_size(large), 2 * kRoom);
+
+    LimitFileSize(sim_.pid(), kRoom);
+    EXPECT_EQ(QBackupData(operator_, large.c_str(), kPassword, Q_BACKUP_RESTORE),
+              Q_ERR_STORAGE_FULL);
+    LimitFileSize(sim_.pid(), RLIM_INFINITY);
+    Generate(operator_, "meanwhile");
+    for (const auto &entry : std::filesystem::directory_iterator(sim_.dataDir()))
+        EXPECT_EQ(entry.path().filename().string().find(".restore"), std::string::npos)
+            << entry.path();
+
+    // The failed restore let go of the HSM's one restore slot.
+    QCloseSession(&operator_, 0);
+    ASSERT_EQ(RestoreAndRestart(sim_, small, Q_BACKUP_RESTORE), Q_OK);
+    operator_ = OpenOperator();
+    EXPECT_EQ(List(operator_), std::vector<std::string>{"kept"});
 }
 
 TEST_F(BackupTest, TheNetworkSettingsComeFromTheFileOnlyWithFlagOne) {
