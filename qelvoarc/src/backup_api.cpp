@@ -72,20 +72,53 @@ constexpr uint32_t kReservedFlag = 0x80000000u;
     return status;
 }
 
-[[nodiscard]] uint32_t SendRestore(Session &session, uint64_t id, int fd) {
+// Parts sent ahead of their replies: the HSM decrypts and writes one while the next travel,
+// and the first wait in the socket while it derives the file's keys. The replies are a few
+// bytes each, so they cannot fill the socket the other way while this side sends.
+constexpr int kPartsAhead = 3;
+
+// The status a WriteRestore reply carries.
+[[nodiscard]] uint32_t WriteRestoreStatus(const pb::Response &reply) {
+    if (reply.status() != wire::OK) return reply.status();
+    return reply.body_case() == pb::Response::kWriteRestore ? wire::OK : wire::ERR_PROTOCOL;
+}
+
+// Streams the file's parts; after the first refusal it sends no more and reads the replies
+// still owed, so that the session stays usable.
+[[nodiscard]] uint32_t SendParts(Connection &connection, uint64_t id, int fd) {
     std::string part(kPartBytes, '\0');
-    for (;;) {
-        ssize_t n = ::read(fd, part.data(), part.size());
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0) return wire::ERR_FILE;
-        if (n == 0) break;
-        pb::WriteRestore request;
-        request.set_transfer_id(id);
-        request.set_data(part.data(), static_cast<size_t>(n));
-        if (uint32_t status = Remote<pb::WriteRestoreReply>(session, std::move(request));
-            status != wire::OK)
-            return status;
+    pb::Request request;
+    pb::Response reply;
+    uint32_t status = wire::OK;
+    int owed = 0;
+    for (bool sending = true; sending || owed > 0;) {
+        if (sending && owed < kPartsAhead) {
+            const ssize_t n = ::read(fd, part.data(), part.size());
+            if (n < 0 && errno == EINTR) continue;
+            if (n < 0) status = wire::ERR_FILE;
+            if (n <= 0) {
+                sending = false;
+                continue;
+            }
+            request.mutable_write_restore()->set_transfer_id(id);
+            request.mutable_write_restore()->set_data(part.data(), static_cast<size_t>(n));
+            if (const uint32_t sent = connection.Send(request); sent != wire::OK) return sent;
+            ++owed;
+            continue;
+        }
+        reply.Clear();
+        if (const uint32_t got = connection.Receive(&reply); got != wire::OK) return got;
+        --owed;
+        if (status == wire::OK) status = WriteRestoreStatus(reply);
+        if (status != wire::OK) sending = false;
     }
+    return status;
+}
+
+[[nodiscard]] uint32_t SendRestore(Session &session, uint64_t id, int fd) {
+    const uint32_t status = session.WithConnection(
+        [&](Connection &connection) { return SendParts(connection, id, fd); });
+    if (status != wire::OK) return status;
     pb::FinishRestore finish;
     finish.set_transfer_id(id);
     return Remote<pb::FinishRestoreReply>(session, std::move(finish));
