@@ -98,6 +98,14 @@ wire::Status ToWireStatus(Result result) {
             return wire::ERR_BACKUP_VERSION;
         case Result::kNotABackup:
             return wire::ERR_NOT_A_BACKUP;
+        case Result::kIpFilterLockout:
+            return wire::ERR_IPF_LOCKOUT;
+        case Result::kIpFilterRefused:
+            return wire::ERR_IPF_REFUSED;
+        case Result::kToolTarget:
+            return wire::ERR_TOOL_TARGET;
+        case Result::kToolUnavailable:
+            return wire::ERR_TOOL_UNAVAILABLE;
     }
     return wire::ERR_INTERNAL;
 }

@@ -56,6 +56,10 @@ enum class [[nodiscard]] Result{
     kBackupDamaged,
     kBackupVersion,
     kNotABackup,
+    kIpFilterLockout,
+    kIpFilterRefused,
+    kToolTarget,
+    kToolUnavailable,
 };
 
 wire::Status ToWireStatus(Result result);

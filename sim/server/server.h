@@ -49,6 +49,10 @@ class Server {
     void RefuseWithReserveDescriptor();
     // True when the limits let one more connection from `peer` in. REQUIRES: mutex_ held.
     bool AdmitLocked(in_addr_t peer) const;
+    // True when the IP filter lets a client of `peer` (network order) go on to a login; a
+    // refusal is logged. Runs on the connection's thread, so the acceptor never waits for
+    // the store.
+    bool FilterAdmits(in_addr_t peer);
     void Watchdog();
     // Joins connections whose thread has ended. REQUIRES: mutex_ held.
     void ReapFinishedLocked();
