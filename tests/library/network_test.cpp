@@ -75,6 +75,11 @@ TEST_F(NetworkTest, FilterEntriesAndStateRoundTripAndOnlyTheOperatorChangesThem)
 
 TEST_F(NetworkTest, PingRunsOnTheHsmAndAnInjectedTargetNeverReachesAShell) {
     uint32_t status = 0;
+    EXPECT_EQ(Tool(Q_TOOL_PING, ";reboot", &status), "");
+    EXPECT_EQ(status, Q_ERR_TOOL_TARGET);
+    Tool(Q_TOOL_TRACEROUTE, "-f", &status);
+    EXPECT_EQ(status, Q_ERR_TOOL_TARGET);
+
     const std::string output = Tool(Q_TOOL_PING, "127.0.0.1", &status);
     if (status == Q_ERR_TOOL_UNAVAILABLE)
         GTEST_SKIP() << "ping is not installed here (Debian iputils-ping)";
@@ -84,13 +89,6 @@ TEST_F(NetworkTest, PingRunsOnTheHsmAndAnInjectedTargetNeverReachesAShell) {
                         "net.ipv4.ping_group_range): "
                      << output;
     EXPECT_NE(output.find("bytes from 127.0.0.1"), std::string::npos) << output;
-
-    for (const char *target : {";reboot", "127.0.0.1;reboot", "-f", "$(reboot)"}) {
-        EXPECT_EQ(Tool(Q_TOOL_PING, target, &status), "") << target;
-        EXPECT_EQ(status, Q_ERR_TOOL_TARGET) << target;
-    }
-    Tool(Q_TOOL_TRACEROUTE, "a b", &status);
-    EXPECT_EQ(status, Q_ERR_TOOL_TARGET);
 }
 
 }  // namespace
