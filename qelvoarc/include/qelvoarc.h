@@ -1099,8 +1099,8 @@ QELVOARC_STATIC_ASSERT(sizeof(QNetInfo) == 1796, "network info");
 QELVOARC_API uint32_t QGetStatInfo(QSessionHandle session, QStatInfo *stats, uint32_t flags);
 
 #define Q_BACKUP_CREATE 0u
-#define Q_BACKUP_RESTORE 1u            /* including the network settings */
-#define Q_BACKUP_RESTORE_NO_NETWORK 2u /* without the network settings */
+#define Q_BACKUP_RESTORE 1u            /* including the network settings and IP filter */
+#define Q_BACKUP_RESTORE_NO_NETWORK 2u /* keeps the HSM's network settings and IP filter */
 
 /* Creates a backup of the HSM into a local file, or restores one (flags: Q_BACKUP_*).
  * Needs ACL 0x100. The file is streamed in parts: neither end holds the whole database.
