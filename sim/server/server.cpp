@@ -96,7 +96,7 @@ void Server::AcceptLoop() {
         conn.peer = peer.sin_addr.s_addr;
         conn.watch.deadline = DeadlineAfter(limits_.loginSeconds);
         conn.thread = std::thread([this, &conn] {
-            if (FilterAdmits(conn.peer))
+            if (FilterAdmits(conn.fd, conn.peer))
                 ServeConnection(hsm_, tls_.get(), conn.fd, limits_, conn.watch);
             std::lock_guard done(mutex_);
             ::close(conn.fd);
@@ -126,12 +126,14 @@ bool Server::AdmitLocked(in_addr_t peer) const {
            (limits_.maxPerAddress == 0 || fromPeer < limits_.maxPerAddress);
 }
 
-bool Server::FilterAdmits(in_addr_t peer) {
+bool Server::FilterAdmits(int fd, in_addr_t peer) {
     char host[INET_ADDRSTRLEN] = {};
     in_addr address{peer};
     ::inet_ntop(AF_INET, &address, host, sizeof host);
     try {
         if (AdmitsHost(hsm_.ipFilter.Load(), host)) return true;
+        // The client learns at once; the log line waits for its durable write.
+        ::shutdown(fd, SHUT_RDWR);
         hsm_.ipFilter.RecordRefusedConnection(host);
     } catch (const std::exception &e) {
         // A filter that cannot be read admits nobody rather than everybody.
