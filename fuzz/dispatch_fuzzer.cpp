@@ -50,9 +50,10 @@ struct Hsm {
           data(dir, clock, identity.serial, "memdb"),
           vendor(data.vendorCertPath()),
           firmware(dir, identity.firmware, vendor, data.events()),
-          hsm{data.users(), data.masterKey(), sessions,      clock,         identity,
-              data.keys(),  data.tokens(),    data.policy(), data.events(), log,
-              hardware,     firmware,         data.backups()} {
+          ipFilter(data.database(), data.events()),
+          hsm{data.users(), data.masterKey(), sessions,       clock,         identity,
+              data.keys(),  data.tokens(),    data.policy(),  data.events(), log,
+              hardware,     firmware,         data.backups(), ipFilter} {
         hardware.dataDir = dir;
         (void)CreateMasterUser(data, std::string("Operator#12345"));
         (void)data.users().AddUser(sim::Actor::Daemon(), kUser, sim::HashPassword("Clerk#12345"),
@@ -70,6 +71,7 @@ struct Hsm {
     sim::HardwareSettings hardware;
     sim::UpackVerifier vendor;
     sim::FirmwareStore firmware;
+    sim::IpFilterStore ipFilter;
     sim::HsmContext hsm;
 };
 
@@ -114,7 +116,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
 
     for (std::string_view frame : SplitFrames(data + 1, size - 1)) {
         wire::pb::Request request;
-        if (request.ParseFromArray(frame.data(), static_cast<int>(frame.size())))
+        // A network tool would send real packets to whatever address the input names.
+        if (request.ParseFromArray(frame.data(), static_cast<int>(frame.size())) &&
+            !request.has_run_network_tool())
             (void)sim::Dispatch(sim::ServiceTable(), hsm->hsm, conn, request);
         // A logout ends the session; a handler may end the connection.
         if (conn.session == nullptr || conn.closeAfterReply) break;

@@ -1099,8 +1099,8 @@ QELVOARC_STATIC_ASSERT(sizeof(QNetInfo) == 1796, "network info");
 QELVOARC_API uint32_t QGetStatInfo(QSessionHandle session, QStatInfo *stats, uint32_t flags);
 
 #define Q_BACKUP_CREATE 0u
-#define Q_BACKUP_RESTORE 1u            /* including the network settings */
-#define Q_BACKUP_RESTORE_NO_NETWORK 2u /* without the network settings */
+#define Q_BACKUP_RESTORE 1u            /* including the network settings and IP filter */
+#define Q_BACKUP_RESTORE_NO_NETWORK 2u /* keeps the HSM's network settings and IP filter */
 
 /* Creates a backup of the HSM into a local file, or restores one (flags: Q_BACKUP_*).
  * Needs ACL 0x100. The file is streamed in parts: neither end holds the whole database.
@@ -1149,11 +1149,19 @@ QELVOARC_API uint32_t QListLoadedModules(QSessionHandle session, QNameCallback c
 #define Q_IPF_REMOVE 55u
 
 /* Called once per IP filter entry (user id "" when the host is open to every user), then
- * once with isFinal set. */
+ * once with isFinal set (both texts ""). A non-zero return stops the calls and is the result. */
 typedef uint32_t (*QIPFilterCallback)(const char *hostIp, const char *userId, void *context,
                                       int isFinal);
 
-/* IP filter operation (Q_IPF_*). userId: the user the entry is tied to, or NULL. */
+/* IP filter operation (Q_IPF_*). While the filter is enabled the HSM closes, and logs, every
+ * connection from a host no entry names, before anything is read from it; an entry with a
+ * user admits only that user's logins from its host (others: Q_ERR_IPF_REFUSED, logged).
+ * Q_IPF_STATUS needs ACL 0x20; the changes need an operator. hostIp: dotted IPv4 (else
+ * Q_ERR_INVALID_PARAMETER); userId: the user the entry is tied to, or NULL or "" for any.
+ * Adding an entry that exists: Q_ERR_ALREADY_EXISTS; removing one that does not:
+ * Q_ERR_NOT_FOUND. Enabling the filter, or removing an entry of an enabled one, so that the
+ * caller's own address and user would no longer be admitted: Q_ERR_IPF_LOCKOUT. The list and
+ * the state persist; a restore with flag 2 keeps the HSM's own. status: may be NULL. */
 QELVOARC_API uint32_t QIPFilterOperation(QSessionHandle session, uint32_t operation,
                                          const char *userId, const char *hostIp,
                                          QIPFilterCallback callback, void *context,
@@ -1163,7 +1171,10 @@ QELVOARC_API uint32_t QIPFilterOperation(QSessionHandle session, uint32_t operat
 #define Q_TOOL_TRACEROUTE 2u
 #define Q_TOOL_NODE_LIST 100u /* result: records of 332 bytes */
 
-/* Runs a network tool on the HSM. result [out]: QFree. */
+/* Runs a network tool on the HSM against target, a host name or an IPv4 or IPv6 address
+ * (else Q_ERR_TOOL_TARGET). Needs ACL 0x20. result [out]: what the tool printed, ended by a
+ * NUL that resultLength does not count (QFree); bounded to 30 seconds and 64 KiB. A tool the
+ * HSM lacks: Q_ERR_TOOL_UNAVAILABLE. */
 QELVOARC_API uint32_t QHSMTool(QSessionHandle session, uint32_t tool, const char *target,
                                uint8_t **result, uint32_t *resultLength, uint32_t flags);
 /* Binds the HSM to the cloud services with a bind key. */
@@ -1718,6 +1729,12 @@ QELVOARC_API uint32_t QByteArray2Base64(const uint8_t *data, uint32_t length, ch
 #define Q_ERR_WRONG_OBJECT_TYPE 1102u
 #define Q_ERR_KEY_BLOCKED 1103u
 #define Q_ERR_BAD_CERTIFICATE 1104u /* QImportKey: not an X.509 certificate */
+/* QIPFilterOperation would keep out the caller's own address; a login the filter refuses;
+ * QHSMTool: a target that is no host name or address, a tool the HSM cannot run. */
+#define Q_ERR_IPF_LOCKOUT 1125u
+#define Q_ERR_IPF_REFUSED 1126u
+#define Q_ERR_TOOL_TARGET 1127u
+#define Q_ERR_TOOL_UNAVAILABLE 1128u
 #define Q_ERR_UPACK_MALFORMED 1130u
 #define Q_ERR_UPACK_BAD_SIGNATURE 1131u
 #define Q_ERR_UPACK_UNKNOWN_SIGNER 1132u

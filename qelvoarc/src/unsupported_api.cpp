@@ -83,13 +83,6 @@ uint32_t QWriteFile(QSessionHandle, const char *, const char *, uint32_t) {
 uint32_t QWriteFileBuffer(QSessionHandle, const char *, const uint8_t *, uint32_t, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
-uint32_t QIPFilterOperation(QSessionHandle, uint32_t, const char *, const char *, QIPFilterCallback,
-                            void *, uint32_t *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QHSMTool(QSessionHandle, uint32_t, const char *, uint8_t **, uint32_t *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
 uint32_t QOSBindHSM(QSessionHandle, const char *, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }

@@ -100,6 +100,14 @@ wire::Status ToWireStatus(Result result) {
             return wire::ERR_NOT_A_BACKUP;
         case Result::kStorageFull:
             return wire::ERR_STORAGE_FULL;
+        case Result::kIpFilterLockout:
+            return wire::ERR_IPF_LOCKOUT;
+        case Result::kIpFilterRefused:
+            return wire::ERR_IPF_REFUSED;
+        case Result::kToolTarget:
+            return wire::ERR_TOOL_TARGET;
+        case Result::kToolUnavailable:
+            return wire::ERR_TOOL_UNAVAILABLE;
     }
     return wire::ERR_INTERNAL;
 }

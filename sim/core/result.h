@@ -57,6 +57,10 @@ enum class [[nodiscard]] Result{
     kBackupVersion,
     kNotABackup,
     kStorageFull,
+    kIpFilterLockout,
+    kIpFilterRefused,
+    kToolTarget,
+    kToolUnavailable,
 };
 
 wire::Status ToWireStatus(Result result);

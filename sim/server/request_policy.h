@@ -1,8 +1,9 @@
 #pragma once
 // The one step every request passes before its handler: whether its connection may send it
 // at all, and whether the caller holds the right its rule names. Checks that are to come
-// (IP filter, user blocking, token expiry, M of N authorisation) belong here as well, so that
-// no handler repeats them and a refused request never reaches one.
+// (user blocking, token expiry, M of N authorisation) belong here as well, so that no handler
+// repeats them and a refused request never reaches one. The IP filter is not among them: it
+// keeps a client out before its first request (the acceptor) and at its login.
 
 #include "core/result.h"
 #include "service/dispatch_table.h"

@@ -96,7 +96,8 @@ void Server::AcceptLoop() {
         conn.peer = peer.sin_addr.s_addr;
         conn.watch.deadline = DeadlineAfter(limits_.loginSeconds);
         conn.thread = std::thread([this, &conn] {
-            ServeConnection(hsm_, tls_.get(), conn.fd, limits_, conn.watch);
+            if (FilterAdmits(conn.fd, conn.peer))
+                ServeConnection(hsm_, tls_.get(), conn.fd, limits_, conn.watch);
             std::lock_guard done(mutex_);
             ::close(conn.fd);
             conn.fd = -1;
@@ -123,6 +124,22 @@ bool Server::AdmitLocked(in_addr_t peer) const {
     }
     return (limits_.maxPendingLogins == 0 || pending < limits_.maxPendingLogins) &&
            (limits_.maxPerAddress == 0 || fromPeer < limits_.maxPerAddress);
+}
+
+bool Server::FilterAdmits(int fd, in_addr_t peer) {
+    char host[INET_ADDRSTRLEN] = {};
+    in_addr address{peer};
+    ::inet_ntop(AF_INET, &address, host, sizeof host);
+    try {
+        if (AdmitsHost(hsm_.ipFilter.Load(), host)) return true;
+        // The client learns at once; the log line waits for its durable write.
+        ::shutdown(fd, SHUT_RDWR);
+        hsm_.ipFilter.RecordRefusedConnection(host);
+    } catch (const std::exception &e) {
+        // A filter that cannot be read admits nobody rather than everybody.
+        hsm_.log.Write(std::string("IP filter check of a connection failed: ") + e.what());
+    }
+    return false;
 }
 
 void Server::Watchdog() {

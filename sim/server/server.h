@@ -49,6 +49,10 @@ class Server {
     void RefuseWithReserveDescriptor();
     // True when the limits let one more connection from `peer` in. REQUIRES: mutex_ held.
     bool AdmitLocked(in_addr_t peer) const;
+    // True when the IP filter lets the client on `fd`, of `peer` (network order), go on to a
+    // login; a refused one is shut out and logged. Runs on the connection's thread, so the
+    // acceptor never waits for the store.
+    bool FilterAdmits(int fd, in_addr_t peer);
     void Watchdog();
     // Joins connections whose thread has ended. REQUIRES: mutex_ held.
     void ReapFinishedLocked();

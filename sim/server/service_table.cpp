@@ -6,11 +6,13 @@
 #include "service/firmware_service.h"
 #include "service/hsm_status_service.h"
 #include "service/information_service.h"
+#include "service/ip_filter_service.h"
 #include "service/key_export_service.h"
 #include "service/key_service.h"
 #include "service/log_service.h"
 #include "service/login_service.h"
 #include "service/machine_service.h"
+#include "service/network_tool_service.h"
 #include "service/oath_service.h"
 #include "service/object_backup_service.h"
 #include "service/object_service.h"
@@ -44,6 +46,8 @@ const DispatchTable &ServiceTable() {
         RegisterObjectBackupService(services);
         RegisterFirmwareService(services);
         RegisterBackupService(services);
+        RegisterIpFilterService(services);
+        RegisterNetworkToolService(services);
         return services;
     }();
     return table;

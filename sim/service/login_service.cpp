@@ -54,6 +54,15 @@ const char *AuthModeName(pb::AuthMode mode) {
     }
 }
 
+// The acceptor admitted the host; an entry of it that names other users still keeps this
+// one out. Checked before any credential, so a refused host learns nothing about them.
+Result CheckIpFilter(HsmContext &hsm, ConnectionState &conn, std::string_view user) {
+    if (AdmitsUser(hsm.ipFilter.Load(), conn.peerAddress, user)) return Result::kOk;
+    hsm.ipFilter.RecordRefusedLogin(conn.peerAddress, user);
+    conn.closeAfterReply = true;
+    return Result::kIpFilterRefused;
+}
+
 Result OpenSession(HsmContext &hsm, ConnectionState &conn, const std::string &user,
                    SessionKind kind, bool byAccessToken, pb::LoginReply *reply) {
     conn.session =
@@ -73,6 +82,8 @@ Result PasswordLogin(HsmContext &hsm, ConnectionState &conn, const pb::Login &lo
     if (login.user().empty() || login.user().size() > kMaxUserIdLength ||
         login.password().size() > kMaxPasswordBytes)
         return Result::kAuthFailed;
+    if (Result filter = CheckIpFilter(hsm, conn, login.user()); filter != Result::kOk)
+        return filter;
     std::optional<UserRecord> user = hsm.users.FindUser(login.user());
     if (!user) {
         VerifyPasswordOfNobody(login.password());
@@ -102,6 +113,8 @@ Result AccessTokenLogin(HsmContext &hsm, ConnectionState &conn, const pb::Login 
                         pb::LoginReply *reply) {
     std::optional<ParsedAccessToken> token = ParseAccessToken(login.access_token());
     if (!token) return Result::kTokenInvalid;
+    if (Result filter = CheckIpFilter(hsm, conn, token->userId); filter != Result::kOk)
+        return filter;
     std::optional<AccessTokenRecord> record = hsm.tokens.Find(token->secretHash);
     if (!record || record->revoked || record->userId != token->userId) {
         hsm.events.Record(Actor::User(token->userId), "Login (access token)",
@@ -126,6 +139,8 @@ Result AccessTokenLogin(HsmContext &hsm, ConnectionState &conn, const pb::Login 
 Result HandleLogin(Call &call, const pb::Login &login, pb::LoginReply *reply) {
     switch (login.method()) {
         case pb::LOGIN_ANONYMOUS:
+            if (Result filter = CheckIpFilter(call.hsm, call.conn, ""); filter != Result::kOk)
+                return filter;
             return OpenSession(call.hsm, call.conn, "", SessionKind::kAnonymous, false, reply);
         case pb::LOGIN_PASSWORD:
             return PasswordLogin(call.hsm, call.conn, login, reply);

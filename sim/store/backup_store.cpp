@@ -23,7 +23,8 @@ constexpr const char *kRestoredKey = "master.key.restored";
 // SQLite's companions of a database file.
 constexpr const char *kCompanions[] = {"-wal", "-shm", "-journal"};
 // The tables of the network settings: what a restore without them keeps of the HSM's own.
-constexpr const char *kNetworkTables[] = {"network_settings"};
+constexpr const char *kNetworkTables[] = {"network_settings", "ip_filter_state",
+                                          "ip_filter_entries"};
 
 void RemoveWithCompanions(const std::string &path) {
     ::unlink(path.c_str());

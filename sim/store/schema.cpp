@@ -246,6 +246,19 @@ UPDATE event_log_state SET sealed_end = COALESCE(
 )sql");
 }
 
+// Triggers that count each insert, delete and `update` ("UPDATE" or "UPDATE OF columns") of
+// `table` in backup_state, the counter "Pending Backup" compares.
+void CountChangesOf(Database &db, const char *table, const char *update) {
+    for (const char *event : {"INSERT", "DELETE", update}) {
+        std::string name = std::string(table) + "_" + std::string(event).substr(0, 6) + "_counted";
+        for (char &c : name)
+            c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        db.Execute(("CREATE TRIGGER " + name + " AFTER " + event + " ON " + table +
+                    " BEGIN UPDATE backup_state SET changes = changes + 1 WHERE id = 1; END")
+                       .c_str());
+    }
+}
+
 // A counter of the changes a backup keeps (accounts, second factors, tokens, the policy, the
 // objects, the network settings), so that the HSM can tell whether it changed since its last
 // backup. Logins and one-time-password counters are not changes of that kind. The network
@@ -271,24 +284,34 @@ CREATE TABLE network_settings (
         {"objects", "UPDATE"},
         {"network_settings", "UPDATE"},
     };
-    for (const auto &[table, update] : kWatched) {
-        for (const char *event : {"INSERT", "DELETE", update}) {
-            std::string name =
-                std::string(table) + "_" + std::string(event).substr(0, 6) + "_counted";
-            for (char &c : name)
-                c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-            db.Execute(("CREATE TRIGGER " + name + " AFTER " + event + " ON " + table +
-                        " BEGIN UPDATE backup_state SET changes = changes + 1 WHERE id = 1; END")
-                           .c_str());
-        }
-    }
+    for (const auto &[table, update] : kWatched)
+        CountChangesOf(db, table, update);
+}
+
+// The IP filter's state, off until an operator turns it on, and the client hosts it admits.
+// Both are network settings: a restore may keep the HSM's own, and a backup keeps them.
+void FilterClientHosts(Database &db, std::string_view) {
+    db.Execute(R"sql(
+CREATE TABLE ip_filter_state (
+    id INTEGER PRIMARY KEY CHECK (id = 1),
+    enabled INTEGER NOT NULL
+);
+INSERT INTO ip_filter_state VALUES (1, 0);
+CREATE TABLE ip_filter_entries (
+    host TEXT NOT NULL,
+    user_id TEXT NOT NULL,
+    PRIMARY KEY (host, user_id)
+);
+)sql");
+    CountChangesOf(db, "ip_filter_state", "UPDATE");
+    CountChangesOf(db, "ip_filter_entries", "UPDATE");
 }
 
 using Step = void (*)(Database &db, std::string_view serial);
 
 // Step n brings the file to user_version n. Append only: a released step never changes.
-constexpr Step kSteps[] = {CreateAccounts, CreateObjects, ChainEventLog,
-                           IndexEventLog,  KeepLineTexts, CountChanges};
+constexpr Step kSteps[] = {CreateAccounts, CreateObjects, ChainEventLog,    IndexEventLog,
+                           KeepLineTexts,  CountChanges,  FilterClientHosts};
 
 int64_t Version(Database &db) {
     Statement read(db, "PRAGMA user_version");

@@ -260,18 +260,25 @@ TEST_F(BackupTest, ARestoreThatRunsOutOfRoomSaysSoKeepsTheOldDatabaseAndMayBeRet
     EXPECT_EQ(List(operator_), std::vector<std::string>{"kept"});
 }
 
-TEST_F(BackupTest, TheNetworkSettingsComeFromTheFileOnlyWithFlagOne) {
+TEST_F(BackupTest, TheNetworkSettingsAndIpFilterComeFromTheFileOnlyWithFlagOne) {
+    constexpr const char *kFilterEntries =
+        "SELECT group_concat(host || ' ' || user_id) FROM ip_filter_entries";
     Query(sim_.dataDir(), "INSERT INTO network_settings VALUES ('address', '10.0.0.1')");
+    ASSERT_EQ(
+        QIPFilterOperation(operator_, Q_IPF_ADD, "alice", "10.0.0.2", nullptr, nullptr, nullptr, 0),
+        Q_OK);
     Generate(operator_, "from-file");
     const std::string file = files_.Path("hsm.bak");
     ASSERT_EQ(QBackupData(operator_, file.c_str(), kPassword, Q_BACKUP_CREATE), Q_OK);
 
     SimProcess other;
     Query(other.dataDir(), "INSERT INTO network_settings VALUES ('address', '10.9.9.9')");
+    Query(other.dataDir(), "INSERT INTO ip_filter_entries VALUES ('10.9.9.8', '')");
     ASSERT_EQ(RestoreAndRestart(other, file, Q_BACKUP_RESTORE_NO_NETWORK), Q_OK);
     EXPECT_EQ(
         Query(other.dataDir(), "SELECT group_concat(name || '=' || value) FROM network_settings"),
         "address=10.9.9.9");
+    EXPECT_EQ(Query(other.dataDir(), kFilterEntries), "10.9.9.8 ");
     QSessionHandle session = OperatorOf(other);
     EXPECT_EQ(List(session), std::vector<std::string>{"from-file"});
     QCloseSession(&session, 0);
@@ -280,6 +287,7 @@ TEST_F(BackupTest, TheNetworkSettingsComeFromTheFileOnlyWithFlagOne) {
     EXPECT_EQ(
         Query(other.dataDir(), "SELECT group_concat(name || '=' || value) FROM network_settings"),
         "address=10.0.0.1");
+    EXPECT_EQ(Query(other.dataDir(), kFilterEntries), "10.0.0.2 alice");
     session = OperatorOf(other);
     EXPECT_EQ(List(session), std::vector<std::string>{"from-file"});
     QCloseSession(&session, 0);

@@ -125,7 +125,12 @@ TEST_F(SimDispatch, RightsAreReadFreshAndCheckedBeforeAnyHandlerRuns) {
                                       pb::Request::kEndBackup,
                                       pb::Request::kStartRestore,
                                       pb::Request::kWriteRestore,
-                                      pb::Request::kFinishRestore};
+                                      pb::Request::kFinishRestore,
+                                      pb::Request::kGetIpFilter,
+                                      pb::Request::kAddIpFilterEntry,
+                                      pb::Request::kRemoveIpFilterEntry,
+                                      pb::Request::kSetIpFilterEnabled,
+                                      pb::Request::kRunNetworkTool};
     std::set<int> allowed;
     for (const auto &[number, entry] : recording_.entries())
         if (!needRights.count(number)) allowed.insert(number);

@@ -75,8 +75,9 @@ class SimHsm : public ::testing::Test {
     sim::HardwareSettings hardware_;
     sim::UpackVerifier vendor_{data_.vendorCertPath()};
     sim::FirmwareStore firmware_{dir_.path(), identity_.firmware, vendor_, data_.events()};
+    sim::IpFilterStore ipFilter_{data_.database(), data_.events()};
     sim::HsmContext hsm_{
-        data_.users(), data_.masterKey(), sessions_,      clock_,         identity_,
-        data_.keys(),  data_.tokens(),    data_.policy(), data_.events(), log_,
-        hardware_,     firmware_,         data_.backups()};
+        data_.users(), data_.masterKey(), sessions_,       clock_,         identity_,
+        data_.keys(),  data_.tokens(),    data_.policy(),  data_.events(), log_,
+        hardware_,     firmware_,         data_.backups(), ipFilter_};
 };

@@ -27,10 +27,19 @@ struct ClientTlsIdentity {
 
 class RawClient {
   public:
-    // Connects to 127.0.0.1:port; with `tls`, completes a TLS handshake (any server
-    // certificate is accepted). connected() tells whether it all worked.
-    RawClient(uint16_t port, bool tls, ClientTlsIdentity identity = {}) {
+    // Connects to 127.0.0.1:port from `source` (another loopback address, so a test can be
+    // another client host; null: the system's choice); with `tls`, completes a TLS handshake
+    // (any server certificate is accepted). connected() tells whether it all worked.
+    RawClient(uint16_t port, bool tls, ClientTlsIdentity identity = {},
+              const char *source = nullptr) {
         fd_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        if (source != nullptr) {
+            sockaddr_in from{};
+            from.sin_family = AF_INET;
+            if (::inet_pton(AF_INET, source, &from.sin_addr) != 1 ||
+                ::bind(fd_, reinterpret_cast<sockaddr *>(&from), sizeof from) != 0)
+                return;
+        }
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_port = htons(port);

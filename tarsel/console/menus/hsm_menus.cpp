@@ -1,8 +1,10 @@
 // Menus under "HSM" for its administration: logs, backup, monitoring, replication, IP
 // filter and network tools.
+#include "apps/tool_actions.h"
 #include "console/menus/menu_table.h"
 #include "hsm/backup_actions.h"
 #include "hsm/hsm_actions.h"
+#include "hsm/ip_filter_actions.h"
 #include "hsm/log_actions.h"
 
 using namespace menu_table;
@@ -49,16 +51,16 @@ constexpr MenuEntry kReplicationItems[] = {
 
 constexpr MenuEntry kIpFilterItems[] = {
     Title(0, ""),
-    Action(0, "Add", kAnyone, NotAvailableAction),
-    Action(0, "Remove", kAnyone, NotAvailableAction),
-    Action(0, "List", kAnyone, NotAvailableAction),
-    Action(0, "Status", kAnyone, NotAvailableAction),
+    Action(0, "Add", kAnyone, AddFilterEntry),
+    Action(0, "Remove", kAnyone, RemoveFilterEntry),
+    Action(0, "List", kAnyone, ListFilterEntries),
+    Action(0, "Status", kAnyone, ToggleFilter),
 };
 
 constexpr MenuEntry kToolsItems[] = {
     Title(0, ""),
-    Action(0, "Ping", kAnyone, NotAvailableAction),
-    Action(0, "Tracert", kAnyone, NotAvailableAction),
+    Action(0, "Ping", kAnyone, PingAction),
+    Action(0, "Tracert", kAnyone, TraceRouteAction),
 };
 
 }  // namespace

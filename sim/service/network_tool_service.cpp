@@ -1,0 +1,33 @@
+#include "service/network_tool_service.h"
+
+#include "platform/network_tool.h"
+
+namespace sim {
+
+namespace {
+
+// The library's tool codes.
+constexpr uint32_t kPingCode = 1;
+constexpr uint32_t kTraceRouteCode = 2;
+
+Result HandleRunNetworkTool(Call &, const pb::RunNetworkTool &request,
+                            pb::RunNetworkToolReply *reply) {
+    if (request.tool() != kPingCode && request.tool() != kTraceRouteCode)
+        return Result::kNotSupported;
+    if (!IsNetworkToolTarget(request.target())) return Result::kToolTarget;
+    std::optional<std::string> output =
+        RunNetworkTool(request.tool() == kPingCode ? NetworkTool::kPing : NetworkTool::kTraceRoute,
+                       request.target());
+    if (!output) return Result::kToolUnavailable;
+    reply->set_output(std::move(*output));
+    return Result::kOk;
+}
+
+}  // namespace
+
+void RegisterNetworkToolService(DispatchTable &table) {
+    table.Add<&pb::Request::run_network_tool, &pb::Response::mutable_run_network_tool>(
+        HandleRunNetworkTool, Needs::Acl(pb::ACL_REMOTE_INFO), kNormalSessions);
+}
+
+}  // namespace sim
