@@ -61,9 +61,9 @@ int Run(const sim::DaemonOptions &options) {
     sim::UpackVerifier vendor(options.vendorCert.empty() ? data.vendorCertPath()
                                                          : options.vendorCert);
     sim::FirmwareStore firmware(options.dataDir, identity.firmware, vendor, data.events());
-    sim::HsmContext hsm{data.users(), data.masterKey(), sessions,      clock,         identity,
-                        data.keys(),  data.tokens(),    data.policy(), data.events(), log,
-                        hardware,     firmware,         data.backups()};
+    sim::HsmContext hsm{data.users(), data.masterKey(), sessions,       clock,         identity,
+                        data.keys(),  data.tokens(),    data.policy(),  data.events(), log,
+                        hardware,     firmware,         data.backups(), data.mofn()};
 
     sim::Server server(hsm, tls, options.host, options.port, options.limits);
     std::optional<sim::DiscoveryResponder> discovery;

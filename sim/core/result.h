@@ -56,6 +56,15 @@ enum class [[nodiscard]] Result{
     kBackupDamaged,
     kBackupVersion,
     kNotABackup,
+    kMofNNotEnabled,
+    kMofNState,
+    kMofNNotAuthorized,
+    kShadowsTooFew,
+    kShadowsMixed,
+    kShadowDuplicate,
+    kShadowTampered,
+    kMofNWrongSet,
+    kSvmkBlob,
 };
 
 wire::Status ToWireStatus(Result result);

@@ -11,6 +11,7 @@
 #include "service/log_service.h"
 #include "service/login_service.h"
 #include "service/machine_service.h"
+#include "service/mofn_service.h"
 #include "service/oath_service.h"
 #include "service/object_backup_service.h"
 #include "service/object_service.h"
@@ -44,6 +45,7 @@ const DispatchTable &ServiceTable() {
         RegisterObjectBackupService(services);
         RegisterFirmwareService(services);
         RegisterBackupService(services);
+        RegisterMofNService(services);
         return services;
     }();
     return table;

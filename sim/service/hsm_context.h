@@ -15,6 +15,7 @@
 #include "store/event_log.h"
 #include "store/firmware_store.h"
 #include "store/key_store.h"
+#include "store/mofn_store.h"
 #include "store/password_policy_store.h"
 #include "store/user_store.h"
 
@@ -36,6 +37,7 @@ struct HsmContext {
     const HardwareSettings &hardware;
     FirmwareStore &firmware;
     BackupStore &backups;
+    MofNStore &mofn;
 };
 
 class ReplyStream;
