@@ -51,8 +51,8 @@ class MofNTest : public LibraryTest {
     uint32_t Apply(uint32_t operation, uint32_t mask = 0, const ShadowSet *set = nullptr,
                    QSessionHandle session = 0) {
         const ShadowSet &cards = set != nullptr ? *set : set_;
-        return QNSAuthSetState(session != 0 ? session : clerk_, mask, operation,
-                               cards.cards.data(), cards.n, 0);
+        return QNSAuthSetState(session != 0 ? session : clerk_, mask, operation, cards.cards.data(),
+                               cards.n, 0);
     }
 
     AuthState State() {
@@ -143,9 +143,9 @@ TEST_F(MofNTest, MixedDuplicateTamperedAndTooFewShadowsAreRefused) {
     ASSERT_EQ(QMofNSplit(operator_, secret, sizeof secret, 3, 5, &shares, &shareLength, 0), Q_OK);
     uint8_t *back = nullptr;
     uint32_t backLength = 0;
-    ASSERT_EQ(QMofNRecover(operator_, shares + 2 * shareLength, 3, shareLength, &back, &backLength,
-                           0),
-              Q_OK);
+    ASSERT_EQ(
+        QMofNRecover(operator_, shares + 2 * shareLength, 3, shareLength, &back, &backLength, 0),
+        Q_OK);
     EXPECT_EQ(std::string(reinterpret_cast<char *>(back), backLength),
               std::string(reinterpret_cast<const char *>(secret), sizeof secret));
     EXPECT_EQ(QMofNRecover(operator_, shares, 2, shareLength, &back, &backLength, 0),
