@@ -20,8 +20,7 @@ std::map<std::string, std::string> gSerials;
 std::string Digest(const QSmartCardShadow &shadow) {
     unsigned char digest[EVP_MAX_MD_SIZE];
     unsigned int length = 0;
-    if (EVP_Digest(&shadow, sizeof shadow, digest, &length, EVP_sha256(), nullptr) != 1)
-        return {};
+    if (EVP_Digest(&shadow, sizeof shadow, digest, &length, EVP_sha256(), nullptr) != 1) return {};
     return std::string(reinterpret_cast<const char *>(digest), length);
 }
 

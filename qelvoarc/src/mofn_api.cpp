@@ -143,8 +143,8 @@ uint32_t QNSAuthSetState(QSessionHandle session, uint32_t permissionMask, uint32
     });
 }
 
-uint32_t QMofNSplit(QSessionHandle session, const uint8_t *secret, uint32_t secretLength,
-                    uint8_t m, uint8_t n, uint8_t **shares, uint32_t *shareLength, uint32_t) {
+uint32_t QMofNSplit(QSessionHandle session, const uint8_t *secret, uint32_t secretLength, uint8_t m,
+                    uint8_t n, uint8_t **shares, uint32_t *shareLength, uint32_t) {
     return Guarded([&] {
         return qelvoarc::SplitSecret(session, secret, secretLength, m, n, shares, shareLength);
     });

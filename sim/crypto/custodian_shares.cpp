@@ -54,8 +54,8 @@ std::string Tag(const MasterKey &key, SharePurpose purpose, std::string_view bod
     const SecretBytes tagKey = key.DeriveKey(TagPurpose(purpose));
     unsigned char mac[EVP_MAX_MD_SIZE];
     size_t length = 0;
-    if (EVP_Q_mac(nullptr, "HMAC", nullptr, "SHA256", nullptr, Bytes(tagKey.view()),
-                  tagKey.size(), Bytes(body), body.size(), mac, sizeof mac, &length) == nullptr)
+    if (EVP_Q_mac(nullptr, "HMAC", nullptr, "SHA256", nullptr, Bytes(tagKey.view()), tagKey.size(),
+                  Bytes(body), body.size(), mac, sizeof mac, &length) == nullptr)
         throw std::runtime_error("HMAC failed");
     return std::string(reinterpret_cast<const char *>(mac), kTagBytes);
 }
@@ -69,8 +69,8 @@ uint32_t ReadVersion(std::string_view share) {
 
 bool SameSet(std::string_view a, std::string_view b) {
     // Version, m, n and set id; the position (byte 4) is what differs.
-    return a.substr(0, 4) == b.substr(0, 4) && a.substr(5, kShareStart - 5) ==
-                                                   b.substr(5, kShareStart - 5);
+    return a.substr(0, 4) == b.substr(0, 4) &&
+           a.substr(5, kShareStart - 5) == b.substr(5, kShareStart - 5);
 }
 
 }  // namespace
@@ -85,7 +85,8 @@ std::vector<SecretBytes> SplitShares(const MasterKey &key, SharePurpose purpose,
     Gfshare ctx(gfshare_ctx_init_enc(positions.data(), n, m, size));
     if (!ctx) throw std::runtime_error("cannot split a secret");
     SecretBytes copy{std::string(secret)};
-    gfshare_ctx_enc_setsecret(ctx.get(), reinterpret_cast<unsigned char *>(copy.mutable_bytes().data()));
+    gfshare_ctx_enc_setsecret(ctx.get(),
+                              reinterpret_cast<unsigned char *>(copy.mutable_bytes().data()));
 
     std::string setId(kSetIdBytes, '\0');
     if (RAND_bytes(reinterpret_cast<unsigned char *>(setId.data()), kSetIdBytes) != 1)
@@ -100,7 +101,8 @@ std::vector<SecretBytes> SplitShares(const MasterKey &key, SharePurpose purpose,
         bytes[5] = static_cast<char>(m);
         bytes[6] = static_cast<char>(n);
         bytes.replace(kHeadBytes, kSetIdBytes, setId);
-        gfshare_ctx_enc_getshare(ctx.get(), i, reinterpret_cast<unsigned char *>(&bytes[kShareStart]));
+        gfshare_ctx_enc_getshare(ctx.get(), i,
+                                 reinterpret_cast<unsigned char *>(&bytes[kShareStart]));
         bytes += Tag(key, purpose, bytes);
         shares.push_back(std::move(share));
     }
@@ -108,8 +110,7 @@ std::vector<SecretBytes> SplitShares(const MasterKey &key, SharePurpose purpose,
 }
 
 Result JoinShares(const MasterKey &key, SharePurpose purpose,
-                  const std::vector<std::string_view> &shares, SecretBytes *secret,
-                  ShareSet *set) {
+                  const std::vector<std::string_view> &shares, SecretBytes *secret, ShareSet *set) {
     if (shares.empty()) return Result::kShadowsTooFew;
     const size_t length = shares.front().size();
     for (std::string_view share : shares) {
@@ -149,7 +150,8 @@ Result JoinShares(const MasterKey &key, SharePurpose purpose,
         OPENSSL_cleanse(part.data(), part.size());
     }
     SecretBytes out{std::string(size, '\0')};
-    gfshare_ctx_dec_extract(ctx.get(), reinterpret_cast<unsigned char *>(out.mutable_bytes().data()));
+    gfshare_ctx_dec_extract(ctx.get(),
+                            reinterpret_cast<unsigned char *>(out.mutable_bytes().data()));
     *secret = std::move(out);
     return Result::kOk;
 }
@@ -160,7 +162,7 @@ namespace {
 bool KeyWrap(const MasterKey &key, bool wrap, std::string_view in, std::string *out) {
     const SecretBytes wrapKey = key.DeriveKey("svmk blob");
     std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> ctx(EVP_CIPHER_CTX_new(),
-                                                                       EVP_CIPHER_CTX_free);
+                                                                        EVP_CIPHER_CTX_free);
     if (!ctx) throw std::runtime_error("no cipher context");
     EVP_CIPHER_CTX_set_flags(ctx.get(), EVP_CIPHER_CTX_FLAG_WRAP_ALLOW);
     if (EVP_CipherInit_ex(ctx.get(), EVP_aes_256_wrap(), nullptr, Bytes(wrapKey.view()), nullptr,

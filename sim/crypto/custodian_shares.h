@@ -53,8 +53,7 @@ std::vector<SecretBytes> SplitShares(const MasterKey &key, SharePurpose purpose,
 // (kShadowTampered), shares of different sets (kShadowsMixed), one position twice
 // (kShadowDuplicate), fewer than m (kShadowsTooFew).
 Result JoinShares(const MasterKey &key, SharePurpose purpose,
-                  const std::vector<std::string_view> &shares, SecretBytes *secret,
-                  ShareSet *set);
+                  const std::vector<std::string_view> &shares, SecretBytes *secret, ShareSet *set);
 
 // The SVMK wrapped (AES key wrap) under a key derived from the master key, behind an
 // 8-byte mark: kSvmkBlobBytes that only this HSM can open.

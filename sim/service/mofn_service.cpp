@@ -73,8 +73,8 @@ Result HandleGenerateSvmk(Call &call, const pb::GenerateSvmk &request,
     }
     const auto m = static_cast<uint8_t>(request.m());
     const auto n = static_cast<uint8_t>(request.n());
-    for (SecretBytes &shadow :
-         SplitShares(call.hsm.masterKey, SharePurpose::kShadow, request.version(), svmk.view(), m, n))
+    for (SecretBytes &shadow : SplitShares(call.hsm.masterKey, SharePurpose::kShadow,
+                                           request.version(), svmk.view(), m, n))
         reply->add_shadows(shadow.view());
     const std::string fingerprint = SvmkFingerprint(svmk.view());
     call.hsm.mofn.SetCurrentSvmk(call.actor(), fingerprint,
@@ -210,10 +210,10 @@ Result HandleSplitSecret(Call &call, const pb::SplitSecret &request, pb::SplitSe
          SplitShares(call.hsm.masterKey, SharePurpose::kSecret, 0, request.data(),
                      static_cast<uint8_t>(request.m()), static_cast<uint8_t>(request.n())))
         reply->add_shares(share.view());
-    call.hsm.events.Record(call.actor(),
-                           "Secret split " + std::to_string(request.m()) + " of " +
-                               std::to_string(request.n()),
-                           kEventOk);
+    call.hsm.events.Record(
+        call.actor(),
+        "Secret split " + std::to_string(request.m()) + " of " + std::to_string(request.n()),
+        kEventOk);
     return Result::kOk;
 }
 
@@ -221,12 +221,11 @@ Result HandleRecoverSecret(Call &call, const pb::RecoverSecret &request,
                            pb::RecoverSecretReply *reply) {
     SecretBytes secret;
     ShareSet set;
-    Result r =
-        JoinShares(call.hsm.masterKey, SharePurpose::kSecret, Views(request.shares()), &secret, &set);
-    call.hsm.events.Record(call.actor(),
-                           "Secret recovered from " + std::to_string(request.shares_size()) +
-                               " shares",
-                           r == Result::kOk ? kEventOk : "refused");
+    Result r = JoinShares(call.hsm.masterKey, SharePurpose::kSecret, Views(request.shares()),
+                          &secret, &set);
+    call.hsm.events.Record(
+        call.actor(), "Secret recovered from " + std::to_string(request.shares_size()) + " shares",
+        r == Result::kOk ? kEventOk : "refused");
     if (r == Result::kOk) reply->set_data(secret.view());
     return r;
 }

@@ -19,7 +19,7 @@ enum class MofNState : uint32_t { kInitial = 2, kAssociated = 3, kAuthorized = 4
 
 struct MofNPartition {
     MofNState state = MofNState::kInitial;
-    uint32_t permissions = 0;  // pb::MofNPermission bits
+    uint32_t permissions = 0;    // pb::MofNPermission bits
     std::string setFingerprint;  // SvmkFingerprint of the associated set; empty in kInitial
     // Random for each association from kInitial, so that what was granted before a reset
     // never comes back with the same set; empty in kInitial.
