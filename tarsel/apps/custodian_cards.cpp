@@ -67,6 +67,11 @@ uint32_t ReadCardShadow(const CeremonyScreen &screen, const char *caption,
     return 0;
 }
 
+// How many cards the set of `first` has; a damaged card never takes the loops past a full set.
+uint32_t CardCount(const QSmartCardShadow &first) {
+    return first.n < Q_SVMK_MAX_SHADOWS ? first.n : Q_SVMK_MAX_SHADOWS;
+}
+
 // Between two custodians; false when the next one is not to come.
 bool NextCard(bool last) {
     if (last) {
@@ -112,7 +117,7 @@ uint32_t ReadCustodianCards(const CeremonyScreen &screen, const char *caption,
     uint32_t rc = ReadCardShadow(screen, caption, &cards.cards[0]);
     if (rc != 0) return rc;
     cards.count = 1;
-    const uint32_t total = cards.cards[0].n;
+    const uint32_t total = CardCount(cards.cards[0]);
     for (uint32_t i = 1; rc == 0; ++i) {
         if (!NextCard(i >= total)) rc = 1;
         if (rc != 0 || i >= total) break;
@@ -141,8 +146,8 @@ uint32_t WriteCardShadow(const CeremonyScreen &screen, const QSmartCardShadow &s
         OutPrintf("\n");
         PrintBoxedBanner('*', kWarning);
         OutPrintf("\n\n");
-        if (AskYesNoWithDefault(
-                "Would you like to overwrite the current shadow of the smart card?", 0) == 0)
+        if (AskYesNoWithDefault("Would you like to overwrite the current shadow of the smart card?",
+                                0) == 0)
             return rc;
         rc = QSCWriteShadow(&shadow, pin.value, 1, 0);
     }
@@ -174,7 +179,7 @@ uint32_t WriteCardShadow(const CeremonyScreen &screen, const QSmartCardShadow &s
 
 uint32_t WriteCustodianCards(const CeremonyScreen &screen, const QSmartCardShadow *shadows,
                              const char *caption) {
-    const uint32_t total = shadows[0].n;
+    const uint32_t total = CardCount(shadows[0]);
     uint32_t rc = 0;
     for (uint32_t i = 0; rc == 0 && i < total; ++i) {
         char text[256];
