@@ -26,9 +26,14 @@ enum MofNAction : uint32_t {
 };
 
 constexpr const char *kActionLabels[] = {
-    "",          "Associate",         "Reassociate (Set Permissions)",
-    "Authorize", "Reauthorize (Set Permissions)", "Session Authorize",
-    "Reset",     "Check",
+    "",
+    "Associate",
+    "Reassociate (Set Permissions)",
+    "Authorize",
+    "Reauthorize (Set Permissions)",
+    "Session Authorize",
+    "Reset",
+    "Check",
 };
 
 constexpr uint32_t kSessionAuthorizedMenu = 6;
@@ -56,9 +61,9 @@ PermissionText PermissionSummary(uint32_t mask) {
     PermissionText summary{};
     int used = snprintf(summary.text, sizeof summary.text, "%s : %s\n", "Key Read", "yes");
     for (const Permission &permission : kPermissions)
-        used += snprintf(summary.text + used, sizeof summary.text - static_cast<size_t>(used),
-                         "%s : %s\n", permission.summary,
-                         (mask & permission.bit) != 0 ? "yes" : "no");
+        used +=
+            snprintf(summary.text + used, sizeof summary.text - static_cast<size_t>(used),
+                     "%s : %s\n", permission.summary, (mask & permission.bit) != 0 ? "yes" : "no");
     return summary;
 }
 
@@ -129,8 +134,8 @@ int32_t Associate(QSessionHandle session, const MenuItem &item, uint32_t action,
 int32_t SessionAuthorize(QSessionHandle session, const MenuItem &item) {
     const CeremonyScreen screen = ScreenOf(item, kSessionAuthorize);
     ShowCeremonyHeading(screen);
-    const uint32_t rc = PresentCards(session, screen, PermissionSummary(0).text, 0,
-                                     Q_MOFN_SESSION_AUTHORIZE);
+    const uint32_t rc =
+        PresentCards(session, screen, PermissionSummary(0).text, 0, Q_MOFN_SESSION_AUTHORIZE);
     if (rc != 0) return static_cast<int32_t>(rc);
     gState.sessionAuthorized = true;
     ShowAclAgain(session);

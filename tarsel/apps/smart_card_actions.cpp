@@ -44,12 +44,13 @@ void ShowCardInfo(const QSmartCardInfo &info) {
     OutPrintf("%-*s: %s%s\n", kInfoWidth, "Card Type", info.large != 0 ? "Lg" : "Sm",
               info.profileOe != 0 ? "Oe" : "Gp");
     if (info.formatted != 0) {
-        OutPrintf("%-*s: %s\n", kInfoWidth, "PIN Locked",
-                  info.pinLocked != 0 ? "yes (no more PIN changes)"
-                                      : "no (one more PIN change allowed)");
+        OutPrintf(
+            "%-*s: %s\n", kInfoWidth, "PIN Locked",
+            info.pinLocked != 0 ? "yes (no more PIN changes)" : "no (one more PIN change allowed)");
         OutPrintf("%-*s: %d\n", kInfoWidth, "PIN SCR",
                   info.pinCounters != 0 ? info.pinCounterScr : -1);
-        OutPrintf("%-*s: %d\n", kInfoWidth, "PIN MM", info.pinCounters != 0 ? info.pinCounterMm : -1);
+        OutPrintf("%-*s: %d\n", kInfoWidth, "PIN MM",
+                  info.pinCounters != 0 ? info.pinCounterMm : -1);
     }
     OutPrintf("%-*s: %s\n", kInfoWidth, "Filesystem",
               info.formatted != 0 ? "formatted" : "unformatted");
@@ -105,8 +106,7 @@ int32_t ChangeCardPin(QSessionHandle, const MenuItem &item) {
 
 int32_t EraseCard(QSessionHandle, const MenuItem &item) {
     PrintActionHeading(item);
-    if (AskYesNoWithDefault("Card critical information is about to be erased. Continue?", 0) ==
-        0) {
+    if (AskYesNoWithDefault("Card critical information is about to be erased. Continue?", 0) == 0) {
         PrintCancelled();
         return 1;
     }

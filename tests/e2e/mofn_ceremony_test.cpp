@@ -34,9 +34,9 @@ class Ceremony {
         EXPECT_EQ(QOpenSession(&session_, Q_LOGIN_PASSWORD, &login, sizeof login, Q_SESSION_TLS),
                   Q_OK);
         EXPECT_EQ(QGenerateKey(session_, "aes", Q_ALG_AES_128, Q_KEY_EXPORTABLE, &key_), Q_OK);
-        console_ = std::make_unique<PtyDriver>(TARSEL_PATH, ConsoleArgs(sim_, "clerk"),
-                                               std::vector<std::string>{"QELVOARC_SC_READER=" +
-                                                                        reader_.path()});
+        console_ = std::make_unique<PtyDriver>(
+            TARSEL_PATH, ConsoleArgs(sim_, "clerk"),
+            std::vector<std::string>{"QELVOARC_SC_READER=" + reader_.path()});
         ready_ = LogIn(*console_, kPassword);
     }
     ~Ceremony() {
@@ -173,8 +173,9 @@ TEST(MofNCeremony, CustodiansCreateAuthorizeCopyAndResetThroughTheConsole) {
     ceremony.Answer("Set Partition Remove (destroy all keys) (y/[n]): ", "\n");
     ceremony.pty().Expect("Key Read : yes\nKey Export : yes\nKey Destroy : no\n");
     ceremony.PresentCards(kFirstSet, "2");
-    ceremony.pty().Expect("   State              - Associated\n"
-                          "   Permissions        - Read, Export\n");
+    ceremony.pty().Expect(
+        "   State              - Associated\n"
+        "   Permissions        - Read, Export\n");
     ceremony.Leave(0);
     EXPECT_EQ(ceremony.Export(), Q_ERR_MOFN_NOT_AUTHORIZED);
 
@@ -193,7 +194,8 @@ TEST(MofNCeremony, CustodiansCreateAuthorizeCopyAndResetThroughTheConsole) {
     ceremony.OpenSmartCard("Copy Set");
     ceremony.pty().Expect("Reading the source set\n\n");
     ceremony.PresentCards(kFirstSet, "2");
-    ceremony.pty().Expect("Writing the target set\n\nChoose the values for N and M of the set.\n\n");
+    ceremony.pty().Expect(
+        "Writing the target set\n\nChoose the values for N and M of the set.\n\n");
     ceremony.Answer("N [2-16] : ", "5\n");
     ceremony.Answer("M [2-5] : ", "3\n");
     ceremony.Answer("You will need 5 formatted cards. Continue? (y/[n]): ", "y\n");
@@ -217,8 +219,9 @@ TEST(MofNCeremony, CustodiansCreateAuthorizeCopyAndResetThroughTheConsole) {
     ceremony.OpenMyAuth("Session Authorized", kSessionActions);
     ceremony.Answer("", "4\n");
     ceremony.PresentCards(kSecondSet, "3");
-    ceremony.pty().Expect("   State              - Initial\n   Permissions        - None\n\n"
-                          "Reset operation completed successfully.\n");
+    ceremony.pty().Expect(
+        "   State              - Initial\n   Permissions        - None\n\n"
+        "Reset operation completed successfully.\n");
     ceremony.Leave(0);
     EXPECT_EQ(ceremony.Export(), Q_ERR_MOFN_NOT_AUTHORIZED);
     ceremony.pty().Send("0\n");
@@ -231,8 +234,8 @@ TEST(MofNCeremony, BadPinsAndARecordedShadowStopBeforeTheCardIsTouched) {
     ASSERT_EQ(ceremony.Card("insert c1"), 0);
     for (const char *pin : {"1234567", "123456789", "1234567a"}) {
         ceremony.OpenSmartCard("Get Label");
-        AnswerSecret(ceremony.pty(), "!! Please insert your smart card !!\n\nPIN: ",
-                     std::string(pin) + "\n");
+        AnswerSecret(ceremony.pty(),
+                     "!! Please insert your smart card !!\n\nPIN: ", std::string(pin) + "\n");
         ceremony.pty().Expect("\nInvalid PIN! Must be 8 digits.\n");
         ceremony.Leave(1);
     }
@@ -256,8 +259,9 @@ TEST(MofNCeremony, BadPinsAndARecordedShadowStopBeforeTheCardIsTouched) {
     ceremony.pty().Expect("!! Please insert your smart card !!\n\n");
     ASSERT_EQ(ceremony.Card("insert c2"), 0);
     AnswerSecret(ceremony.pty(), "PIN: ", std::string(kPin) + "\n");
-    ceremony.pty().Expect("* the HSM. In case of doubt consult the technical support of of your "
-                          "vendor.  *\n");
+    ceremony.pty().Expect(
+        "* the HSM. In case of doubt consult the technical support of of your "
+        "vendor.  *\n");
     ceremony.Answer("Would you like to overwrite the current shadow of the smart card? (y/[n]): ",
                     "\n");
     ceremony.Leave(1);
