@@ -47,6 +47,7 @@ class Ceremony {
 
     bool ready() const { return ready_; }
     PtyDriver &pty() { return *console_; }
+    SimProcess &sim() { return sim_; }
 
     int Card(const std::string &arguments, std::string *out = nullptr) {
         return Shell(std::string(ORVENA_CARD_PATH) + " --reader " + reader_.path() + " " +
@@ -226,6 +227,20 @@ TEST(MofNCeremony, CustodiansCreateAuthorizeCopyAndResetThroughTheConsole) {
     EXPECT_EQ(ceremony.Export(), Q_ERR_MOFN_NOT_AUTHORIZED);
     ceremony.pty().Send("0\n");
     EXPECT_EQ(ceremony.pty().WaitExit(), 0);
+
+    // The log names the cards of each step.
+    std::string info;
+    ASSERT_EQ(ceremony.Card("info c4", &info), 0);
+    const size_t at = info.find("CSN         : ") + 14;
+    const std::string serial = info.substr(at, 24);
+    std::string log;
+    ASSERT_EQ(
+        Shell(std::string(ORVENA_SIMCTL_PATH) + " export-log --data " + ceremony.sim().dataDir(),
+              &log),
+        0);
+    EXPECT_NE(log.find("M of N reset of partition clerk: cards " + serial + ", "),
+              std::string::npos)
+        << serial;
 }
 
 TEST(MofNCeremony, BadPinsAndARecordedShadowStopBeforeTheCardIsTouched) {
