@@ -246,6 +246,21 @@ UPDATE event_log_state SET sealed_end = COALESCE(
 )sql");
 }
 
+// Triggers that count every insert, delete and `update` ("UPDATE" or "UPDATE OF columns") of
+// `table` as a change a backup keeps.
+void CountChangesOf(Database &db, std::string_view table, std::string_view update) {
+    for (std::string_view event :
+         {std::string_view("INSERT"), std::string_view("DELETE"), update}) {
+        std::string name = std::string(table) + "_" + std::string(event.substr(0, 6)) + "_counted";
+        for (char &c : name)
+            c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        db.Execute(("CREATE TRIGGER " + name + " AFTER " + std::string(event) + " ON " +
+                    std::string(table) +
+                    " BEGIN UPDATE backup_state SET changes = changes + 1 WHERE id = 1; END")
+                       .c_str());
+    }
+}
+
 // A counter of the changes a backup keeps (accounts, second factors, tokens, the policy, the
 // objects, the network settings), so that the HSM can tell whether it changed since its last
 // backup. Logins and one-time-password counters are not changes of that kind. The network
@@ -271,17 +286,8 @@ CREATE TABLE network_settings (
         {"objects", "UPDATE"},
         {"network_settings", "UPDATE"},
     };
-    for (const auto &[table, update] : kWatched) {
-        for (const char *event : {"INSERT", "DELETE", update}) {
-            std::string name =
-                std::string(table) + "_" + std::string(event).substr(0, 6) + "_counted";
-            for (char &c : name)
-                c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-            db.Execute(("CREATE TRIGGER " + name + " AFTER " + event + " ON " + table +
-                        " BEGIN UPDATE backup_state SET changes = changes + 1 WHERE id = 1; END")
-                           .c_str());
-        }
-    }
+    for (const auto &[table, update] : kWatched)
+        CountChangesOf(db, table, update);
 }
 
 // The HSM's current server master key, named by its fingerprint, and the M of N state of
@@ -300,6 +306,8 @@ CREATE TABLE mofn_partitions (
     association TEXT NOT NULL
 );
 )sql");
+    CountChangesOf(db, "svmk_state", "UPDATE");
+    CountChangesOf(db, "mofn_partitions", "UPDATE");
 }
 
 using Step = void (*)(Database &db, std::string_view serial);
