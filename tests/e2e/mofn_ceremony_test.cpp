@@ -280,6 +280,18 @@ TEST(MofNCeremony, BadPinsAndARecordedShadowStopBeforeTheCardIsTouched) {
     ceremony.Answer("Would you like to overwrite the current shadow of the smart card? (y/[n]): ",
                     "\n");
     ceremony.Leave(1);
+
+    // A custodian who aborts ends the association before the HSM hears of it.
+    ceremony.OpenMyAuth("Initial", " 1 - Associate\n 2 - Check\n");
+    ceremony.Answer("", "1\n");
+    for (int question = 0; question < 4; ++question)
+        ceremony.Answer("(y/[n]): ", "\n");
+    AnswerSecret(ceremony.pty(), "PIN: ", std::string(kPin) + "\n");
+    ceremony.Answer("Actions :\n 1 - Next custodian\n 2 - Abort\nOption : ", "2\n");
+    ceremony.Leave(0);
+    ceremony.OpenMyAuth("Initial", " 1 - Associate\n 2 - Check\n");
+    ceremony.Answer("", "0\n");
+    ceremony.Leave(0);
     ceremony.pty().Send("0\n");
     EXPECT_EQ(ceremony.pty().WaitExit(), 0);
 }
