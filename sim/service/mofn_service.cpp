@@ -2,6 +2,9 @@
 
 #include <openssl/rand.h>
 
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -26,13 +29,20 @@ std::vector<std::string_view> Views(const google::protobuf::RepeatedPtrField<std
     return {all.begin(), all.end()};
 }
 
-// "cards A, B" for the event log: serial numbers only, never a byte of a shadow.
+// A card serial number as the library reads it: 24 hexadecimal digits.
+bool IsCardSerial(const std::string &text) {
+    return text.size() == 24 &&
+           std::all_of(text.begin(), text.end(), [](char c) { return std::isxdigit(c) != 0; });
+}
+
+// "cards A, B" for the event log: serial numbers only, never a byte of a shadow. The client
+// names them, so anything that is not a serial number is logged as unknown.
 std::string CardList(const google::protobuf::RepeatedPtrField<std::string> &serials,
                      int shadowCount) {
     std::string text = "cards ";
     for (int i = 0; i < shadowCount; ++i) {
         if (i > 0) text += ", ";
-        text += i < serials.size() && !serials[i].empty() ? serials[i] : "unknown";
+        text += i < serials.size() && IsCardSerial(serials[i]) ? serials[i] : "unknown";
     }
     return text;
 }
@@ -43,7 +53,7 @@ std::string Hex(uint32_t value) {
     return text;
 }
 
-// The SVMK of a set of shadows and its fingerprint.
+// The SVMK of a set of shadows and the set's parameters.
 Result JoinShadows(Call &call, const google::protobuf::RepeatedPtrField<std::string> &shadows,
                    SecretBytes *svmk, ShareSet *set) {
     if (Result r = JoinShares(call.hsm.masterKey, SharePurpose::kShadow, Views(shadows), svmk, set);
