@@ -66,7 +66,7 @@ int Run(const sim::DaemonOptions &options) {
     sim::IpFilterStore ipFilter(data.database(), data.events());
     sim::HsmContext hsm{data.users(), data.masterKey(), sessions,       clock,         identity,
                         data.keys(),  data.tokens(),    data.policy(),  data.events(), log,
-                        hardware,     firmware,         data.backups(), ipFilter};
+                        hardware,     firmware,         data.backups(), ipFilter, data.mofn()};
 
     sim::Server server(hsm, tls, options.host, options.port, options.limits);
     std::optional<sim::DiscoveryResponder> discovery;

@@ -1438,14 +1438,63 @@ QELVOARC_API uint32_t QSPBExportPKCS12(QSessionHandle session, const char *passw
 #define Q_SC_LABEL_SIZE 33u
 #define Q_SC_PIN_LENGTH 8u
 
+/* Operations of QNSAuthSetState. */
 #define Q_MOFN_ASSOCIATE 1u
 #define Q_MOFN_RESET 2u
 #define Q_MOFN_AUTHORIZE 3u
 #define Q_MOFN_SESSION_AUTHORIZE 4u
 #define Q_MOFN_CHECK 5u
 
+/* M of N state of a partition (QUserAuthRecord.mofnState). */
+#define Q_MOFN_STATE_NOT_ENABLED 1u /* the user does not hold Q_ACL_MOFN_LOCAL */
+#define Q_MOFN_STATE_INITIAL 2u
+#define Q_MOFN_STATE_ASSOCIATED 3u
+#define Q_MOFN_STATE_AUTHORIZED 4u
+
+/* M of N permissions (QUserAuthRecord.permissionMask, QNSAuthSetState). */
+#define Q_MOFN_PERM_DESTROY 0x01u          /* QRemoveObj */
+#define Q_MOFN_PERM_READ 0x02u             /* always granted with the others */
+#define Q_MOFN_PERM_EXPORT 0x04u           /* QExportKey, QEFTExportZPK, QEFTExportKey, ... */
+#define Q_MOFN_PERM_BLOCK 0x08u            /* blocking or unblocking a key */
+#define Q_MOFN_PERM_PARTITION_REMOVE 0x10u /* QRemoveUser of the partition's user */
+
+/* A partition is under M of N when its user holds Q_ACL_MOFN_LOCAL. Its custodians move it
+ * with QNSAuthSetState, presenting the shadows of one set (all n cards may be given; at least
+ * m are needed). What each state allows the partition's sessions to do under the permissions
+ * above (export, destroy, block, partition remove; reading is never restricted):
+ *
+ *   state               | grants                                | reached by
+ *   --------------------+---------------------------------------+------------------------------
+ *   Initial             | nothing                               | start; Reset
+ *   Associated          | nothing                               | Associate
+ *   Authorized          | the mask, to every session            | Authorize
+ *   session-authorized  | the mask, to that session only, while | Session Authorize from
+ *   (Associated or      | the partition keeps its set; ends     | Associated or Authorized
+ *    Authorized)        | with Associate, Authorize or Reset    |
+ *                       | in that session, or any Reset         |
+ *
+ * A refused operation answers Q_ERR_MOFN_NOT_AUTHORIZED. Removing a partition's user is
+ * asked by another user's session, so only the state Authorized can allow it. A user without
+ * Q_ACL_MOFN_LOCAL is never restricted.
+ *
+ * QNSAuthSetState transitions (anything else: Q_ERR_MOFN_STATE; shadows of another set than
+ * the associated one: Q_ERR_MOFN_WRONG_SET; a user without Q_ACL_MOFN_LOCAL:
+ * Q_ERR_MOFN_NOT_ENABLED; a mask on Reset, Session Authorize or Check, or bits above 0x10:
+ * Q_ERR_INVALID_PARAMETER):
+ *   Q_MOFN_ASSOCIATE          Initial (any set of this HSM), Associated, Authorized -> Associated
+ *   Q_MOFN_AUTHORIZE          Associated, Authorized -> Authorized
+ *   Q_MOFN_SESSION_AUTHORIZE  Associated, Authorized -> unchanged; the session is authorized
+ *   Q_MOFN_RESET              Associated, Authorized -> Initial (no set, mask 0)
+ *   Q_MOFN_CHECK              any state -> unchanged, once the shadows prove a good set
+ * Associate and Authorize store the mask given, with Q_MOFN_PERM_READ added. */
+
 #pragma pack(push, 1)
-/* One smart-card shadow of an SVMK. */
+/* One smart-card shadow of an SVMK. The HSM makes and checks it; its share data is
+ *   7   8 bytes   the set's id, random for each QGenerateSVMK
+ *   15  32 bytes  the Shamir share (GF(256)) of the 32-byte SVMK at this position
+ *   47  16 bytes  tag binding the whole shadow (head included) to its set, made under a key of
+ *                 the HSM's master key
+ * version is in the platform's byte order (little-endian); position runs from 1 to n. */
 typedef struct QSmartCardShadow {
     uint32_t version;  /* 0: SVMK scheme, 1 or 2 */
     uint8_t position;  /* 4 */
@@ -1479,8 +1528,9 @@ typedef struct QSmartCardInfo {
 QELVOARC_STATIC_ASSERT(sizeof(QSmartCardInfo) == 624, "smart card info");
 #pragma pack(pop)
 
-/* Splits a secret into n shares, any m of which recover it. shares [out]: n shares of
- * shareLength bytes each, back to back (QFree). */
+/* Splits a secret (1 to 256 bytes) into n shares, any m of which recover it (2 <= m <= n
+ * <= 16). shares [out]: n shares of shareLength bytes each (the secret's length plus 31),
+ * back to back (QFree). Shares are laid out as shadows, with version 0. */
 QELVOARC_API uint32_t QMofNSplit(QSessionHandle session, const uint8_t *secret,
                                  uint32_t secretLength, uint8_t m, uint8_t n, uint8_t **shares,
                                  uint32_t *shareLength, uint32_t flags);
@@ -1489,7 +1539,8 @@ QELVOARC_API uint32_t QMofNRecover(QSessionHandle session, const uint8_t *shares
                                    uint32_t shareLength, uint8_t **secret, uint32_t *secretLength,
                                    uint32_t flags);
 /* Changes the M of N state of the session's user (operation Q_MOFN_*) with a quorum of
- * shadows. */
+ * shadows; see the table above. permissionMask: Q_MOFN_PERM_* bits for Associate and
+ * Authorize, else 0. */
 QELVOARC_API uint32_t QNSAuthSetState(QSessionHandle session, uint32_t permissionMask,
                                       uint32_t operation, const QSmartCardShadow *shadows,
                                       uint32_t shadowCount, uint32_t flags);
@@ -1530,12 +1581,18 @@ QELVOARC_API uint32_t QSCSetLabel(const char *pin, const char *label, uint32_t f
 /* Non-zero when a smart-card reader is configured: QELVOARC_SC_READER names an existing
  * directory. */
 QELVOARC_API uint32_t QSCIsLibLoaded(void);
-/* Generates (svmk NULL) or re-splits an SVMK into n shadows, any m of which recover it.
- * version: 1 or 2. shadows [out]: n entries of a Q_SVMK_MAX_SHADOWS array. */
+/* Generates (svmk NULL) or re-splits an SVMK into n shadows, any m of which recover it
+ * (2 <= m <= n <= 16). version: 1 or 2. svmk: a blob from QRecoverSVMK (Q_ERR_SVMK_BLOB when
+ * it is not this HSM's). shadows [out]: n entries of a Q_SVMK_MAX_SHADOWS array. The SVMK
+ * becomes the HSM's current one, whose fingerprint QGetHsmInfo reports. */
 QELVOARC_API uint32_t QGenerateSVMK(QSessionHandle session, uint32_t version, const uint8_t *svmk,
                                     uint8_t m, uint8_t n, QSmartCardShadow *shadows,
                                     uint32_t flags);
-/* Rebuilds the SVMK from count shadows. svmk [out]: Q_SVMK_SIZE bytes. */
+/* Rebuilds the SVMK from count shadows of one set. svmk [out]: Q_SVMK_SIZE bytes, the SVMK
+ * wrapped under the HSM's master key, usable only by that HSM. Refuses, in this order: a
+ * damaged or altered shadow, or one another HSM made (Q_ERR_SHADOW_TAMPERED), shadows of
+ * different sets (Q_ERR_SHADOWS_MIXED), a position twice (Q_ERR_SHADOW_DUPLICATE), fewer than
+ * m (Q_ERR_SHADOWS_TOO_FEW). The same checks guard QNSAuthSetState and QMofNRecover. */
 QELVOARC_API uint32_t QRecoverSVMK(QSessionHandle session, const QSmartCardShadow *shadows,
                                    uint8_t count, uint8_t *svmk, uint32_t flags);
 
@@ -1716,6 +1773,15 @@ QELVOARC_API uint32_t QByteArray2Base64(const uint8_t *data, uint32_t length, ch
 #define Q_ERR_FILE 1034u
 #define Q_ERR_NOT_FOUND_HSM 1035u
 #define Q_ERR_KCV_RETRY 1052u
+#define Q_ERR_MOFN_NOT_ENABLED 1060u
+#define Q_ERR_MOFN_STATE 1061u
+#define Q_ERR_MOFN_NOT_AUTHORIZED 1062u
+#define Q_ERR_SHADOWS_TOO_FEW 1063u
+#define Q_ERR_SHADOWS_MIXED 1064u
+#define Q_ERR_SHADOW_DUPLICATE 1065u
+#define Q_ERR_SHADOW_TAMPERED 1066u
+#define Q_ERR_MOFN_WRONG_SET 1067u
+#define Q_ERR_SVMK_BLOB 1068u
 #define Q_ERR_PIN_CHARACTERS 1089u
 #define Q_ERR_NO_CARD 1090u /* no card inserted in the reader */
 #define Q_ERR_CARD_UNFORMATTED 1091u

@@ -7,6 +7,7 @@
 
 #include "abi_guard.h"
 #include "card_reader.h"
+#include "card_serials.h"
 #include "inserted_card.h"
 #include "library_state.h"
 #include "qelvoarc.h"
@@ -77,7 +78,10 @@ uint32_t QSCReadShadow(const char *pin, QSmartCardShadow *shadow, uint32_t flags
     return WithReader([&](const cards::Reader &reader) {
         cards::Shadow read{};
         const uint32_t status = cards::ReadShadow(reader, pin, &read);
-        if (status == Q_OK) std::memcpy(shadow, read.data(), read.size());
+        if (status == Q_OK) {
+            std::memcpy(shadow, read.data(), read.size());
+            qelvoarc::RememberCardOf(*shadow, reader);
+        }
         OPENSSL_cleanse(read.data(), read.size());
         return status;
     });
@@ -90,6 +94,7 @@ uint32_t QSCWriteShadow(const QSmartCardShadow *shadow, const char *pin, uint32_
         cards::Shadow written{};
         std::memcpy(written.data(), shadow, written.size());
         const uint32_t status = cards::WriteShadow(reader, pin, written, overwrite != 0);
+        if (status == Q_OK) qelvoarc::RememberCardOf(*shadow, reader);
         OPENSSL_cleanse(written.data(), written.size());
         return status;
     });

@@ -149,25 +149,6 @@ uint32_t QSPBExportPKCS12(QSessionHandle, const char *, const char *, const char
                           uint32_t *, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
-uint32_t QMofNSplit(QSessionHandle, const uint8_t *, uint32_t, uint8_t, uint8_t, uint8_t **,
-                    uint32_t *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QMofNRecover(QSessionHandle, const uint8_t *, uint8_t, uint32_t, uint8_t **, uint32_t *,
-                      uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QNSAuthSetState(QSessionHandle, uint32_t, uint32_t, const QSmartCardShadow *, uint32_t,
-                         uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QGenerateSVMK(QSessionHandle, uint32_t, const uint8_t *, uint8_t, uint8_t,
-                       QSmartCardShadow *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QRecoverSVMK(QSessionHandle, const QSmartCardShadow *, uint8_t, uint8_t *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
 uint32_t QSKeepNewSecret(QSessionHandle, const char *, uint8_t, uint16_t, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }

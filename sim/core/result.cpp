@@ -108,6 +108,24 @@ wire::Status ToWireStatus(Result result) {
             return wire::ERR_TOOL_TARGET;
         case Result::kToolUnavailable:
             return wire::ERR_TOOL_UNAVAILABLE;
+        case Result::kMofNNotEnabled:
+            return wire::ERR_MOFN_NOT_ENABLED;
+        case Result::kMofNState:
+            return wire::ERR_MOFN_STATE;
+        case Result::kMofNNotAuthorized:
+            return wire::ERR_MOFN_NOT_AUTHORIZED;
+        case Result::kShadowsTooFew:
+            return wire::ERR_SHADOWS_TOO_FEW;
+        case Result::kShadowsMixed:
+            return wire::ERR_SHADOWS_MIXED;
+        case Result::kShadowDuplicate:
+            return wire::ERR_SHADOW_DUPLICATE;
+        case Result::kShadowTampered:
+            return wire::ERR_SHADOW_TAMPERED;
+        case Result::kMofNWrongSet:
+            return wire::ERR_MOFN_WRONG_SET;
+        case Result::kSvmkBlob:
+            return wire::ERR_SVMK_BLOB;
     }
     return wire::ERR_INTERNAL;
 }

@@ -61,6 +61,15 @@ enum class [[nodiscard]] Result{
     kIpFilterRefused,
     kToolTarget,
     kToolUnavailable,
+    kMofNNotEnabled,
+    kMofNState,
+    kMofNNotAuthorized,
+    kShadowsTooFew,
+    kShadowsMixed,
+    kShadowDuplicate,
+    kShadowTampered,
+    kMofNWrongSet,
+    kSvmkBlob,
 };
 
 wire::Status ToWireStatus(Result result);

@@ -108,14 +108,23 @@ std::optional<SecretBytes> MasterKey::Unwrap(std::string_view keyEncryptionKey,
     return key;
 }
 
-std::string MasterKey::Id() const {
-    static constexpr std::string_view kLabel = "orvena master key id";
+std::string MasterKey::Mac(std::string_view label) const {
     unsigned char mac[EVP_MAX_MD_SIZE];
     size_t length = 0;
     if (EVP_Q_mac(nullptr, "HMAC", nullptr, "SHA256", nullptr, Bytes(key_.view()), kKeyBytes,
-                  Bytes(kLabel), kLabel.size(), mac, sizeof mac, &length) == nullptr)
+                  Bytes(label), label.size(), mac, sizeof mac, &length) == nullptr)
         throw std::runtime_error("HMAC failed");
-    return std::string(reinterpret_cast<const char *>(mac), kIdBytes);
+    std::string out(reinterpret_cast<const char *>(mac), length);
+    OPENSSL_cleanse(mac, sizeof mac);
+    return out;
+}
+
+std::string MasterKey::Id() const {
+    return Mac("orvena master key id").substr(0, kIdBytes);
+}
+
+SecretBytes MasterKey::DeriveKey(std::string_view purpose) const {
+    return SecretBytes(Mac("orvena derived key: " + std::string(purpose)));
 }
 
 }  // namespace sim

@@ -26,6 +26,9 @@ class MasterKey {
     // 16 bytes that name this key without revealing it (an HMAC of a fixed text under it), so
     // that a blob can say which HSM's key sealed it. Thread-safe.
     std::string Id() const;
+    // A 32-byte key for one `purpose` (its name), so that each use of the master key has a
+    // key of its own. Thread-safe.
+    SecretBytes DeriveKey(std::string_view purpose) const;
     // The key sealed under another 32-byte key (nonce || ciphertext || tag), for a backup.
     std::string WrapUnder(std::string_view keyEncryptionKey, std::string_view associated) const;
     // The 32 key bytes of a WrapUnder result; nullopt when `keyEncryptionKey` or `associated`
@@ -34,6 +37,8 @@ class MasterKey {
                                              std::string_view wrapped, std::string_view associated);
 
   private:
+    // HMAC-SHA256 of `label` under the key.
+    std::string Mac(std::string_view label) const;
     explicit MasterKey(SecretBytes key) : key_(std::move(key)) {}
     SecretBytes key_;
 };

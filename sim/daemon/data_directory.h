@@ -15,6 +15,7 @@
 #include "store/backup_store.h"
 #include "store/event_log.h"
 #include "store/key_store.h"
+#include "store/mofn_store.h"
 #include "store/password_policy_store.h"
 #include "store/user_store.h"
 
@@ -34,6 +35,7 @@ class DataDirectory {
     PasswordPolicyStore &policy() { return policy_; }
     KeyStore &keys() { return keys_; }
     BackupStore &backups() { return backups_; }
+    MofNStore &mofn() { return mofn_; }
     EventLog &events() { return events_; }
     const MasterKey &masterKey() const { return masterKey_; }
     const std::string &path() const { return dir_; }
@@ -53,6 +55,7 @@ class DataDirectory {
     PasswordPolicyStore policy_;
     KeyStore keys_;
     BackupStore backups_;
+    MofNStore mofn_;
 };
 
 inline constexpr const char *kMasterUser = "master";

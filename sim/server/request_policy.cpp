@@ -1,6 +1,7 @@
 #include "server/request_policy.h"
 
 #include "core/user_rights.h"
+#include "service/mofn_guard.h"
 
 namespace sim {
 
@@ -38,6 +39,15 @@ Result CheckNeeds(const Needs &needs, Call &call) {
     return Result::kOk;
 }
 
+// The caller's own partition under M of N: the custodians' authorization must grant what the
+// request does to its objects.
+Result CheckMofN(const Rule &rule, Call &call) {
+    if (rule.mofnPermission == 0) return Result::kOk;
+    if (!call.caller) call.caller = call.hsm.users.FindUser(call.session().user);
+    if (!call.caller) return Result::kAccessDenied;
+    return CheckMofNPermission(call.hsm, *call.caller, &call.session(), rule.mofnPermission);
+}
+
 }  // namespace
 
 Result Admit(const Rule &rule, Call &call) {
@@ -53,7 +63,8 @@ Result Admit(const Rule &rule, Call &call) {
         return Result::kSessionExpired;
     }
     if ((rule.sessions & KindBit(conn.session->kind)) == 0) return RefusalFor(conn.session->kind);
-    return CheckNeeds(rule.needs, call);
+    if (Result r = CheckNeeds(rule.needs, call); r != Result::kOk) return r;
+    return CheckMofN(rule, call);
 }
 
 }  // namespace sim

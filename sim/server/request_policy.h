@@ -16,7 +16,7 @@ namespace sim {
 // session yet (kNotAuthenticated), Login on a session (kBadState), a session whose user
 // was removed (kSessionExpired; the session ends and the connection closes after the reply),
 // the session's kind (kPasswordChangeOnly or kAccessDenied), the caller's rights
-// (kAccessDenied).
+// (kAccessDenied), the M of N authorization of the caller's partition (kMofNNotAuthorized).
 Result Admit(const Rule &rule, Call &call);
 
 }  // namespace sim

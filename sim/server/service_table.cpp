@@ -13,6 +13,7 @@
 #include "service/login_service.h"
 #include "service/machine_service.h"
 #include "service/network_tool_service.h"
+#include "service/mofn_service.h"
 #include "service/oath_service.h"
 #include "service/object_backup_service.h"
 #include "service/object_service.h"
@@ -48,6 +49,7 @@ const DispatchTable &ServiceTable() {
         RegisterBackupService(services);
         RegisterIpFilterService(services);
         RegisterNetworkToolService(services);
+        RegisterMofNService(services);
         return services;
     }();
     return table;

@@ -65,6 +65,9 @@ inline constexpr uint32_t kEverySession =
 struct Rule {
     Needs needs;
     uint32_t sessions = kNormalSessions;  // SessionKindBit set
+    // The pb::MofNPermission the caller's partition must be granted when it is under M of N;
+    // 0 for requests M of N does not restrict.
+    uint32_t mofnPermission = 0;
 };
 
 class DispatchTable {
@@ -79,12 +82,14 @@ class DispatchTable {
     // `Mutable`; one line per request:
     //   table.Add<&pb::Request::x, &pb::Response::mutable_x>(HandleX, Needs::..., kNormalSessions);
     template <auto Get, auto Mutable, class Req, class Rep>
-    void Add(Result (*handler)(Call &, const Req &, Rep *), Needs needs, uint32_t sessions) {
+    void Add(Result (*handler)(Call &, const Req &, Rep *), Needs needs, uint32_t sessions,
+             uint32_t mofnPermission = 0) {
         static_assert(std::is_same_v<decltype(Get), const Req &(pb::Request::*)() const>,
                       "the getter must return the handler's request type");
         static_assert(std::is_same_v<decltype(Mutable), Rep *(pb::Response::*)()>,
                       "the mutable accessor must return the handler's reply type");
-        Add(BodyNumber(*Req::descriptor(), *Rep::descriptor()), Rule{needs, sessions},
+        Add(BodyNumber(*Req::descriptor(), *Rep::descriptor()),
+            Rule{needs, sessions, mofnPermission},
             [handler](Call &call, const pb::Request &request, pb::Response *response) {
                 return handler(call, (request.*Get)(), (response->*Mutable)());
             });

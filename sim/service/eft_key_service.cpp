@@ -175,9 +175,9 @@ void RegisterEftKeyService(DispatchTable &table) {
     table.Add<&pb::Request::import_key_under_kek, &pb::Response::mutable_import_key_under_kek>(
         HandleImportKeyUnderKek, Needs::Nothing(), kNormalSessions);
     table.Add<&pb::Request::export_key_under_kek, &pb::Response::mutable_export_key_under_kek>(
-        HandleExportKeyUnderKek, Needs::Nothing(), kNormalSessions);
+        HandleExportKeyUnderKek, Needs::Nothing(), kNormalSessions, pb::MOFN_PERMISSION_EXPORT);
     table.Add<&pb::Request::export_key_components, &pb::Response::mutable_export_key_components>(
-        HandleExportKeyComponents, Needs::Nothing(), kNormalSessions);
+        HandleExportKeyComponents, Needs::Nothing(), kNormalSessions, pb::MOFN_PERMISSION_EXPORT);
 }
 
 }  // namespace sim

@@ -16,6 +16,7 @@
 #include "store/firmware_store.h"
 #include "store/ip_filter_store.h"
 #include "store/key_store.h"
+#include "store/mofn_store.h"
 #include "store/password_policy_store.h"
 #include "store/user_store.h"
 
@@ -38,6 +39,7 @@ struct HsmContext {
     FirmwareStore &firmware;
     BackupStore &backups;
     IpFilterStore &ipFilter;
+    MofNStore &mofn;
 };
 
 class ReplyStream;

@@ -27,7 +27,7 @@ std::string HostName() {
     return ::gethostname(name, sizeof name - 1) == 0 ? name : "";
 }
 
-void FillHardware(const HsmContext &hsm, pb::GetHsmStatusReply *reply) {
+void FillHardware(HsmContext &hsm, pb::GetHsmStatusReply *reply) {
     reply->set_manufacturer("Orvena");
     reply->set_model(hsm.identity.model);
     reply->set_hardware_profile(HardwareProfile());
@@ -35,7 +35,8 @@ void FillHardware(const HsmContext &hsm, pb::GetHsmStatusReply *reply) {
     reply->set_engine_description("Orvena " + hsm.identity.model + " Engine " +
                                   hsm.identity.firmware + " Serial: " + hsm.identity.serial);
     reply->set_tp_key(hsm.hardware.tpKey);
-    // No server master key exists until smart cards create one: the fingerprint stays empty.
+    // Empty until smart cards are made for a server master key.
+    reply->set_svmk_fingerprint(hsm.mofn.CurrentSvmk());
     reply->set_machine_alias(HostName());
 }
 

@@ -45,7 +45,7 @@ Result HandleExportKey(Call &call, const pb::ExportKey &request, pb::ExportKeyRe
 
 void RegisterKeyExportService(DispatchTable &table) {
     table.Add<&pb::Request::export_key, &pb::Response::mutable_export_key>(
-        HandleExportKey, Needs::Nothing(), kNormalSessions);
+        HandleExportKey, Needs::Nothing(), kNormalSessions, pb::MOFN_PERMISSION_EXPORT);
 }
 
 }  // namespace sim

@@ -143,7 +143,7 @@ void RegisterKeyService(DispatchTable &table) {
     table.Add<&pb::Request::import_key_components, &pb::Response::mutable_import_key_components>(
         HandleImportKeyComponents, Needs::Nothing(), kNormalSessions);
     table.Add<&pb::Request::set_key_blocked, &pb::Response::mutable_set_key_blocked>(
-        HandleSetKeyBlocked, Needs::Nothing(), kNormalSessions);
+        HandleSetKeyBlocked, Needs::Nothing(), kNormalSessions, pb::MOFN_PERMISSION_BLOCK);
 }
 
 }  // namespace sim

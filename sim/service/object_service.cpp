@@ -126,7 +126,7 @@ void RegisterObjectService(DispatchTable &table) {
     table.Add<&pb::Request::open_object, &pb::Response::mutable_open_object>(
         HandleOpenObject, Needs::Nothing(), kNormalSessions);
     table.Add<&pb::Request::remove_object, &pb::Response::mutable_remove_object>(
-        HandleRemoveObject, Needs::Nothing(), kNormalSessions);
+        HandleRemoveObject, Needs::Nothing(), kNormalSessions, pb::MOFN_PERMISSION_DESTROY);
     table.Add<&pb::Request::list_objects, &pb::Response::mutable_list_objects>(
         HandleListObjects, Needs::Nothing(), kNormalSessions);
     table.Add<&pb::Request::create_map, &pb::Response::mutable_create_map>(

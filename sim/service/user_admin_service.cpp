@@ -2,6 +2,7 @@
 
 #include "core/user_rights.h"
 #include "crypto/password_hash.h"
+#include "service/mofn_guard.h"
 #include "service/target_account.h"
 
 namespace sim {
@@ -44,6 +45,11 @@ Result HandleRemoveUser(Call &call, const pb::RemoveUser &request, pb::RemoveUse
     if (!rights::MayAdminister(caller.acl, target->acl)) return Result::kAccessDenied;
     // An account cannot pull the floor from under its own session.
     if (target->id == caller.id) return Result::kBadState;
+    // The remover's session is not the partition's, so only a standing authorization counts.
+    if (Result r =
+            CheckMofNPermission(call.hsm, *target, nullptr, pb::MOFN_PERMISSION_PARTITION_REMOVE);
+        r != Result::kOk)
+        return r;
     if (Result r = call.hsm.users.RemoveUser(call.actor(), target->id); r != Result::kOk) return r;
     call.hsm.sessions.EndSessionsOf(target->id);
     return Result::kOk;

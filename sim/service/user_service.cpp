@@ -3,6 +3,7 @@
 #include "core/user_rights.h"
 #include "crypto/certificate_der.h"
 #include "crypto/password_hash.h"
+#include "service/mofn_guard.h"
 #include "service/target_account.h"
 
 namespace sim {
@@ -31,10 +32,17 @@ Result HandleGetUserStatus(Call &call, const pb::GetUserStatus &request,
     return Result::kOk;
 }
 
-// No M of N scheme is associated with a partition yet: the initial state, no permissions.
-Result HandleGetUserAuth(Call &call, const pb::GetUserAuth &request, pb::GetUserAuthReply *) {
+Result HandleGetUserAuth(Call &call, const pb::GetUserAuth &request, pb::GetUserAuthReply *reply) {
     UserRecord user;
-    return FindInspectable(call, request.user(), &user);
+    if (Result r = FindInspectable(call, request.user(), &user); r != Result::kOk) return r;
+    if (!UnderMofN(user)) {
+        reply->set_state(pb::MOFN_STATE_NOT_ENABLED);
+        return Result::kOk;
+    }
+    const MofNPartition partition = call.hsm.mofn.Read(user.id);
+    reply->set_state(static_cast<uint32_t>(partition.state));
+    reply->set_permission_mask(partition.permissions);
+    return Result::kOk;
 }
 
 // The second-factor bits follow the registered factors: a request may drop them (a change

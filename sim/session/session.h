@@ -43,6 +43,9 @@ struct Session {
     std::unique_ptr<BackupTransfer> backup;
     std::unique_ptr<RestoreTransfer> restore;
     uint64_t lastTransfer = 0;
+    // The association (MofNPartition::association) under which the custodians authorized
+    // this session on its partition; empty when they have not.
+    std::string mofnSessionGrant;
 };
 
 // A session holds at most this many hash contexts at once.

@@ -307,11 +307,31 @@ CREATE TABLE ip_filter_entries (
     CountChangesOf(db, "ip_filter_entries", "UPDATE");
 }
 
+// The HSM's current server master key, named by its fingerprint, and the M of N state of
+// the partitions that left the initial one; a partition goes with its account.
+void KeepMofNStates(Database &db, std::string_view) {
+    db.Execute(R"sql(
+CREATE TABLE svmk_state (
+    id INTEGER PRIMARY KEY CHECK (id = 1),
+    fingerprint TEXT NOT NULL
+);
+CREATE TABLE mofn_partitions (
+    user_id TEXT PRIMARY KEY REFERENCES users(id) ON DELETE CASCADE,
+    state INTEGER NOT NULL,
+    permissions INTEGER NOT NULL,
+    set_fingerprint TEXT NOT NULL,
+    association TEXT NOT NULL
+);
+)sql");
+    CountChangesOf(db, "svmk_state", "UPDATE");
+    CountChangesOf(db, "mofn_partitions", "UPDATE");
+}
+
 using Step = void (*)(Database &db, std::string_view serial);
 
 // Step n brings the file to user_version n. Append only: a released step never changes.
-constexpr Step kSteps[] = {CreateAccounts, CreateObjects, ChainEventLog,    IndexEventLog,
-                           KeepLineTexts,  CountChanges,  FilterClientHosts};
+constexpr Step kSteps[] = {CreateAccounts, CreateObjects, ChainEventLog,     IndexEventLog,
+                           KeepLineTexts,  CountChanges,  FilterClientHosts, KeepMofNStates};
 
 int64_t Version(Database &db) {
     Statement read(db, "PRAGMA user_version");

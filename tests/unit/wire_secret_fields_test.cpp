@@ -49,6 +49,13 @@ const std::set<std::string> kSecretFields = {
     "wire.pb.StartBackup.password",
     "wire.pb.StartRestore.password",
     "wire.pb.ExportKeyComponentsReply.components",
+    "wire.pb.GenerateSvmkReply.shadows",
+    "wire.pb.RecoverSvmk.shadows",
+    "wire.pb.SetMofNState.shadows",
+    "wire.pb.SplitSecret.data",
+    "wire.pb.SplitSecretReply.shares",
+    "wire.pb.RecoverSecret.shares",
+    "wire.pb.RecoverSecretReply.data",
 };
 
 // Names that sound secret and are not: key names, check values (they prove a key, never

@@ -4,6 +4,7 @@
 #include "apps/export_key_components.h"
 #include "apps/import_key_components.h"
 #include "apps/kek_key_exchange.h"
+#include "apps/smart_card_actions.h"
 #include "apps/test_actions.h"
 #include "console/menus/menu_table.h"
 
@@ -62,14 +63,14 @@ constexpr MenuEntry kSafeKeepingItems[] = {
 // "Create Server Master Key" and "Create Partition Auth Seth" are one action.
 constexpr MenuEntry kSmartCardItems[] = {
     Title(0, ""),
-    Action(0, "Inspect", kAnyone, NotAvailableAction),
-    Action(0, "Change PIN", kAnyone, NotAvailableAction),
-    Action(0, "Create Server Master Key", kAnyone, NotAvailableAction),
-    Action(0, "Erase", kAnyone, NotAvailableAction),
-    Action(0, "Create Partition Auth Seth", kAnyone, NotAvailableAction),
-    Action(0, "Get Label", kAnyone, NotAvailableAction),
-    Action(0, "Copy Set", kAnyone, NotAvailableAction),
-    Action(0, "Copy Card", kAnyone, NotAvailableAction),
+    Action(0, "Inspect", kAnyone, InspectCard),
+    Action(0, "Change PIN", kAnyone, ChangeCardPin),
+    Action(0, "Create Server Master Key", kAnyone, CreateCardSet),
+    Action(0, "Erase", kAnyone, EraseCard),
+    Action(0, "Create Partition Auth Seth", kAnyone, CreateCardSet),
+    Action(0, "Get Label", kAnyone, GetCardLabel),
+    Action(0, "Copy Set", kAnyone, CopyCardSet),
+    Action(0, "Copy Card", kAnyone, CopyCard),
 };
 
 constexpr MenuEntry kBlockchainItems[] = {

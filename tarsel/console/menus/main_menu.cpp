@@ -1,6 +1,7 @@
 // The main menu: keys and objects, users, and the HSM's own functions.
 #include "admin/user_actions.h"
 #include "app/version_numbers.h"
+#include "apps/mofn_actions.h"
 #include "console/menu_tree.h"
 #include "console/menus/menu_table.h"
 #include "hsm/firmware_actions.h"
@@ -40,7 +41,7 @@ constexpr MenuEntry kMainItems[] = {
     Action(kUsers, "Trust Relations", Q_ACL_OPERATOR, ShowTrustRelations),
     Action(kUsers, "Password Policy", kAclPasswordPolicy, PasswordPolicy),
     Action(kUsers, "My Password", kAnyone, ChangeMyPassword),
-    ActionForAclOnly(kUsers, "My Auth M of N", Q_ACL_MOFN_LOCAL, NotAvailableAction),
+    ActionForAclOnly(kUsers, "My Auth M of N", Q_ACL_MOFN_LOCAL, ShowUserAcl),
     Nested(kUsers, "Access Tokens...", kAnyone, kAccessTokensMenu, AccessTokensMenu),
 
     Title(kHsm, "HSM"),
