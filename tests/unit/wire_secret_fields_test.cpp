@@ -26,7 +26,7 @@ using google::protobuf::Message;
 using google::protobuf::Reflection;
 
 // Passwords, OTPs, access tokens, OATH seeds, key material and components, HMAC keys, random
-// bytes.
+// bytes, kept secrets and their shares.
 const std::set<std::string> kSecretFields = {
     "wire.pb.Login.password",
     "wire.pb.Login.otp",
@@ -49,6 +49,10 @@ const std::set<std::string> kSecretFields = {
     "wire.pb.StartBackup.password",
     "wire.pb.StartRestore.password",
     "wire.pb.ExportKeyComponentsReply.components",
+    "wire.pb.SplitSecretReply.shares",
+    "wire.pb.RecoverSecret.shares",
+    "wire.pb.RecoverSecretReply.bytes",
+    "wire.pb.MatchSecret.shares",
 };
 
 // Names that sound secret and are not: key names, check values (they prove a key, never
