@@ -98,6 +98,26 @@ wire::Status ToWireStatus(Result result) {
             return wire::ERR_BACKUP_VERSION;
         case Result::kNotABackup:
             return wire::ERR_NOT_A_BACKUP;
+        case Result::kSecretBadLevel:
+            return wire::ERR_SKEEP_BAD_LEVEL;
+        case Result::kSecretBadAuthType:
+            return wire::ERR_SKEEP_BAD_AUTH_TYPE;
+        case Result::kSecretBadCounts:
+            return wire::ERR_SKEEP_BAD_COUNTS;
+        case Result::kSecretTooFewShares:
+            return wire::ERR_SKEEP_TOO_FEW_SHARES;
+        case Result::kSecretBadShare:
+            return wire::ERR_SKEEP_BAD_SHARE;
+        case Result::kSecretSharesMismatch:
+            return wire::ERR_SKEEP_SHARES_MISMATCH;
+        case Result::kSecretNeedsMofN:
+            return wire::ERR_SKEEP_MOFN_REQUIRED;
+        case Result::kSecretNeedsOath:
+            return wire::ERR_SKEEP_OATH_REQUIRED;
+        case Result::kSecretNeedsX509:
+            return wire::ERR_SKEEP_X509_REQUIRED;
+        case Result::kSecretAttributesDiffer:
+            return wire::ERR_SKEEP_ATTR_MISMATCH;
     }
     return wire::ERR_INTERNAL;
 }

@@ -56,6 +56,16 @@ enum class [[nodiscard]] Result{
     kBackupDamaged,
     kBackupVersion,
     kNotABackup,
+    kSecretBadLevel,
+    kSecretBadAuthType,
+    kSecretBadCounts,
+    kSecretTooFewShares,
+    kSecretBadShare,
+    kSecretSharesMismatch,
+    kSecretNeedsMofN,
+    kSecretNeedsOath,
+    kSecretNeedsX509,
+    kSecretAttributesDiffer,
 };
 
 wire::Status ToWireStatus(Result result);

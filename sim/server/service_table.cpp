@@ -17,6 +17,7 @@
 #include "service/password_policy_service.h"
 #include "service/pkcs11_map_details.h"
 #include "service/random_hash_service.h"
+#include "service/safe_keeping_service.h"
 #include "service/user_admin_service.h"
 #include "service/user_service.h"
 
@@ -44,6 +45,7 @@ const DispatchTable &ServiceTable() {
         RegisterObjectBackupService(services);
         RegisterFirmwareService(services);
         RegisterBackupService(services);
+        RegisterSafeKeepingService(services);
         return services;
     }();
     return table;
