@@ -1,6 +1,9 @@
 #include "crypto/shamir.h"
 
+// The library's header declares C functions without saying so.
+extern "C" {
 #include <libgfshare.h>
+}
 #include <openssl/rand.h>
 
 #include <memory>
