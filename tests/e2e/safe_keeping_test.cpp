@@ -95,7 +95,7 @@ TEST(SafeKeeping, CustodiansSplitRecoverAndMatchASecretOneScreenEach) {
         console.Answer("Press ENTER key to continue...", "\n");
         CustodianShare custodian;
         custodian.share = LineAfter(console, "Secret Name (HSM) : vault\nShare " + n + ":\n\n");
-        custodian.checksum = LineAfter(console, "\n\nChecksum:\n\n");
+        custodian.checksum = LineAfter(console, "Checksum:\n\n");
         EXPECT_EQ(console.pty().Output().substr(0, cover).find(custodian.share), std::string::npos);
         EXPECT_LE(custodian.share.size(), 64u);
         EXPECT_EQ(custodian.checksum.size(), 4u);
