@@ -29,31 +29,35 @@ constexpr size_t kMaxShareChars = Q_SKEEP_SHARE_SIZE - 1;
     return wire::OK;
 }
 
-// The shares of a recovery or a match, in the message's repeated field. Empty shares travel
-// as they are: the HSM names them in its refusal.
-template <class Request>
-[[nodiscard]] uint32_t AddShares(const QSKeepShare *shares, uint32_t count, Request *request) {
-    if (count != 0 && shares == nullptr) return wire::ERR_INVALID_PARAMETER;
-    for (uint32_t i = 0; i < count; ++i)
-        if (uint32_t status = ShareText(shares[i], request->add_shares()); status != wire::OK)
-            return status;
-    return wire::OK;
-}
-
-[[nodiscard]] uint32_t NewSecret(QSessionHandle handle, const char *secretName, uint8_t level,
-                                 uint16_t authType) {
+// A creation or a removal: the secret's name with its level and type. Either way the name
+// leaves the listing being delivered.
+template <class Reply, class Request>
+[[nodiscard]] uint32_t SendWithAttributes(QSessionHandle handle, const char *secretName,
+                                          uint8_t level, uint16_t authType) {
     uint32_t status;
     std::shared_ptr<Session> session = FindSession(handle, &status);
     if (session == nullptr) return status;
     std::string name;
     if ((status = ObjectName(secretName, &name)) != wire::OK) return status;
-    pb::NewSecret request;
+    Request request;
     request.set_name(name);
     request.set_level(level);
     request.set_auth_type(authType);
-    status = Remote<pb::NewSecretReply>(*session, std::move(request));
+    status = Remote<Reply>(*session, std::move(request));
     if (status == wire::OK) ForgetListed(session.get(), name);
     return status;
+}
+
+[[nodiscard]] uint32_t NewSecret(QSessionHandle handle, const char *secretName, uint8_t level,
+                                 uint16_t authType) {
+    return SendWithAttributes<pb::NewSecretReply, pb::NewSecret>(handle, secretName, level,
+                                                                 authType);
+}
+
+[[nodiscard]] uint32_t RemoveSecret(QSessionHandle handle, const char *secretName, uint8_t level,
+                                    uint16_t authType) {
+    return SendWithAttributes<pb::RemoveSecretReply, pb::RemoveSecret>(handle, secretName, level,
+                                                                       authType);
 }
 
 [[nodiscard]] uint32_t ProbeSecret(QSessionHandle handle, const char *secretName, uint32_t *info) {
@@ -116,20 +120,36 @@ template <class Request>
     return wire::OK;
 }
 
+// The session and the request of a recovery or a match; on a refusal nothing is left of the
+// shares in the request.
+template <class Request>
+[[nodiscard]] uint32_t PrepareShares(QSessionHandle handle, const char *secretName,
+                                     const QSKeepShare *shares, uint32_t count,
+                                     std::shared_ptr<Session> *session, Request *request) {
+    uint32_t status;
+    *session = FindSession(handle, &status);
+    if (*session == nullptr) return status;
+    std::string name;
+    if ((status = ObjectName(secretName, &name)) != wire::OK) return status;
+    request->set_name(name);
+    if (count != 0 && shares == nullptr) return wire::ERR_INVALID_PARAMETER;
+    for (uint32_t i = 0; i < count; ++i) {
+        if ((status = ShareText(shares[i], request->add_shares())) != wire::OK) {
+            (void)wire::WipeSecretFields(*request);
+            return status;
+        }
+    }
+    return wire::OK;
+}
+
 [[nodiscard]] uint32_t RecoverSecret(QSessionHandle handle, const char *secretName,
                                      const QSKeepShare *shares, uint32_t count, uint8_t *secret) {
-    uint32_t status;
-    std::shared_ptr<Session> session = FindSession(handle, &status);
-    if (session == nullptr) return status;
-    std::string name;
-    if (secret == nullptr) return wire::ERR_INVALID_PARAMETER;
-    if ((status = ObjectName(secretName, &name)) != wire::OK) return status;
+    std::shared_ptr<Session> session;
     pb::RecoverSecret request;
-    request.set_name(name);
-    if ((status = AddShares(shares, count, &request)) != wire::OK) {
-        (void)wire::WipeSecretFields(request);
+    if (secret == nullptr) return wire::ERR_INVALID_PARAMETER;
+    if (uint32_t status = PrepareShares(handle, secretName, shares, count, &session, &request);
+        status != wire::OK)
         return status;
-    }
     return Remote<pb::RecoverSecretReply>(
         *session, std::move(request), [&](const pb::RecoverSecretReply &reply) -> uint32_t {
             const std::string &bytes = reply.bytes();
@@ -147,34 +167,12 @@ template <class Request>
 
 [[nodiscard]] uint32_t MatchSecret(QSessionHandle handle, const char *secretName,
                                    const QSKeepShare *shares, uint32_t count) {
-    uint32_t status;
-    std::shared_ptr<Session> session = FindSession(handle, &status);
-    if (session == nullptr) return status;
-    std::string name;
-    if ((status = ObjectName(secretName, &name)) != wire::OK) return status;
+    std::shared_ptr<Session> session;
     pb::MatchSecret request;
-    request.set_name(name);
-    if ((status = AddShares(shares, count, &request)) != wire::OK) {
-        (void)wire::WipeSecretFields(request);
+    if (uint32_t status = PrepareShares(handle, secretName, shares, count, &session, &request);
+        status != wire::OK)
         return status;
-    }
     return Remote<pb::MatchSecretReply>(*session, std::move(request));
-}
-
-[[nodiscard]] uint32_t RemoveSecret(QSessionHandle handle, const char *secretName, uint8_t level,
-                                    uint16_t authType) {
-    uint32_t status;
-    std::shared_ptr<Session> session = FindSession(handle, &status);
-    if (session == nullptr) return status;
-    std::string name;
-    if ((status = ObjectName(secretName, &name)) != wire::OK) return status;
-    pb::RemoveSecret request;
-    request.set_name(name);
-    request.set_level(level);
-    request.set_auth_type(authType);
-    status = Remote<pb::RemoveSecretReply>(*session, std::move(request));
-    if (status == wire::OK) ForgetListed(session.get(), name);
-    return status;
 }
 
 }  // namespace

@@ -30,7 +30,7 @@ std::optional<ShareOfText> ShareFromText(std::string_view text, size_t secretLen
     parsed.share.x = static_cast<uint8_t>(raw[1]);
     parsed.threshold = static_cast<uint8_t>(raw[2]);
     if (parsed.share.x == 0 || parsed.threshold < 2) return std::nullopt;
-    parsed.share.y.mutable_bytes().assign(raw.substr(kHeaderBytes));
+    parsed.share.y.mutable_bytes().assign(raw, kHeaderBytes);
     return parsed;
 }
 

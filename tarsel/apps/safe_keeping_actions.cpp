@@ -13,10 +13,9 @@ constexpr OptionItem<uint8_t> kLevels[] = {
 }  // namespace
 
 int32_t SecretInfoAction(QSessionHandle session, const MenuItem &item) {
-    PrintActionHeading(item);
     char name[kSecretNameSize] = {};
     SecretInfo info;
-    if (uint32_t status = AskAndShowSecret(session, name, &info); status != 0)
+    if (uint32_t status = OpenSecretAction(session, item, name, &info); status != 0)
         return static_cast<int32_t>(status);
     ErrPrintf("\n%s\n\n", "Secret info recovered successfully.");
     return 0;
@@ -44,10 +43,9 @@ int32_t NewSecret(QSessionHandle session, const MenuItem &item) {
 }
 
 int32_t RemoveSecret(QSessionHandle session, const MenuItem &item) {
-    PrintActionHeading(item);
     char name[kSecretNameSize] = {};
     SecretInfo info;
-    if (uint32_t status = AskAndShowSecret(session, name, &info); status != 0)
+    if (uint32_t status = OpenSecretAction(session, item, name, &info); status != 0)
         return static_cast<int32_t>(status);
     WaitForEnter();
     PrintActionHeading(item);

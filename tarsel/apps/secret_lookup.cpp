@@ -64,7 +64,9 @@ void ShowSecretInfo(const SecretInfo &info) {
     OutPrintf("%22s%s\n", "Authentication type : ", AuthTypeText(info.authType).c_str());
 }
 
-uint32_t AskAndShowSecret(QSessionHandle session, char *name, SecretInfo *info) {
+uint32_t OpenSecretAction(QSessionHandle session, const MenuItem &item, char *name,
+                          SecretInfo *info) {
+    PrintActionHeading(item);
     if (uint32_t status = AskSecretName(session, name, info); status != 0) return status;
     OutPrintf("\n");
     ShowSecretInfo(*info);

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "console/menu.h"
 #include "qelvoarc.h"
 
 inline constexpr size_t kSecretNameSize = 50;
@@ -22,8 +23,10 @@ uint32_t AskSecretName(QSessionHandle session, char *name, SecretInfo *info);
 // "Security level : " and "Authentication type : " of the secret.
 void ShowSecretInfo(const SecretInfo &info);
 
-// AskSecretName, then the properties between empty lines.
-uint32_t AskAndShowSecret(QSessionHandle session, char *name, SecretInfo *info);
+// The start of an action on an existing secret: its heading, AskSecretName, then the
+// properties between empty lines.
+uint32_t OpenSecretAction(QSessionHandle session, const MenuItem &item, char *name,
+                          SecretInfo *info);
 
 // The name line at the top of each custodian's screen.
 void PrintSecretNameLine(const char *name);

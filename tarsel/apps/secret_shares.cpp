@@ -95,12 +95,21 @@ uint32_t EnterSecretShare(const MenuItem &item, const char *name, int number, QS
     return 0;
 }
 
+// What the custodians brought back: the secret's name and M shares.
+struct CollectedShares {
+    char name[kSecretNameSize] = {};
+    ShareSet shares;
+    int32_t count = 0;
+};
+
 // The secret's name and M shares, one custodian per screen. On any failure no share is kept.
-uint32_t CollectSecretShares(QSessionHandle session, const MenuItem &item, char *name,
-                             ShareSet *shares, int32_t *count) {
+uint32_t CollectSecretShares(QSessionHandle session, const MenuItem &item,
+                             CollectedShares *collected) {
     SecretInfo info;
-    if (uint32_t status = AskAndShowSecret(session, name, &info); status != 0) return status;
-    if (uint32_t status = AskShareCount("Quorum to recover the secret (M) : ", count); status != 0)
+    if (uint32_t status = OpenSecretAction(session, item, collected->name, &info); status != 0)
+        return status;
+    if (uint32_t status = AskShareCount("Quorum to recover the secret (M) : ", &collected->count);
+        status != 0)
         return status;
     PrintActionHeading(item);
     const char *const warning[] = {"Warning",
@@ -114,10 +123,12 @@ uint32_t CollectSecretShares(QSessionHandle session, const MenuItem &item, char 
                                    ""};
     PrintWarningBox(warning);
     WaitForEnter();
-    for (int32_t i = 0; i < *count; ++i) {
+    QSKeepShare *const shares = collected->shares.value;
+    for (int32_t i = 0; i < collected->count; ++i) {
         NextCustodian(session, false);
-        if (uint32_t status = EnterSecretShare(item, name, i + 1, &shares->value[i]); status != 0) {
-            WipeSecret(shares->value, sizeof shares->value);
+        if (uint32_t status = EnterSecretShare(item, collected->name, i + 1, &shares[i]);
+            status != 0) {
+            WipeSecret(shares, sizeof collected->shares.value);
             return status;
         }
         WaitForEnter();
@@ -128,10 +139,9 @@ uint32_t CollectSecretShares(QSessionHandle session, const MenuItem &item, char 
 }  // namespace
 
 int32_t SplitSecret(QSessionHandle session, const MenuItem &item) {
-    PrintActionHeading(item);
     char name[kSecretNameSize] = {};
     SecretInfo info;
-    if (uint32_t status = AskAndShowSecret(session, name, &info); status != 0)
+    if (uint32_t status = OpenSecretAction(session, item, name, &info); status != 0)
         return static_cast<int32_t>(status);
     int32_t n = 0;
     int32_t m = 0;
@@ -166,15 +176,12 @@ int32_t SplitSecret(QSessionHandle session, const MenuItem &item) {
 }
 
 int32_t RecoverSecret(QSessionHandle session, const MenuItem &item) {
-    PrintActionHeading(item);
-    char name[kSecretNameSize] = {};
-    ShareSet shares;
-    int32_t count = 0;
-    if (uint32_t status = CollectSecretShares(session, item, name, &shares, &count); status != 0)
+    CollectedShares collected;
+    if (uint32_t status = CollectSecretShares(session, item, &collected); status != 0)
         return static_cast<int32_t>(status);
     Secret<uint8_t[Q_SKEEP_SECRET_SIZE]> secret;
-    uint32_t status = QSKeepRecoverSecret(session, name, shares.value, static_cast<uint32_t>(count),
-                                          secret.value, 0);
+    uint32_t status = QSKeepRecoverSecret(session, collected.name, collected.shares.value,
+                                          static_cast<uint32_t>(collected.count), secret.value, 0);
     if (status != 0) {
         PrintError("Error recovering secret.", status);
         return static_cast<int32_t>(status);
@@ -192,14 +199,11 @@ int32_t RecoverSecret(QSessionHandle session, const MenuItem &item) {
 }
 
 int32_t MatchSecret(QSessionHandle session, const MenuItem &item) {
-    PrintActionHeading(item);
-    char name[kSecretNameSize] = {};
-    ShareSet shares;
-    int32_t count = 0;
-    if (uint32_t status = CollectSecretShares(session, item, name, &shares, &count); status != 0)
+    CollectedShares collected;
+    if (uint32_t status = CollectSecretShares(session, item, &collected); status != 0)
         return static_cast<int32_t>(status);
-    uint32_t status =
-        QSKeepMatchSecret(session, name, shares.value, static_cast<uint32_t>(count), 0);
+    uint32_t status = QSKeepMatchSecret(session, collected.name, collected.shares.value,
+                                        static_cast<uint32_t>(collected.count), 0);
     if (status != 0) {
         PrintError("Error match secret.", status);
         return static_cast<int32_t>(status);
