@@ -48,27 +48,6 @@ class SafeKeepingTest : public UsersTest {
         EXPECT_EQ(Open(record, &session), Q_OK);
         return session;
     }
-
-    // A session of `user` logged in with mutual TLS as `identity`.
-    QSessionHandle LoginWithCertificate(const std::string &user, const TestCertificate &identity) {
-        const std::string keyPem = identity.KeyPem("keypass");
-        const std::string hsmCert = ServerCertificate();
-        QMutualTlsRecord tls{};
-        tls.privateKey = reinterpret_cast<const uint8_t *>(keyPem.data());
-        tls.privateKeyLength = keyPem.size();
-        tls.keyPassword = "keypass";
-        tls.clientCert = reinterpret_cast<const uint8_t *>(identity.pem.data());
-        tls.clientCertLength = identity.pem.size();
-        tls.hsmCert = reinterpret_cast<const uint8_t *>(hsmCert.data());
-        tls.hsmCertLength = hsmCert.size();
-        QPasswordLoginRecord record = PasswordRecord(sim_.port(), user, "Passw0rd!x");
-        record.authMode = Q_AUTH_MUTUAL_TLS;
-        record.otp = &tls;
-        record.otpLength = sizeof tls;
-        QSessionHandle session = 0;
-        EXPECT_EQ(Open(record, &session), Q_OK);
-        return session;
-    }
 };
 
 TEST_F(SafeKeepingTest, AnyQuorumOfOneSplitBringsTheSecretBackAndNothingElseDoes) {
@@ -200,7 +179,9 @@ TEST_F(SafeKeepingTest, RecoveryAsksForTheAuthenticationTypeOfTheSecret) {
     ASSERT_EQ(QSKeepNewSecret(davePassword, "x509", 2, Q_SKEEP_AUTH_X509, 0), Q_OK);
     std::vector<QSKeepShare> daveShares = Split(davePassword, "x509", 2, Q_SKEEP_AUTH_X509, 2, 3);
     EXPECT_EQ(Recover(davePassword, "x509", daveShares), Q_ERR_SKEEP_X509_REQUIRED);
-    QSessionHandle daveTls = LoginWithCertificate("dave", dave);
+    QSessionHandle daveTls = 0;
+    ASSERT_EQ(OpenWithCertificate("dave", dave, dave.pem, "keypass", ServerCertificate(), &daveTls),
+              Q_OK);
     std::string secret;
     EXPECT_EQ(Recover(daveTls, "x509", daveShares, &secret), Q_OK);
     EXPECT_EQ(secret.size(), 24u);  // 96 bits
