@@ -1603,33 +1603,56 @@ QELVOARC_API uint32_t QRecoverSVMK(QSessionHandle session, const QSmartCardShado
 #define Q_SKEEP_SHARE_SIZE 65u  /* base62 text of at most 64 characters and its terminator */
 #define Q_SKEEP_SECRET_SIZE 66u /* recovered secret buffer */
 #define Q_SKEEP_CKS_SIZE 5u     /* 4 digits and the terminator */
-#define Q_SKEEP_AUTH_MOFN 0x1u
-#define Q_SKEEP_AUTH_OATH 0x2u
-#define Q_SKEEP_AUTH_X509 0x4u
+#define Q_SKEEP_CKS_MODE_DIGITS 1u
+#define Q_SKEEP_AUTH_MOFN 0x1u /* recovered only while the partition is under M of N */
+#define Q_SKEEP_AUTH_OATH 0x2u /* recovered only by a session logged in with its OATH OTP */
+#define Q_SKEEP_AUTH_X509 0x4u /* recovered only by a session logged in with mutual TLS */
+
+/* Security levels: 1 (64 bits), 2 (96), 3 (112), 4 (128), 5 (160). A secret is that many
+ * random bits made by the HSM, kept as an object of type Q_ALG_OBJ_SECRET under the master
+ * key; QRemoveObject refuses it (Q_ERR_WRONG_OBJECT_TYPE), QSKeepRemoveSecret removes it.
+ *
+ * A share is base62 text (0-9, A-Z, a-z) of at most 64 characters, NUL-padded in its slot.
+ * Recovery and match need at least the split's M shares of one split, each once:
+ *   no shares, or fewer than M: Q_ERR_SKEEP_TOO_FEW_SHARES;
+ *   an empty, malformed or repeated share: Q_ERR_SKEEP_BAD_SHARE;
+ *   shares of another secret or split, or altered: Q_ERR_SKEEP_SHARES_MISMATCH.
+ * The authentication type is checked at recovery (Q_ERR_SKEEP_MOFN_REQUIRED,
+ * Q_ERR_SKEEP_OATH_REQUIRED, Q_ERR_SKEEP_X509_REQUIRED); a match only says whether the
+ * shares bring the secret back. Every call is a line of the HSM's event log, never a share. */
 
 typedef struct QSKeepShare {
     char text[Q_SKEEP_SHARE_SIZE];
 } QSKeepShare;
 
-/* Creates a secret object. level: security level 1..5. authType: Q_SKEEP_AUTH_* bits. */
+/* Creates a secret object. level: 1..5 (else Q_ERR_SKEEP_BAD_LEVEL). authType: Q_SKEEP_AUTH_*
+ * bits, OATH and X.509 not together (else Q_ERR_SKEEP_BAD_AUTH_TYPE). */
 QELVOARC_API uint32_t QSKeepNewSecret(QSessionHandle session, const char *name, uint8_t level,
                                       uint16_t authType, uint32_t flags);
-/* info [out]: authentication type (low 16 bits) and security level (high 16 bits). */
+/* info [out]: authentication type (low 16 bits) and security level (high 16 bits). Another
+ * kind of object: Q_ERR_WRONG_OBJECT_TYPE. */
 QELVOARC_API uint32_t QSKeepProbeSecret(QSessionHandle session, const char *name, uint32_t *info);
-/* Splits a secret into n shares, any m of which recover it. shares [out]: n entries. */
+/* Splits a secret into n shares, any m of which recover it. level and authType must be the
+ * secret's (else Q_ERR_SKEEP_ATTR_MISMATCH); n 2..16 and m 2..n (else Q_ERR_SKEEP_BAD_COUNTS).
+ * shares [out]: n entries, written only on success. Each split makes new shares; those of an
+ * earlier split stay valid among themselves. */
 QELVOARC_API uint32_t QSKeepSplitSecret(QSessionHandle session, const char *name, uint8_t level,
                                         uint16_t authType, uint8_t m, uint8_t n,
                                         QSKeepShare *shares, uint32_t flags);
-/* The 4-digit checksum of a share. mode: 1. checksum [out]: Q_SKEEP_CKS_SIZE bytes. Local. */
+/* The 4-digit checksum a custodian keeps beside a share. Local. mode: Q_SKEEP_CKS_MODE_DIGITS,
+ * the first four bytes of the SHA-256 of the share's text, read big-endian, modulo 10000,
+ * written as four decimal digits with leading zeros. checksum [out]: Q_SKEEP_CKS_SIZE bytes.
+ * Another mode, or a share that is empty or not base62: Q_ERR_INVALID_PARAMETER. */
 QELVOARC_API uint32_t QSKeepCalcShareCks(uint32_t mode, const QSKeepShare *share, char *checksum);
-/* Recovers a secret from count shares. secret [out]: Q_SKEEP_SECRET_SIZE bytes. */
+/* Recovers a secret from count shares. secret [out]: Q_SKEEP_SECRET_SIZE bytes, the secret in
+ * upper-case hexadecimal text (16 to 40 digits), NUL-terminated and NUL-padded. */
 QELVOARC_API uint32_t QSKeepRecoverSecret(QSessionHandle session, const char *name,
                                           const QSKeepShare *shares, uint32_t count,
                                           uint8_t *secret, uint32_t flags);
 /* Checks that count shares recover the secret, without revealing it. */
 QELVOARC_API uint32_t QSKeepMatchSecret(QSessionHandle session, const char *name,
                                         const QSKeepShare *shares, uint32_t count, uint32_t flags);
-/* Removes a secret; level and authType must match the secret's. */
+/* Removes a secret; level and authType must be the secret's (else Q_ERR_SKEEP_ATTR_MISMATCH). */
 QELVOARC_API uint32_t QSKeepRemoveSecret(QSessionHandle session, const char *name, uint8_t level,
                                          uint16_t authType, uint32_t flags);
 
@@ -1772,6 +1795,16 @@ QELVOARC_API uint32_t QByteArray2Base64(const uint8_t *data, uint32_t length, ch
 #define Q_ERR_BAD_STATE 1033u
 #define Q_ERR_FILE 1034u
 #define Q_ERR_NOT_FOUND_HSM 1035u
+#define Q_ERR_SKEEP_BAD_LEVEL 1040u
+#define Q_ERR_SKEEP_BAD_AUTH_TYPE 1041u
+#define Q_ERR_SKEEP_BAD_COUNTS 1042u
+#define Q_ERR_SKEEP_TOO_FEW_SHARES 1043u
+#define Q_ERR_SKEEP_BAD_SHARE 1044u
+#define Q_ERR_SKEEP_SHARES_MISMATCH 1045u
+#define Q_ERR_SKEEP_MOFN_REQUIRED 1046u
+#define Q_ERR_SKEEP_OATH_REQUIRED 1047u
+#define Q_ERR_SKEEP_X509_REQUIRED 1048u
+#define Q_ERR_SKEEP_ATTR_MISMATCH 1049u
 #define Q_ERR_KCV_RETRY 1052u
 #define Q_ERR_MOFN_NOT_ENABLED 1060u
 #define Q_ERR_MOFN_STATE 1061u

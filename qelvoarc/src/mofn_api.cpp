@@ -83,12 +83,12 @@ void AddShadows(const QSmartCardShadow *shadows, uint32_t count, Request *reques
     if (secret == nullptr || secretLength == 0 || secretLength > kMaxSecretBytes ||
         shares == nullptr || shareLength == nullptr || !ValidQuorum(m, n))
         return Refuse(handle, wire::ERR_INVALID_PARAMETER);
-    pb::SplitSecret request;
+    pb::MofNSplit request;
     request.set_data(secret, secretLength);
     request.set_m(m);
     request.set_n(n);
-    return Remote<pb::SplitSecretReply>(
-        handle, std::move(request), [&](const pb::SplitSecretReply &reply) -> uint32_t {
+    return Remote<pb::MofNSplitReply>(
+        handle, std::move(request), [&](const pb::MofNSplitReply &reply) -> uint32_t {
             if (reply.shares_size() != n) return wire::ERR_PROTOCOL;
             std::string all;
             for (const std::string &share : reply.shares()) {
@@ -109,12 +109,12 @@ void AddShadows(const QSmartCardShadow *shadows, uint32_t count, Request *reques
     if (shares == nullptr || count == 0 || shareLength == 0 || secret == nullptr ||
         secretLength == nullptr)
         return Refuse(handle, wire::ERR_INVALID_PARAMETER);
-    pb::RecoverSecret request;
+    pb::MofNRecover request;
     for (uint32_t i = 0; i < count; ++i)
         request.add_shares(reinterpret_cast<const char *>(shares) + size_t{i} * shareLength,
                            shareLength);
-    return Remote<pb::RecoverSecretReply>(
-        handle, std::move(request), [&](const pb::RecoverSecretReply &reply) {
+    return Remote<pb::MofNRecoverReply>(
+        handle, std::move(request), [&](const pb::MofNRecoverReply &reply) {
             return HandOutBytes(reply.data(), secret, secretLength);
         });
 }

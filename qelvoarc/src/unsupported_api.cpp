@@ -149,29 +149,6 @@ uint32_t QSPBExportPKCS12(QSessionHandle, const char *, const char *, const char
                           uint32_t *, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
-uint32_t QSKeepNewSecret(QSessionHandle, const char *, uint8_t, uint16_t, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QSKeepProbeSecret(QSessionHandle, const char *, uint32_t *) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QSKeepSplitSecret(QSessionHandle, const char *, uint8_t, uint16_t, uint8_t, uint8_t,
-                           QSKeepShare *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QSKeepCalcShareCks(uint32_t, const QSKeepShare *, char *) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QSKeepRecoverSecret(QSessionHandle, const char *, const QSKeepShare *, uint32_t, uint8_t *,
-                             uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QSKeepMatchSecret(QSessionHandle, const char *, const QSKeepShare *, uint32_t, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QSKeepRemoveSecret(QSessionHandle, const char *, uint8_t, uint16_t, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
 uint32_t QSVaultGenToken(QSessionHandle, const char *, const char *, uint8_t, uint8_t, uint8_t,
                          char *, uint32_t *, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;

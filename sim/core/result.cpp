@@ -126,6 +126,26 @@ wire::Status ToWireStatus(Result result) {
             return wire::ERR_MOFN_WRONG_SET;
         case Result::kSvmkBlob:
             return wire::ERR_SVMK_BLOB;
+        case Result::kSecretBadLevel:
+            return wire::ERR_SKEEP_BAD_LEVEL;
+        case Result::kSecretBadAuthType:
+            return wire::ERR_SKEEP_BAD_AUTH_TYPE;
+        case Result::kSecretBadCounts:
+            return wire::ERR_SKEEP_BAD_COUNTS;
+        case Result::kSecretTooFewShares:
+            return wire::ERR_SKEEP_TOO_FEW_SHARES;
+        case Result::kSecretBadShare:
+            return wire::ERR_SKEEP_BAD_SHARE;
+        case Result::kSecretSharesMismatch:
+            return wire::ERR_SKEEP_SHARES_MISMATCH;
+        case Result::kSecretNeedsMofN:
+            return wire::ERR_SKEEP_MOFN_REQUIRED;
+        case Result::kSecretNeedsOath:
+            return wire::ERR_SKEEP_OATH_REQUIRED;
+        case Result::kSecretNeedsX509:
+            return wire::ERR_SKEEP_X509_REQUIRED;
+        case Result::kSecretAttributesDiffer:
+            return wire::ERR_SKEEP_ATTR_MISMATCH;
     }
     return wire::ERR_INTERNAL;
 }

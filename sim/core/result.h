@@ -70,6 +70,16 @@ enum class [[nodiscard]] Result{
     kShadowTampered,
     kMofNWrongSet,
     kSvmkBlob,
+    kSecretBadLevel,
+    kSecretBadAuthType,
+    kSecretBadCounts,
+    kSecretTooFewShares,
+    kSecretBadShare,
+    kSecretSharesMismatch,
+    kSecretNeedsMofN,
+    kSecretNeedsOath,
+    kSecretNeedsX509,
+    kSecretAttributesDiffer,
 };
 
 wire::Status ToWireStatus(Result result);

@@ -20,6 +20,7 @@
 #include "service/password_policy_service.h"
 #include "service/pkcs11_map_details.h"
 #include "service/random_hash_service.h"
+#include "service/safe_keeping_service.h"
 #include "service/user_admin_service.h"
 #include "service/user_service.h"
 
@@ -50,6 +51,7 @@ const DispatchTable &ServiceTable() {
         RegisterIpFilterService(services);
         RegisterNetworkToolService(services);
         RegisterMofNService(services);
+        RegisterSafeKeepingService(services);
         return services;
     }();
     return table;

@@ -63,10 +63,21 @@ Result CheckIpFilter(HsmContext &hsm, ConnectionState &conn, std::string_view us
     return Result::kIpFilterRefused;
 }
 
+LoginProof ProofOf(pb::AuthMode mode) {
+    switch (mode) {
+        case pb::AUTH_PASSWORD_OTP:
+            return LoginProof::kPasswordAndOtp;
+        case pb::AUTH_MUTUAL_TLS:
+            return LoginProof::kMutualTls;
+        default:
+            return LoginProof::kPassword;
+    }
+}
+
 Result OpenSession(HsmContext &hsm, ConnectionState &conn, const std::string &user,
-                   SessionKind kind, bool byAccessToken, pb::LoginReply *reply) {
-    conn.session =
-        hsm.sessions.Open(user, kind, byAccessToken, {conn.peerAddress, conn.tls, hsm.clock.Now()});
+                   SessionKind kind, LoginProof proof, pb::LoginReply *reply) {
+    conn.session = hsm.sessions.Open(user, kind, proof == LoginProof::kAccessToken,
+                                     {conn.peerAddress, conn.tls, hsm.clock.Now(), proof});
     if (!conn.session) {
         conn.closeAfterReply = true;
         return Result::kSessionLimit;
@@ -106,7 +117,8 @@ Result PasswordLogin(HsmContext &hsm, ConnectionState &conn, const pb::Login &lo
         PasswordExpired(hsm.policy.Load(), user->acl, user->passwordChanged, hsm.clock.Now());
     hsm.users.RecordLogin(user->id, AuthModeName(login.auth_mode()));
     return OpenSession(hsm, conn, user->id,
-                       expired ? SessionKind::kPasswordChange : SessionKind::kUser, false, reply);
+                       expired ? SessionKind::kPasswordChange : SessionKind::kUser,
+                       ProofOf(login.auth_mode()), reply);
 }
 
 Result AccessTokenLogin(HsmContext &hsm, ConnectionState &conn, const pb::Login &login,
@@ -133,7 +145,7 @@ Result AccessTokenLogin(HsmContext &hsm, ConnectionState &conn, const pb::Login 
         return Result::kUserBlocked;
     }
     hsm.users.RecordLogin(user->id, "access token");
-    return OpenSession(hsm, conn, user->id, SessionKind::kUser, true, reply);
+    return OpenSession(hsm, conn, user->id, SessionKind::kUser, LoginProof::kAccessToken, reply);
 }
 
 Result HandleLogin(Call &call, const pb::Login &login, pb::LoginReply *reply) {
@@ -141,7 +153,8 @@ Result HandleLogin(Call &call, const pb::Login &login, pb::LoginReply *reply) {
         case pb::LOGIN_ANONYMOUS:
             if (Result filter = CheckIpFilter(call.hsm, call.conn, ""); filter != Result::kOk)
                 return filter;
-            return OpenSession(call.hsm, call.conn, "", SessionKind::kAnonymous, false, reply);
+            return OpenSession(call.hsm, call.conn, "", SessionKind::kAnonymous, LoginProof::kNone,
+                               reply);
         case pb::LOGIN_PASSWORD:
             return PasswordLogin(call.hsm, call.conn, login, reply);
         case pb::LOGIN_ACCESS_TOKEN:

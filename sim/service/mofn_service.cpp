@@ -212,7 +212,7 @@ Result HandleSetMofNState(Call &call, const pb::SetMofNState &request, pb::SetMo
     return call.hsm.mofn.Write(call.actor(), account.id, partition, event);
 }
 
-Result HandleSplitSecret(Call &call, const pb::SplitSecret &request, pb::SplitSecretReply *reply) {
+Result HandleMofNSplit(Call &call, const pb::MofNSplit &request, pb::MofNSplitReply *reply) {
     if (request.data().empty() || request.data().size() > kMaxSecretBytes ||
         !ValidQuorum(request.m(), request.n()))
         return Result::kInvalidParameter;
@@ -227,8 +227,8 @@ Result HandleSplitSecret(Call &call, const pb::SplitSecret &request, pb::SplitSe
     return Result::kOk;
 }
 
-Result HandleRecoverSecret(Call &call, const pb::RecoverSecret &request,
-                           pb::RecoverSecretReply *reply) {
+Result HandleMofNRecover(Call &call, const pb::MofNRecover &request,
+                           pb::MofNRecoverReply *reply) {
     SecretBytes secret;
     ShareSet set;
     Result r = JoinShares(call.hsm.masterKey, SharePurpose::kSecret, Views(request.shares()),
@@ -249,10 +249,10 @@ void RegisterMofNService(DispatchTable &table) {
         HandleRecoverSvmk, Needs::Account(), kNormalSessions);
     table.Add<&pb::Request::set_mofn_state, &pb::Response::mutable_set_mofn_state>(
         HandleSetMofNState, Needs::Account(), kNormalSessions);
-    table.Add<&pb::Request::split_secret, &pb::Response::mutable_split_secret>(
-        HandleSplitSecret, Needs::Account(), kNormalSessions);
-    table.Add<&pb::Request::recover_secret, &pb::Response::mutable_recover_secret>(
-        HandleRecoverSecret, Needs::Account(), kNormalSessions);
+    table.Add<&pb::Request::mofn_split, &pb::Response::mutable_mofn_split>(
+        HandleMofNSplit, Needs::Account(), kNormalSessions);
+    table.Add<&pb::Request::mofn_recover, &pb::Response::mutable_mofn_recover>(
+        HandleMofNRecover, Needs::Account(), kNormalSessions);
 }
 
 }  // namespace sim

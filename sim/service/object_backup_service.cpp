@@ -8,7 +8,7 @@ namespace sim {
 
 namespace {
 
-// The object as the blob carries it; a key's material in clear, for the blob's seal only.
+// The object as the blob carries it; sealed material in clear, for the blob's seal only.
 Result ToBackup(const MasterKey &masterKey, const StoredObject &object, pb::BackedUpObject *out) {
     out->set_kind(static_cast<pb::ObjectKind>(object.kind));
     out->set_algorithm(object.algorithm);
@@ -24,7 +24,7 @@ Result ToBackup(const MasterKey &masterKey, const StoredObject &object, pb::Back
     out->set_generated(object.generated);
     out->set_blocked(object.blocked);
     out->set_certificate(object.certificate);
-    if (object.kind != ObjectKind::kKey) return Result::kOk;
+    if (object.sealed.empty()) return Result::kOk;
     SecretBytes material;
     if (Result r = UnsealMaterial(masterKey, object, &material); r != Result::kOk) return r;
     out->set_material(material.view());
@@ -51,7 +51,7 @@ StoredObject FromBackup(const MasterKey &masterKey, const pb::BackedUpObject &ba
     object.generated = backup.generated();
     object.blocked = backup.blocked();
     object.certificate = backup.certificate();
-    if (object.kind == ObjectKind::kKey)
+    if (!backup.material().empty())
         object.sealed = masterKey.Seal(backup.material(), SealingContext(owner, name));
     return object;
 }

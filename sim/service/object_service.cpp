@@ -71,6 +71,10 @@ Result HandleOpenObject(Call &call, const pb::OpenObject &request, pb::OpenObjec
 
 Result HandleRemoveObject(Call &call, const pb::RemoveObject &request, pb::RemoveObjectReply *) {
     if (Result r = CheckObjectName(request.name()); r != Result::kOk) return r;
+    // A kept secret goes only through its own removal, which asks for its level and type.
+    std::optional<StoredObject> object =
+        call.hsm.keys.Find(call.session().user, request.name(), false);
+    if (object && object->kind == ObjectKind::kSecret) return Result::kWrongObjectType;
     return call.hsm.keys.Remove(call.actor(), call.session().user, request.name());
 }
 

@@ -14,11 +14,22 @@
 
 namespace sim {
 
-// Where and when a session was opened, as the session list shows it.
+// How the session's user proved who they are. Secrets kept for a second factor are handed
+// out only to a session that showed that factor.
+enum class LoginProof {
+    kNone,  // anonymous
+    kPassword,
+    kPasswordAndOtp,  // the user's own OATH token
+    kMutualTls,       // the user's own certificate
+    kAccessToken,
+};
+
+// Where, when and how a session was opened, as the session list shows it.
 struct SessionOrigin {
     std::string address;    // the client's IP address
     bool tls = false;       // false: a clear-text connection
     int64_t startTime = 0;  // seconds since 1970, UTC
+    LoginProof proof = LoginProof::kNone;
 };
 
 enum class SessionKind {

@@ -30,6 +30,7 @@ enum class ObjectKind : uint32_t {
     kMap = wire::pb::OBJECT_MAP,
     kPkcs11Map = wire::pb::OBJECT_PKCS11_MAP,
     kCertificate = wire::pb::OBJECT_CERTIFICATE,
+    kSecret = wire::pb::OBJECT_SECRET,
 };
 
 struct StoredObject {
@@ -40,13 +41,13 @@ struct StoredObject {
     uint32_t algorithm = 0;
     uint32_t attributes = 0;
     uint32_t length = 0;
-    std::string sealed;  // keys: material sealed under the master key; empty otherwise
+    std::string sealed;  // keys and secrets: material sealed under the master key; else empty
     std::string publicExponent;
     int64_t created = 0;
-    std::string label;   // metadata label
-    std::string target;  // maps: first slot; PKCS#11 maps: the key
-    uint32_t targetType = 0;
-    std::string second;  // maps: second slot; PKCS#11 maps: the certificate
+    std::string label;        // metadata label
+    std::string target;       // maps: first slot; PKCS#11 maps: the key
+    uint32_t targetType = 0;  // maps: the target's type; secrets: the authentication type
+    std::string second;       // maps: second slot; PKCS#11 maps: the certificate
     uint32_t secondType = 0;
     std::string p11Label;     // PKCS#11 maps: CKA_LABEL
     bool generated = false;   // keys: made inside the HSM (not imported)

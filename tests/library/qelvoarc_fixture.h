@@ -122,6 +122,27 @@ class LibraryTest : public ::testing::Test {
         EXPECT_EQ(QDestroyKey(key, 0), Q_OK);
     }
 
+    // A mutual-TLS login of `user` as `identity`, presenting `clientCert` and pinning `hsmCert`.
+    uint32_t OpenWithCertificate(const std::string &user, const TestCertificate &identity,
+                                 const std::string &clientCert, const char *keyPassword,
+                                 const std::string &hsmCert, QSessionHandle *session,
+                                 uint32_t flags = Q_SESSION_TLS) {
+        const std::string keyPem = identity.KeyPem("keypass");
+        QMutualTlsRecord tls{};
+        tls.privateKey = reinterpret_cast<const uint8_t *>(keyPem.data());
+        tls.privateKeyLength = keyPem.size();
+        tls.keyPassword = keyPassword;
+        tls.clientCert = reinterpret_cast<const uint8_t *>(clientCert.data());
+        tls.clientCertLength = clientCert.size();
+        tls.hsmCert = reinterpret_cast<const uint8_t *>(hsmCert.data());
+        tls.hsmCertLength = hsmCert.size();
+        QPasswordLoginRecord record = PasswordRecord(sim_.port(), user, "Passw0rd!x");
+        record.authMode = Q_AUTH_MUTUAL_TLS;
+        record.otp = &tls;
+        record.otpLength = sizeof tls;
+        return Open(record, session, flags);
+    }
+
     // The PEM certificate the simulator presents on TLS connections.
     std::string ServerCertificate() const {
         std::ifstream file(sim_.dataDir() + "/tls.crt", std::ios::binary);

@@ -8,28 +8,7 @@
 
 namespace {
 
-class LoginTest : public LibraryTest {
-  protected:
-    uint32_t OpenWithCertificate(const std::string &user, const TestCertificate &identity,
-                                 const std::string &clientCert, const char *keyPassword,
-                                 const std::string &hsmCert, QSessionHandle *session,
-                                 uint32_t flags = Q_SESSION_TLS) {
-        const std::string keyPem = identity.KeyPem("keypass");
-        QMutualTlsRecord tls{};
-        tls.privateKey = reinterpret_cast<const uint8_t *>(keyPem.data());
-        tls.privateKeyLength = keyPem.size();
-        tls.keyPassword = keyPassword;
-        tls.clientCert = reinterpret_cast<const uint8_t *>(clientCert.data());
-        tls.clientCertLength = clientCert.size();
-        tls.hsmCert = reinterpret_cast<const uint8_t *>(hsmCert.data());
-        tls.hsmCertLength = hsmCert.size();
-        QPasswordLoginRecord record = PasswordRecord(sim_.port(), user, "Passw0rd!x");
-        record.authMode = Q_AUTH_MUTUAL_TLS;
-        record.otp = &tls;
-        record.otpLength = sizeof tls;
-        return Open(record, session, flags);
-    }
-};
+using LoginTest = LibraryTest;
 
 TEST_F(LoginTest, PasswordLoginNeedsTheRightPasswordAWellFormedRecordAndTheUsersFactor) {
     AddUser("alice", "Passw0rd!x");

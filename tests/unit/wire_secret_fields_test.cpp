@@ -26,7 +26,7 @@ using google::protobuf::Message;
 using google::protobuf::Reflection;
 
 // Passwords, OTPs, access tokens, OATH seeds, key material and components, HMAC keys, random
-// bytes.
+// bytes, kept secrets and their shares.
 const std::set<std::string> kSecretFields = {
     "wire.pb.Login.password",
     "wire.pb.Login.otp",
@@ -52,10 +52,14 @@ const std::set<std::string> kSecretFields = {
     "wire.pb.GenerateSvmkReply.shadows",
     "wire.pb.RecoverSvmk.shadows",
     "wire.pb.SetMofNState.shadows",
-    "wire.pb.SplitSecret.data",
+    "wire.pb.MofNSplit.data",
+    "wire.pb.MofNSplitReply.shares",
+    "wire.pb.MofNRecover.shares",
+    "wire.pb.MofNRecoverReply.data",
     "wire.pb.SplitSecretReply.shares",
     "wire.pb.RecoverSecret.shares",
-    "wire.pb.RecoverSecretReply.data",
+    "wire.pb.RecoverSecretReply.bytes",
+    "wire.pb.MatchSecret.shares",
 };
 
 // Names that sound secret and are not: key names, check values (they prove a key, never

@@ -5,6 +5,7 @@
 #include "apps/import_key_components.h"
 #include "apps/kek_key_exchange.h"
 #include "apps/smart_card_actions.h"
+#include "apps/safe_keeping.h"
 #include "apps/test_actions.h"
 #include "console/menus/menu_table.h"
 
@@ -52,12 +53,12 @@ constexpr MenuEntry kEftItems[] = {
 
 constexpr MenuEntry kSafeKeepingItems[] = {
     Title(0, ""),
-    Action(0, "Info", kAnyone, NotAvailableAction),
-    Action(0, "New", kAnyone, NotAvailableAction),
-    Action(0, "Split", kAnyone, NotAvailableAction),
-    Action(0, "Recover", kAnyone, NotAvailableAction),
-    Action(0, "Match", kAnyone, NotAvailableAction),
-    Action(0, "Remove", kAnyone, NotAvailableAction),
+    Action(0, "Info", kAnyone, SecretInfoAction),
+    Action(0, "New", kAnyone, NewSecret),
+    Action(0, "Split", kAnyone, SplitSecret),
+    Action(0, "Recover", kAnyone, RecoverSecret),
+    Action(0, "Match", kAnyone, MatchSecret),
+    Action(0, "Remove", kAnyone, RemoveSecret),
 };
 
 // "Create Server Master Key" and "Create Partition Auth Seth" are one action.
