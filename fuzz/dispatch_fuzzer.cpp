@@ -50,9 +50,9 @@ struct Hsm {
           data(dir, clock, identity.serial, "memdb"),
           vendor(data.vendorCertPath()),
           firmware(dir, identity.firmware, vendor, data.events()),
-          hsm{data.users(), data.masterKey(), sessions,      clock,         identity,
-              data.keys(),  data.tokens(),    data.policy(), data.events(), log,
-              hardware,     firmware,         data.backups()} {
+          hsm{data.users(), data.masterKey(), sessions,       clock,         identity,
+              data.keys(),  data.tokens(),    data.policy(),  data.events(), log,
+              hardware,     firmware,         data.backups(), data.cloud()} {
         hardware.dataDir = dir;
         (void)CreateMasterUser(data, std::string("Operator#12345"));
         (void)data.users().AddUser(sim::Actor::Daemon(), kUser, sim::HashPassword("Clerk#12345"),

@@ -56,6 +56,15 @@ enum class [[nodiscard]] Result{
     kBackupDamaged,
     kBackupVersion,
     kNotABackup,
+    kEmvKeyLength,
+    kEmvBadBin,
+    kEmvBadExpiry,
+    kNoCloudCert,
+    kBindKeyInvalid,
+    kBindKeyForeign,
+    kAlreadyBound,
+    kNotBound,
+    kAuthorizedStateOffline,
 };
 
 wire::Status ToWireStatus(Result result);

@@ -13,6 +13,7 @@
 #include "policy/device_identity.h"
 #include "store/access_token_store.h"
 #include "store/backup_store.h"
+#include "store/cloud_store.h"
 #include "store/event_log.h"
 #include "store/key_store.h"
 #include "store/password_policy_store.h"
@@ -34,6 +35,7 @@ class DataDirectory {
     PasswordPolicyStore &policy() { return policy_; }
     KeyStore &keys() { return keys_; }
     BackupStore &backups() { return backups_; }
+    CloudStore &cloud() { return cloud_; }
     EventLog &events() { return events_; }
     const MasterKey &masterKey() const { return masterKey_; }
     const std::string &path() const { return dir_; }
@@ -53,6 +55,7 @@ class DataDirectory {
     PasswordPolicyStore policy_;
     KeyStore keys_;
     BackupStore backups_;
+    CloudStore cloud_;
 };
 
 inline constexpr const char *kMasterUser = "master";

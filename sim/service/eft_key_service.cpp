@@ -9,21 +9,13 @@
 #include "crypto/cvv.h"
 #include "crypto/key_check_value.h"
 #include "crypto/key_components.h"
+#include "service/logged_result.h"
 #include "service/object_info.h"
 #include "service/partition_keys.h"
 
 namespace sim {
 
 namespace {
-
-// Logs the outcome of `operation`. A stored key's success is already logged by the store.
-Result Logged(Call &call, const std::string &operation, Result result, bool successLogged) {
-    if (result != Result::kOk)
-        call.hsm.events.Record(call.actor(), operation, wire::StatusText(ToWireStatus(result)));
-    else if (!successLogged)
-        call.hsm.events.Record(call.actor(), operation, kEventOk);
-    return result;
-}
 
 // A key of the partition that may be used now: not blocked, and of the DES family when asked.
 Result OpenUsableKey(Call &call, const std::string &name, bool desFamily, StoredObject *object,

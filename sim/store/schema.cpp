@@ -246,6 +246,18 @@ UPDATE event_log_state SET sealed_end = COALESCE(
 )sql");
 }
 
+// Triggers that count every insert, delete and `update` of `table` in backup_state.
+void CountChangesOf(Database &db, const char *table, const char *update) {
+    for (const char *event : {"INSERT", "DELETE", update}) {
+        std::string name = std::string(table) + "_" + std::string(event).substr(0, 6) + "_counted";
+        for (char &c : name)
+            c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        db.Execute(("CREATE TRIGGER " + name + " AFTER " + event + " ON " + table +
+                    " BEGIN UPDATE backup_state SET changes = changes + 1 WHERE id = 1; END")
+                       .c_str());
+    }
+}
+
 // A counter of the changes a backup keeps (accounts, second factors, tokens, the policy, the
 // objects, the network settings), so that the HSM can tell whether it changed since its last
 // backup. Logins and one-time-password counters are not changes of that kind. The network
@@ -271,24 +283,34 @@ CREATE TABLE network_settings (
         {"objects", "UPDATE"},
         {"network_settings", "UPDATE"},
     };
-    for (const auto &[table, update] : kWatched) {
-        for (const char *event : {"INSERT", "DELETE", update}) {
-            std::string name =
-                std::string(table) + "_" + std::string(event).substr(0, 6) + "_counted";
-            for (char &c : name)
-                c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-            db.Execute(("CREATE TRIGGER " + name + " AFTER " + event + " ON " + table +
-                        " BEGIN UPDATE backup_state SET changes = changes + 1 WHERE id = 1; END")
-                           .c_str());
-        }
-    }
+    for (const auto &[table, update] : kWatched)
+        CountChangesOf(db, table, update);
+}
+
+// The HSM's security policy word (default: the authorized state of M of N may be set online)
+// and its cloud binding, one row while bound.
+void KeepCloudState(Database &db, std::string_view) {
+    db.Execute(R"sql(
+CREATE TABLE security_policy (
+    id INTEGER PRIMARY KEY CHECK (id = 1),
+    word INTEGER NOT NULL
+);
+INSERT INTO security_policy VALUES (1, 2);
+CREATE TABLE cloud_binding (
+    id INTEGER PRIMARY KEY CHECK (id = 1),
+    account TEXT NOT NULL,
+    hsm_id TEXT NOT NULL,
+    telemetry_url TEXT NOT NULL
+);
+)sql");
+    CountChangesOf(db, "security_policy", "UPDATE");
 }
 
 using Step = void (*)(Database &db, std::string_view serial);
 
 // Step n brings the file to user_version n. Append only: a released step never changes.
-constexpr Step kSteps[] = {CreateAccounts, CreateObjects, ChainEventLog,
-                           IndexEventLog,  KeepLineTexts, CountChanges};
+constexpr Step kSteps[] = {CreateAccounts, CreateObjects, ChainEventLog, IndexEventLog,
+                           KeepLineTexts,  CountChanges,  KeepCloudState};
 
 int64_t Version(Database &db) {
     Statement read(db, "PRAGMA user_version");

@@ -49,6 +49,7 @@ const std::set<std::string> kSecretFields = {
     "wire.pb.StartBackup.password",
     "wire.pb.StartRestore.password",
     "wire.pb.ExportKeyComponentsReply.components",
+    "wire.pb.BindHsm.bind_key",
 };
 
 // Names that sound secret and are not: key names, check values (they prove a key, never
