@@ -1,6 +1,7 @@
 // The main menu: keys and objects, users, and the HSM's own functions.
 #include "admin/user_actions.h"
 #include "app/version_numbers.h"
+#include "apps/cloud_actions.h"
 #include "console/menu_tree.h"
 #include "console/menus/menu_table.h"
 #include "hsm/firmware_actions.h"
@@ -51,8 +52,8 @@ constexpr MenuEntry kMainItems[] = {
     Action(kHsm, "Firmware Update", Q_ACL_FIRMWARE, UpdateFirmware),
     NestedAction(kHsm, "Replication...", Q_ACL_REMOTE_INFO, kReplicationMenu),
     NestedAction(kHsm, "IP Filter...", Q_ACL_REMOTE_INFO, kIpFilterMenu),
-    Action(kHsm, "Telemetry", Q_ACL_REMOTE_INFO, NotAvailableAction),
-    Action(kHsm, "Policies", Q_ACL_REMOTE_INFO, NotAvailableAction),
+    Action(kHsm, "Telemetry", Q_ACL_REMOTE_INFO, TelemetryAction),
+    Action(kHsm, "Policies", Q_ACL_REMOTE_INFO, PoliciesAction),
     Action(kHsm, "Hardware logs", Q_ACL_REMOTE_INFO, RetrieveZippedLogs, HardwareLogs),
     Nested(kHsm, "Tools...", Q_ACL_REMOTE_INFO, kToolsMenu, FirmwareHasTools),
     Nested(kHsm, "SPB...", kAnyone, kSpbMenu),
