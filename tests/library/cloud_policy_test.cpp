@@ -155,12 +155,14 @@ TEST_F(CloudTest, TelemetryFlowsToTheReceiverWhileBoundAndStopsOnUnbind) {
           "\"memory_kib\":{\"total\":", "\"storage_bytes\":{\"total\":", "\"log_bytes\":"})
         EXPECT_NE(document.find(field), std::string::npos) << field << " in " << document;
 
+    const size_t beforeUnbind = receiver.Bodies().size();
     ASSERT_EQ(QOSUnbindHSM(session, 0), Q_OK);
-    // A document already on its way may still land; none is sent after it.
-    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
-    const size_t afterUnbind = receiver.Bodies().size();
-    std::this_thread::sleep_for(std::chrono::seconds(3));
-    EXPECT_EQ(receiver.Bodies().size(), afterUnbind);
+    // A document already on its way may still land, however late; none is sent after it,
+    // where a sender that kept going would have posted about once a second.
+    for (int check = 0; check < 2; ++check) {
+        std::this_thread::sleep_for(std::chrono::seconds(3));
+        EXPECT_LE(receiver.Bodies().size(), beforeUnbind + 1);
+    }
     QCloseSession(&session, 0);
 }
 

@@ -125,7 +125,11 @@ TEST_F(SimDispatch, RightsAreReadFreshAndCheckedBeforeAnyHandlerRuns) {
                                       pb::Request::kEndBackup,
                                       pb::Request::kStartRestore,
                                       pb::Request::kWriteRestore,
-                                      pb::Request::kFinishRestore};
+                                      pb::Request::kFinishRestore,
+                                      pb::Request::kBindHsm,
+                                      pb::Request::kUnbindHsm,
+                                      pb::Request::kGetSecurityPolicy,
+                                      pb::Request::kSetSecurityPolicy};
     std::set<int> allowed;
     for (const auto &[number, entry] : recording_.entries())
         if (!needRights.count(number)) allowed.insert(number);
