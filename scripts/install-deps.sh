@@ -6,7 +6,7 @@ packages=(
   build-essential cmake pkg-config clang-format clang
   libssl-dev libsqlite3-dev sqlite3 libprotobuf-dev protobuf-compiler
   liboath-dev libpskc-dev libgfshare-dev libargon2-dev zlib1g-dev libminizip-dev
-  libgtest-dev libgmock-dev libbenchmark-dev unzip openssl time
+  libgtest-dev libgmock-dev libbenchmark-dev unzip openssl time libcurl4-openssl-dev
   iputils-ping traceroute
 )
 if [ "${1:-}" = packaging ]; then

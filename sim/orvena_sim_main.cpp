@@ -16,6 +16,7 @@
 #include "daemon/daemon_options.h"
 #include "daemon/data_directory.h"
 #include "daemon/hardware_sensors.h"
+#include "daemon/telemetry_sender.h"
 #include "policy/tamper_latch.h"
 #include "server/discovery.h"
 #include "server/server.h"
@@ -66,7 +67,7 @@ int Run(const sim::DaemonOptions &options) {
     sim::IpFilterStore ipFilter(data.database(), data.events());
     sim::HsmContext hsm{data.users(), data.masterKey(), sessions,       clock,         identity,
                         data.keys(),  data.tokens(),    data.policy(),  data.events(), log,
-                        hardware,     firmware,         data.backups(), ipFilter, data.mofn()};
+                        hardware,     firmware,         data.backups(), ipFilter, data.mofn(), data.cloud()};
 
     sim::Server server(hsm, tls, options.host, options.port, options.limits);
     std::optional<sim::DiscoveryResponder> discovery;
@@ -78,8 +79,10 @@ int Run(const sim::DaemonOptions &options) {
         reply.set_serial(identity.serial);
         discovery.emplace(options.discoveryPort, reply);
     }
+    sim::TelemetrySender telemetry(hsm, options.telemetryIntervalSeconds, options.telemetryCa);
     server.Start();
     if (discovery) discovery->Start();
+    telemetry.Start();
 
     std::string ready = "orvena-sim ready on " + options.host + ":" + std::to_string(server.port());
     if (discovery) ready += " discovery " + std::to_string(discovery->port());
@@ -89,6 +92,7 @@ int Run(const sim::DaemonOptions &options) {
     int signal = 0;
     while (sigwait(&stopSignals, &signal) != 0) {
     }
+    telemetry.Stop();
     if (discovery) discovery->Stop();
     server.Stop();
     data.events().RecordHardware("stop", "signal " + std::to_string(signal));

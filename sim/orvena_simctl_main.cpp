@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "policy/device_identity.h"
+#include "simctl/bind_key_command.h"
 #include "simctl/init_command.h"
 #include "simctl/log_commands.h"
 #include "simctl/simctl_commands.h"
@@ -24,7 +25,9 @@ int main(int argc, char **argv) {
     }
     bool logCommand = !args.empty() && sim::IsLogCommand(args[0]);
     bool upackCommand = !args.empty() && args[0] == sim::kMakeUpackCommand;
-    if (!logCommand && !upackCommand && (args.size() < 2 || args[0] != "--data")) {
+    bool bindKeyCommand = !args.empty() && args[0] == sim::kMakeBindKeyCommand;
+    if (!logCommand && !upackCommand && !bindKeyCommand &&
+        (args.size() < 2 || args[0] != "--data")) {
         std::cerr << sim::SimctlUsage();
         return 2;
     }
@@ -32,6 +35,7 @@ int main(int argc, char **argv) {
         if (logCommand) return sim::RunLogCommand(args, std::cout, std::cerr);
         if (sim::IsInitCommand(args)) return sim::RunInitCommand(args, std::cout, std::cerr);
         if (upackCommand) return sim::RunMakeUpack(args, std::cout, std::cerr);
+        if (bindKeyCommand) return sim::RunMakeBindKey(args, std::cout, std::cerr);
         sim::SystemClock clock;
         // A directory the daemon never opened starts its event log at the default serial.
         sim::DataDirectory data(args[1], clock, sim::DeviceIdentity{}.serial);

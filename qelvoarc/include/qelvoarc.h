@@ -204,15 +204,24 @@ QELVOARC_API uint32_t QGetSessionParam(QSessionHandle session, uint32_t param, v
 #define Q_ADM_GET_PASSWORD_POLICY 32u /* data [out]: QPasswordPolicy (7) */
 #define Q_ADM_REPLICATION_REFRESH 33u /* no data */
 #define Q_ADM_REPLICATION_NODE 34u    /* data: QReplicationNodeOp (5) */
-#define Q_ADM_GET_POLICY 46u          /* data [out]: uint32_t policy word */
-#define Q_ADM_SET_POLICY 47u          /* data: uint32_t policy word */
+#define Q_ADM_GET_POLICY 46u          /* data [out]: uint32_t policy word (Q_POLICY_*) */
+#define Q_ADM_SET_POLICY 47u          /* data: uint32_t policy word (Q_POLICY_*) */
 #define Q_ADM_LIVENESS_FLAGS 0xFFFFF6BDu
+
+/* The HSM's security policy word. It persists; a new HSM holds Q_POLICY_AUTHORIZED_ONLINE.
+ * Q_POLICY_TFA_HTTPS_CERT is kept and reported only: the HSM has no HTTPS management
+ * interface for it to bind. Q_POLICY_AUTHORIZED_ONLINE lets M of N authorization operations 3
+ * and 4 arrive over the network; without it they answer Q_ERR_AUTHORIZED_STATE_OFFLINE. */
+#define Q_POLICY_TFA_HTTPS_CERT 0x1u
+#define Q_POLICY_AUTHORIZED_ONLINE 0x2u
 
 /* Runs an administrative operation. data: in or out as the operation says (may be NULL
  * with length 0); an operation that answers data writes it to data, which must hold it
- * (Q_ERR_BUFFER_TOO_SMALL otherwise). Served so far: Q_ADM_LIVENESS and the password policy
+ * (Q_ERR_BUFFER_TOO_SMALL otherwise). Served so far: Q_ADM_LIVENESS, the password policy
  * (Q_ADM_GET_PASSWORD_POLICY for every user, Q_ADM_SET_PASSWORD_POLICY for operators; a
- * policy out of its ranges gives Q_ERR_INVALID_PARAMETER). */
+ * policy out of its ranges gives Q_ERR_INVALID_PARAMETER) and the security policy
+ * (Q_ADM_GET_POLICY and Q_ADM_SET_POLICY, operators only, length 4; a word with bits other
+ * than Q_POLICY_* gives Q_ERR_INVALID_PARAMETER). */
 QELVOARC_API uint32_t QAdmOperation(QSessionHandle session, uint32_t operation, void *data,
                                     uint32_t length, uint32_t flags);
 
@@ -1177,9 +1186,17 @@ QELVOARC_API uint32_t QIPFilterOperation(QSessionHandle session, uint32_t operat
  * HSM lacks: Q_ERR_TOOL_UNAVAILABLE. */
 QELVOARC_API uint32_t QHSMTool(QSessionHandle session, uint32_t tool, const char *target,
                                uint8_t **result, uint32_t *resultLength, uint32_t flags);
-/* Binds the HSM to the cloud services with a bind key. */
+/* Binds the HSM to the cloud services with a bind key: one line of at most 1023 bytes,
+ * "<payload>.<signature>" in standard base64, made by `orvena-simctl make-bind-key`. The
+ * payload is "orvena-bind-1\n<account>\n<hsm id>\n<telemetry url>" (https only); the signature
+ * is over the payload bytes by the key of the cloud certificate the HSM trusts (Ed25519, or
+ * ECDSA/RSA with SHA-256). Operators only. Refusals: Q_ERR_NO_CLOUD_CERT, Q_ERR_BIND_KEY_INVALID,
+ * Q_ERR_BIND_KEY_FOREIGN (another HSM id than the HSM's serial number), Q_ERR_ALREADY_BOUND.
+ * Once bound, the HSM information attributes Q_P11_ATTR_CLOUD_STATUS (1), Q_P11_ATTR_HSM_ID,
+ * Q_P11_ATTR_CLOUD_ACCOUNT and Q_P11_ATTR_TELEMETRY_URL tell the binding, and the HSM posts a
+ * JSON status document to the telemetry URL at its telemetry interval. flags: 0. */
 QELVOARC_API uint32_t QOSBindHSM(QSessionHandle session, const char *bindKey, uint32_t flags);
-/* Removes the binding. */
+/* Removes the binding and stops the telemetry. Operators only; Q_ERR_NOT_BOUND when unbound. */
 QELVOARC_API uint32_t QOSUnbindHSM(QSessionHandle session, uint32_t flags);
 
 /* ======================================================================================= */
@@ -1358,9 +1375,41 @@ typedef struct QLibBuffer {
     uint32_t length;
 } QLibBuffer;
 
-/* Builds an EMV issuer certificate request. firstField: 3 bytes (tracking number, certificate
- * serial or key id); typeField: 4 bytes; bin: 4 bytes; expiry: "MMYY". result [out]: the
- * request (data: QFree). hash [out]: 28 bytes (20 significant for Visa). */
+/* Builds an EMV issuer public key certification request for a card scheme (Q_EMV_*) from the
+ * RSA key keyName of the partition, self-signed inside the HSM with that key.
+ *
+ * Arguments: firstField: 3 bytes, the tracking number (Visa), certificate serial number
+ * (MasterCard, JCB) or key id (ELO). typeField: 4 bytes, the Visa service id, the MasterCard
+ * or JCB issuer public key file index in its first 3 bytes (the 4th zero), zeros for ELO.
+ * bin: 4 bytes, the issuer identification: 3 to 8 BCD digits left-justified, padded with F
+ * nibbles (Q_ERR_EMV_BAD_BIN otherwise). expiry: "MMYY", month 01-12 (Q_ERR_EMV_BAD_EXPIRY
+ * otherwise). result [out]: the request (data: QFree). hash [out]: 28 bytes, zero-filled past
+ * the scheme's hash: 20 bytes for Visa, 28 for MasterCard, none for ELO and JCB. flags: 0.
+ *
+ * The key must be RSA with exponent 3 or 65537 (Q_ERR_BAD_ALGORITHM otherwise) and of the
+ * scheme's length (Q_ERR_EMV_KEY_LENGTH otherwise): 1024 to 1984 bits, 1152 to 1984 for ELO.
+ *
+ * The certificate data, the input of the hash (N = modulus bytes, E = exponent bytes):
+ *   0      1  certificate format, 0x02
+ *   1      4  issuer identification (bin)
+ *   5      2  expiry MMYY in BCD
+ *   7      3  firstField
+ *   10     1  hash algorithm indicator, 0x01 (SHA-1)
+ *   11     1  public key algorithm indicator, 0x01 (RSA)
+ *   12     1  N
+ *   13     1  E
+ *   14     N  modulus, big-endian
+ *   14+N   E  public exponent, big-endian
+ * The request, the same layout for every scheme (L = 14 + N + E):
+ *   0      1  scheme (Q_EMV_*)
+ *   1      1  layout version, 0x01
+ *   2      4  typeField
+ *   6      2  L, big-endian
+ *   8      L  the certificate data
+ *   8+L    N  the self-signature: RSASSA-PKCS1-v1_5 with SHA-1 over bytes 0 to 8+L-1
+ * The hash: Visa, SHA-1 of the certificate data (20 bytes). MasterCard, 28 bytes: the issuer
+ * identification (4), firstField (3), the hash algorithm indicator 0x01 (1), then the SHA-1
+ * of the certificate data (20). */
 QELVOARC_API uint32_t QGenerateEMV_CSREx(QSessionHandle session, uint32_t scheme,
                                          const char *keyName, const uint8_t *firstField,
                                          const uint8_t *typeField, const uint8_t *bin,
@@ -1853,6 +1902,18 @@ QELVOARC_API uint32_t QByteArray2Base64(const uint8_t *data, uint32_t length, ch
 #define Q_ERR_BAD_EXPIRATION_DATE 1171u
 #define Q_ERR_BAD_SERVICE_CODE 1172u
 #define Q_ERR_KEK_TOO_WEAK 1173u
+/* QGenerateEMV_CSREx refuses the key's length for the scheme, the BIN or the expiry. */
+#define Q_ERR_EMV_KEY_LENGTH 1174u
+#define Q_ERR_EMV_BAD_BIN 1175u
+#define Q_ERR_EMV_BAD_EXPIRY 1176u
+/* QOSBindHSM and QOSUnbindHSM. */
+#define Q_ERR_NO_CLOUD_CERT 1177u    /* the HSM trusts no cloud certificate */
+#define Q_ERR_BIND_KEY_INVALID 1178u /* malformed, or not signed by the trusted certificate */
+#define Q_ERR_BIND_KEY_FOREIGN 1179u /* made for another HSM id */
+#define Q_ERR_ALREADY_BOUND 1180u
+#define Q_ERR_NOT_BOUND 1181u
+/* M of N authorization over the network while the policy lacks Q_POLICY_AUTHORIZED_ONLINE. */
+#define Q_ERR_AUTHORIZED_STATE_OFFLINE 1182u
 #define Q_ERR_NO_MEMORY 2002u
 #define Q_ERR_PASSWORD_EXPIRED 5178u
 

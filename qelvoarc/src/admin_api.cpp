@@ -1,4 +1,5 @@
-// Administrative operations of the whole HSM: the liveness probe and the password policy.
+// Administrative operations of the whole HSM: the liveness probe, the password policy and the
+// security policy word.
 
 #include <cstring>
 #include <limits>
@@ -50,6 +51,25 @@ namespace {
     return Remote<pb::SetPasswordPolicyReply>(handle, std::move(request));
 }
 
+// The security policy travels as one uint32_t in the caller's byte order.
+[[nodiscard]] uint32_t GetSecurityPolicy(QSessionHandle handle, void *data, uint32_t length) {
+    if (length < sizeof(uint32_t)) return Refuse(handle, wire::ERR_BUFFER_TOO_SMALL);
+    return Remote<pb::GetSecurityPolicyReply>(handle, pb::GetSecurityPolicy(),
+                                              [&](const pb::GetSecurityPolicyReply &reply) {
+                                                  const uint32_t word = reply.policy();
+                                                  std::memcpy(data, &word, sizeof word);
+                                              });
+}
+
+[[nodiscard]] uint32_t SetSecurityPolicy(QSessionHandle handle, const void *data, uint32_t length) {
+    if (length != sizeof(uint32_t)) return Refuse(handle, wire::ERR_INVALID_PARAMETER);
+    uint32_t word;
+    std::memcpy(&word, data, sizeof word);
+    pb::SetSecurityPolicy request;
+    request.set_policy(word);
+    return Remote<pb::SetSecurityPolicyReply>(handle, std::move(request));
+}
+
 [[nodiscard]] uint32_t AdmOperation(QSessionHandle handle, uint32_t operation, void *data,
                                     uint32_t length) {
     if (data == nullptr && length != 0) return Refuse(handle, wire::ERR_INVALID_PARAMETER);
@@ -63,6 +83,10 @@ namespace {
                 });
         case Q_ADM_SET_PASSWORD_POLICY:
             return SetPasswordPolicy(handle, data, length);
+        case Q_ADM_GET_POLICY:
+            return GetSecurityPolicy(handle, data, length);
+        case Q_ADM_SET_POLICY:
+            return SetSecurityPolicy(handle, data, length);
         default:
             return Refuse(handle, wire::ERR_NOT_SUPPORTED);
     }

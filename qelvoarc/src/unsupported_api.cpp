@@ -83,23 +83,12 @@ uint32_t QWriteFile(QSessionHandle, const char *, const char *, uint32_t) {
 uint32_t QWriteFileBuffer(QSessionHandle, const char *, const uint8_t *, uint32_t, uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
-uint32_t QOSBindHSM(QSessionHandle, const char *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QOSUnbindHSM(QSessionHandle, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
 uint32_t QEFTImportTR31(QSessionHandle, const char *, const char *, const char *, uint32_t,
                         uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
 uint32_t QEFTExportTR31(QSessionHandle, const char *, const char *, const char *, char **,
                         uint32_t *, uint32_t) {
-    return Q_ERR_NOT_SUPPORTED;
-}
-uint32_t QGenerateEMV_CSREx(QSessionHandle, uint32_t, const char *, const uint8_t *,
-                            const uint8_t *, const uint8_t *, const char *, QLibBuffer *, uint8_t *,
-                            uint32_t) {
     return Q_ERR_NOT_SUPPORTED;
 }
 uint32_t QSPBEncodeInit(QSessionHandle, const char *, const char *, uint32_t, uint32_t,

@@ -146,6 +146,24 @@ wire::Status ToWireStatus(Result result) {
             return wire::ERR_SKEEP_X509_REQUIRED;
         case Result::kSecretAttributesDiffer:
             return wire::ERR_SKEEP_ATTR_MISMATCH;
+        case Result::kEmvKeyLength:
+            return wire::ERR_EMV_KEY_LENGTH;
+        case Result::kEmvBadBin:
+            return wire::ERR_EMV_BAD_BIN;
+        case Result::kEmvBadExpiry:
+            return wire::ERR_EMV_BAD_EXPIRY;
+        case Result::kNoCloudCert:
+            return wire::ERR_NO_CLOUD_CERT;
+        case Result::kBindKeyInvalid:
+            return wire::ERR_BIND_KEY_INVALID;
+        case Result::kBindKeyForeign:
+            return wire::ERR_BIND_KEY_FOREIGN;
+        case Result::kAlreadyBound:
+            return wire::ERR_ALREADY_BOUND;
+        case Result::kNotBound:
+            return wire::ERR_NOT_BOUND;
+        case Result::kAuthorizedStateOffline:
+            return wire::ERR_AUTHORIZED_STATE_OFFLINE;
     }
     return wire::ERR_INTERNAL;
 }

@@ -80,6 +80,15 @@ enum class [[nodiscard]] Result{
     kSecretNeedsOath,
     kSecretNeedsX509,
     kSecretAttributesDiffer,
+    kEmvKeyLength,
+    kEmvBadBin,
+    kEmvBadExpiry,
+    kNoCloudCert,
+    kBindKeyInvalid,
+    kBindKeyForeign,
+    kAlreadyBound,
+    kNotBound,
+    kAuthorizedStateOffline,
 };
 
 wire::Status ToWireStatus(Result result);

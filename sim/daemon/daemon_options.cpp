@@ -86,6 +86,11 @@ const char *DaemonUsage() {
            "  --snmp-location TEXT      SNMP sysLocation (default empty)\n"
            "  --snmp-community TEXT     SNMP community (default empty)\n"
            "  --snmp-trap HOST          an SNMP trap target; repeat for more (default none)\n"
+           "  --telemetry-interval SECONDS\n"
+           "                            time between status documents sent to the telemetry\n"
+           "                            URL while the HSM is bound (default 300, 1-86400)\n"
+           "  --telemetry-ca FILE       CA certificates (PEM) that the telemetry server's\n"
+           "                            certificate must chain to (default: the system's)\n"
            "  --help                    this text\n"
            "Diagnostics go to standard error: the cause of every internal error, with the\n"
            "request's kind and the session user, never a secret or a value a request carried.\n";
@@ -158,6 +163,12 @@ ParseOutcome ParseDaemonOptions(const std::vector<std::string> &args, DaemonOpti
             options->hardware.snmp.location = value;
         } else if (name == "--snmp-community") {
             options->hardware.snmp.community = value;
+        } else if (name == "--telemetry-interval") {
+            ok = ParseNumber<int>(value, kMaxSeconds, &options->telemetryIntervalSeconds) &&
+                 options->telemetryIntervalSeconds > 0;
+        } else if (name == "--telemetry-ca") {
+            ok = !value.empty();
+            options->telemetryCa = value;
         } else if (name == "--snmp-trap") {
             ok = IsWord(value);
             options->hardware.snmp.trapTargets.push_back(value);

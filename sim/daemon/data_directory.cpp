@@ -75,7 +75,8 @@ DataDirectory::DataDirectory(const std::string &dir, const Clock &clock, const s
       policy_(file_, events_),
       keys_(file_, clock, events_),
       backups_(file_, dir_, events_),
-      mofn_(file_, events_) {
+      mofn_(file_, events_),
+      cloud_(file_, events_) {
     EnsureSelfSignedIdentity(vendorKeyPath(), vendorCertPath(), "Orvena firmware vendor",
                              IdentityKey::kEd25519);
     users_.partitions().Add(PartitionMember{

@@ -13,6 +13,7 @@
 #include "policy/device_identity.h"
 #include "store/access_token_store.h"
 #include "store/backup_store.h"
+#include "store/cloud_store.h"
 #include "store/event_log.h"
 #include "store/key_store.h"
 #include "store/mofn_store.h"
@@ -36,6 +37,7 @@ class DataDirectory {
     KeyStore &keys() { return keys_; }
     BackupStore &backups() { return backups_; }
     MofNStore &mofn() { return mofn_; }
+    CloudStore &cloud() { return cloud_; }
     EventLog &events() { return events_; }
     const MasterKey &masterKey() const { return masterKey_; }
     const std::string &path() const { return dir_; }
@@ -56,6 +58,7 @@ class DataDirectory {
     KeyStore keys_;
     BackupStore backups_;
     MofNStore mofn_;
+    CloudStore cloud_;
 };
 
 inline constexpr const char *kMasterUser = "master";

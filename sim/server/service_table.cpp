@@ -2,7 +2,9 @@
 
 #include "service/access_token_service.h"
 #include "service/backup_service.h"
+#include "service/cloud_service.h"
 #include "service/eft_key_service.h"
+#include "service/emv_service.h"
 #include "service/firmware_service.h"
 #include "service/hsm_status_service.h"
 #include "service/information_service.h"
@@ -52,6 +54,8 @@ const DispatchTable &ServiceTable() {
         RegisterNetworkToolService(services);
         RegisterMofNService(services);
         RegisterSafeKeepingService(services);
+        RegisterEmvService(services);
+        RegisterCloudService(services);
         return services;
     }();
     return table;

@@ -12,6 +12,7 @@
 #include "session/session_table.h"
 #include "store/access_token_store.h"
 #include "store/backup_store.h"
+#include "store/cloud_store.h"
 #include "store/event_log.h"
 #include "store/firmware_store.h"
 #include "store/ip_filter_store.h"
@@ -40,6 +41,7 @@ struct HsmContext {
     BackupStore &backups;
     IpFilterStore &ipFilter;
     MofNStore &mofn;
+    CloudStore &cloud;
 };
 
 class ReplyStream;

@@ -3,6 +3,8 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
+#include <optional>
+
 #include "platform/machine_stats.h"
 #include "policy/tamper_latch.h"
 
@@ -102,11 +104,16 @@ Result HandleGetHsmClock(Call &call, const pb::GetHsmClock &, pb::GetHsmClockRep
     return Result::kOk;
 }
 
-// The HSM is bound to no cloud account: telemetry and remote management are off and the
-// account and telemetry address are empty. Its own id is its serial number.
+// Unbound, the account and telemetry address are empty; the HSM's id is its serial number
+// either way, since a bind key for another id is refused. Remote management is never on.
 Result HandleGetP11Info(Call &call, const pb::GetP11Info &, pb::GetP11InfoReply *reply) {
     reply->set_tampered(TamperLatched(call.hsm.hardware.dataDir));
     reply->set_hsm_id(call.hsm.identity.serial);
+    if (const std::optional<CloudBinding> binding = call.hsm.cloud.Binding()) {
+        reply->set_telemetry(1);
+        reply->set_cloud_account(binding->account);
+        reply->set_telemetry_url(binding->telemetryUrl);
+    }
     return Result::kOk;
 }
 

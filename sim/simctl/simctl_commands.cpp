@@ -15,6 +15,7 @@
 #include "crypto/password_hash.h"
 #include "policy/tamper_latch.h"
 #include "service/access_token.h"
+#include "simctl/bind_key_command.h"
 #include "simctl/bulk_keys.h"
 #include "simctl/bulk_log.h"
 #include "simctl/upack_command.h"
@@ -235,6 +236,8 @@ int Run(DataDirectory &data, const std::vector<std::string> &args, std::ostream 
         full.insert(full.begin() + 1, {"--data", data.path()});
         return RunMakeUpack(full, out, err);
     }
+    // The cloud's command needs no data directory; it is accepted after one for convenience.
+    if (command == kMakeBindKeyCommand) return RunMakeBindKey(args, out, err);
     if (command == "tamper") {
         CommandLine line = Split(args, 1, {});
         const std::string &state = line.positional[0];
@@ -253,6 +256,7 @@ const char *SimctlUsage() {
            "       orvena-simctl export-log --data DIR [--out FILE]\n"
            "       orvena-simctl make-upack --data DIR --version A.B.C.D --description TEXT\n"
            "                                --out FILE [--key KEY.pem]\n"
+           "       orvena-simctl make-bind-key --account ID --hsm-id ID --url URL --key KEY.pem\n"
            "       orvena-simctl --help\n"
            "Commands on a data directory:\n"
            "  init [--init-password TEXT] [--model TEXT] [--serial TEXT]   readies a new\n"
@@ -279,7 +283,11 @@ const char *SimctlUsage() {
            "prints the line count and exits 0. export-log writes the log to FILE (default:\n"
            "standard output); sim/store/event_log_format.md describes the format.\n"
            "make-upack writes a firmware update package signed with the data directory's\n"
-           "vendor key (vendor.key, made when missing) or with the Ed25519 key of --key.\n";
+           "vendor key (vendor.key, made when missing) or with the Ed25519 key of --key.\n"
+           "make-bind-key prints a bind key for QOSBindHSM, signed with KEY.pem (Ed25519,\n"
+           "EC or RSA) for the HSM whose serial number is ID; the HSM accepts it when the\n"
+           "certificate cloud.crt in its data directory holds KEY.pem's public key. URL is\n"
+           "the https address the bound HSM sends its telemetry to.\n";
 }
 
 int RunSimctlCommand(DataDirectory &data, const std::vector<std::string> &args, std::ostream &out,

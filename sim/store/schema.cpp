@@ -327,11 +327,31 @@ CREATE TABLE mofn_partitions (
     CountChangesOf(db, "mofn_partitions", "UPDATE");
 }
 
+// The HSM's security policy word (default: the authorized state of M of N may be set online)
+// and its cloud binding, one row while bound.
+void KeepCloudState(Database &db, std::string_view) {
+    db.Execute(R"sql(
+CREATE TABLE security_policy (
+    id INTEGER PRIMARY KEY CHECK (id = 1),
+    word INTEGER NOT NULL
+);
+INSERT INTO security_policy VALUES (1, 2);
+CREATE TABLE cloud_binding (
+    id INTEGER PRIMARY KEY CHECK (id = 1),
+    account TEXT NOT NULL,
+    hsm_id TEXT NOT NULL,
+    telemetry_url TEXT NOT NULL
+);
+)sql");
+    CountChangesOf(db, "security_policy", "UPDATE");
+}
+
 using Step = void (*)(Database &db, std::string_view serial);
 
 // Step n brings the file to user_version n. Append only: a released step never changes.
 constexpr Step kSteps[] = {CreateAccounts, CreateObjects, ChainEventLog,     IndexEventLog,
-                           KeepLineTexts,  CountChanges,  FilterClientHosts, KeepMofNStates};
+                           KeepLineTexts,  CountChanges,  FilterClientHosts, KeepMofNStates,
+                           KeepCloudState};
 
 int64_t Version(Database &db) {
     Statement read(db, "PRAGMA user_version");

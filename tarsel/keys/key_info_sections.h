@@ -25,6 +25,10 @@ inline bool CanBeMapTarget(uint32_t algorithm) {
     return !IsMapObject(algorithm) && algorithm != Q_ALG_OBJ_SECRET;
 }
 
+// The general attributes of the key `name`, then those of its kind, as "Attributes" shows
+// them. A key that cannot be opened is reported as "Error accessing key.".
+uint32_t ShowKeyAttributes(QSessionHandle session, const char *name);
+
 // The attributes of the PKCS#11 map `mapName` ("Target : " ... "CKA_KEY_GEN_MECHANISM : ").
 uint32_t ShowPkcs11MapSection(QSessionHandle session, const char *mapName);
 

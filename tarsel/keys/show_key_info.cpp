@@ -168,6 +168,18 @@ bool ShowSections(QSessionHandle session, QKeyHandle key, const char *name, uint
 
 }  // namespace
 
+uint32_t ShowKeyAttributes(QSessionHandle session, const char *name) {
+    OwnedKey key;
+    if (uint32_t status = QGetUserKey(session, name, KeyOpenOption(session), key.Out());
+        status != 0) {
+        PrintError("Error accessing key.", status);
+        return status;
+    }
+    ShownObject shown;
+    if (uint32_t status = ShowGeneralAttributes(key.Get(), &shown); status != 0) return status;
+    return ShowKindSection(session, key.Get(), name, shown.algorithm);
+}
+
 int32_t ShowKeyInfoAction(QSessionHandle session, const MenuItem &item) {
     char name[kObjectNameSize] = {};
     const uint32_t option = KeyOpenOption(session);

@@ -7,6 +7,7 @@
 #include <openssl/hmac.h>
 #include <openssl/pem.h>
 #include <openssl/x509.h>
+#include <openssl/x509v3.h>
 
 #include <cstdint>
 #include <cstdio>
@@ -58,6 +59,7 @@ struct CertificateFields {
     uint64_t serial = 0x1234;
     const char *notBefore = nullptr;  // YYYYMMDDhhmmssZ; both null: valid for a day from now
     const char *notAfter = nullptr;
+    const char *subjectAltName = nullptr;  // e.g. "IP:127.0.0.1", for a TLS server
 };
 
 // A self-signed P-256 certificate for `commonName`.
@@ -82,6 +84,14 @@ inline TestCertificate MakeTestCertificate(const char *commonName,
     }
     X509_set_issuer_name(cert.get(), name);
     X509_set_pubkey(cert.get(), key.get());
+    if (fields.subjectAltName != nullptr) {
+        X509V3_CTX context;
+        X509V3_set_ctx(&context, cert.get(), cert.get(), nullptr, nullptr, 0);
+        X509_EXTENSION *extension =
+            X509V3_EXT_conf_nid(nullptr, &context, NID_subject_alt_name, fields.subjectAltName);
+        X509_add_ext(cert.get(), extension, -1);
+        X509_EXTENSION_free(extension);
+    }
     X509_sign(cert.get(), key.get(), EVP_sha256());
 
     TestCertificate out;

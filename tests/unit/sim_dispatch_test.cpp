@@ -130,7 +130,11 @@ TEST_F(SimDispatch, RightsAreReadFreshAndCheckedBeforeAnyHandlerRuns) {
                                       pb::Request::kAddIpFilterEntry,
                                       pb::Request::kRemoveIpFilterEntry,
                                       pb::Request::kSetIpFilterEnabled,
-                                      pb::Request::kRunNetworkTool};
+                                      pb::Request::kRunNetworkTool,
+                                      pb::Request::kBindHsm,
+                                      pb::Request::kUnbindHsm,
+                                      pb::Request::kGetSecurityPolicy,
+                                      pb::Request::kSetSecurityPolicy};
     std::set<int> allowed;
     for (const auto &[number, entry] : recording_.entries())
         if (!needRights.count(number)) allowed.insert(number);

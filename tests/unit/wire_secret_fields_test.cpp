@@ -60,6 +60,7 @@ const std::set<std::string> kSecretFields = {
     "wire.pb.RecoverSecret.shares",
     "wire.pb.RecoverSecretReply.bytes",
     "wire.pb.MatchSecret.shares",
+    "wire.pb.BindHsm.bind_key",
 };
 
 // Names that sound secret and are not: key names, check values (they prove a key, never

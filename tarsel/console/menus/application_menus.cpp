@@ -1,6 +1,7 @@
 // Menus under "HSM" for its applications: SPB, EFT, safe keeping, smart cards, blockchain
 // and tests.
 #include "apps/cvv.h"
+#include "apps/emv_csr.h"
 #include "apps/export_key_components.h"
 #include "apps/import_key_components.h"
 #include "apps/kek_key_exchange.h"
@@ -48,7 +49,7 @@ constexpr MenuEntry kEftItems[] = {
     Title(0, ""),
     Nested(0, "Import Key...", kAnyone, kEftImportKeyMenu),
     Nested(0, "Export Key...", kAnyone, kEftExportKeyMenu),
-    Action(0, "EMV CSR", kAnyone, NotAvailableAction),
+    Action(0, "EMV CSR", kAnyone, EmvCsrAction),
 };
 
 constexpr MenuEntry kSafeKeepingItems[] = {

@@ -2,6 +2,7 @@
 #include "admin/user_actions.h"
 #include "app/version_numbers.h"
 #include "apps/mofn_actions.h"
+#include "apps/cloud_actions.h"
 #include "console/menu_tree.h"
 #include "console/menus/menu_table.h"
 #include "hsm/firmware_actions.h"
@@ -52,8 +53,8 @@ constexpr MenuEntry kMainItems[] = {
     Action(kHsm, "Firmware Update", Q_ACL_FIRMWARE, UpdateFirmware),
     NestedAction(kHsm, "Replication...", Q_ACL_REMOTE_INFO, kReplicationMenu),
     NestedAction(kHsm, "IP Filter...", Q_ACL_REMOTE_INFO, kIpFilterMenu),
-    Action(kHsm, "Telemetry", Q_ACL_REMOTE_INFO, NotAvailableAction),
-    Action(kHsm, "Policies", Q_ACL_REMOTE_INFO, NotAvailableAction),
+    Action(kHsm, "Telemetry", Q_ACL_REMOTE_INFO, TelemetryAction),
+    Action(kHsm, "Policies", Q_ACL_REMOTE_INFO, PoliciesAction),
     Action(kHsm, "Hardware logs", Q_ACL_REMOTE_INFO, RetrieveZippedLogs, HardwareLogs),
     Nested(kHsm, "Tools...", Q_ACL_REMOTE_INFO, kToolsMenu, FirmwareHasTools),
     Nested(kHsm, "SPB...", kAnyone, kSpbMenu),
