@@ -74,7 +74,8 @@ DataDirectory::DataDirectory(const std::string &dir, const Clock &clock, const s
       tokens_(file_, events_),
       policy_(file_, events_),
       keys_(file_, clock, events_),
-      backups_(file_, dir_, events_) {
+      backups_(file_, dir_, events_),
+      eftd_(file_, events_) {
     EnsureSelfSignedIdentity(vendorKeyPath(), vendorCertPath(), "Orvena firmware vendor",
                              IdentityKey::kEd25519);
     users_.partitions().Add(PartitionMember{

@@ -13,6 +13,7 @@
 #include "policy/device_identity.h"
 #include "store/access_token_store.h"
 #include "store/backup_store.h"
+#include "store/eftd_config_store.h"
 #include "store/event_log.h"
 #include "store/key_store.h"
 #include "store/password_policy_store.h"
@@ -35,6 +36,7 @@ class DataDirectory {
     KeyStore &keys() { return keys_; }
     BackupStore &backups() { return backups_; }
     EventLog &events() { return events_; }
+    EftdConfigStore &eftd() { return eftd_; }
     const MasterKey &masterKey() const { return masterKey_; }
     const std::string &path() const { return dir_; }
     const DatabaseFile &database() const { return file_; }
@@ -53,6 +55,7 @@ class DataDirectory {
     PasswordPolicyStore policy_;
     KeyStore keys_;
     BackupStore backups_;
+    EftdConfigStore eftd_;
 };
 
 inline constexpr const char *kMasterUser = "master";

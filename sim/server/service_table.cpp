@@ -3,6 +3,7 @@
 #include "service/access_token_service.h"
 #include "service/backup_service.h"
 #include "service/eft_key_service.h"
+#include "service/eftd_config_service.h"
 #include "service/firmware_service.h"
 #include "service/hsm_status_service.h"
 #include "service/information_service.h"
@@ -44,6 +45,7 @@ const DispatchTable &ServiceTable() {
         RegisterObjectBackupService(services);
         RegisterFirmwareService(services);
         RegisterBackupService(services);
+        RegisterEftdConfigService(services);
         return services;
     }();
     return table;

@@ -12,6 +12,7 @@
 #include "session/session_table.h"
 #include "store/access_token_store.h"
 #include "store/backup_store.h"
+#include "store/eftd_config_store.h"
 #include "store/event_log.h"
 #include "store/firmware_store.h"
 #include "store/key_store.h"
@@ -36,6 +37,7 @@ struct HsmContext {
     const HardwareSettings &hardware;
     FirmwareStore &firmware;
     BackupStore &backups;
+    EftdConfigStore &eftd;
 };
 
 class ReplyStream;

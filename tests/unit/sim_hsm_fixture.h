@@ -76,7 +76,7 @@ class SimHsm : public ::testing::Test {
     sim::UpackVerifier vendor_{data_.vendorCertPath()};
     sim::FirmwareStore firmware_{dir_.path(), identity_.firmware, vendor_, data_.events()};
     sim::HsmContext hsm_{
-        data_.users(), data_.masterKey(), sessions_,      clock_,         identity_,
-        data_.keys(),  data_.tokens(),    data_.policy(), data_.events(), log_,
-        hardware_,     firmware_,         data_.backups()};
+        data_.users(), data_.masterKey(), sessions_,       clock_,         identity_,
+        data_.keys(),  data_.tokens(),    data_.policy(),  data_.events(), log_,
+        hardware_,     firmware_,         data_.backups(), data_.eftd()};
 };
