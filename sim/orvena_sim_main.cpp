@@ -16,6 +16,7 @@
 #include "daemon/daemon_options.h"
 #include "daemon/data_directory.h"
 #include "daemon/hardware_sensors.h"
+#include "eftd/host_connection.h"
 #include "policy/tamper_latch.h"
 #include "server/discovery.h"
 #include "server/server.h"
@@ -61,11 +62,24 @@ int Run(const sim::DaemonOptions &options) {
     sim::UpackVerifier vendor(options.vendorCert.empty() ? data.vendorCertPath()
                                                          : options.vendorCert);
     sim::FirmwareStore firmware(options.dataDir, identity.firmware, vendor, data.events());
-    sim::HsmContext hsm{data.users(), data.masterKey(), sessions,      clock,         identity,
-                        data.keys(),  data.tokens(),    data.policy(), data.events(), log,
-                        hardware,     firmware,         data.backups()};
+    sim::HsmContext hsm{data.users(), data.masterKey(), sessions,       clock,         identity,
+                        data.keys(),  data.tokens(),    data.policy(),  data.events(), log,
+                        hardware,     firmware,         data.backups(), data.eftd()};
 
-    sim::Server server(hsm, tls, options.host, options.port, options.limits);
+    sim::Server server(
+        hsm,
+        [&](int fd, sim::ConnectionWatch &watch) {
+            sim::ServeConnection(hsm, tls.get(), fd, options.limits, watch);
+        },
+        options.host, options.port, options.limits);
+    std::optional<sim::Server> eftd;
+    if (options.eftdListen)
+        eftd.emplace(
+            hsm,
+            [&](int fd, sim::ConnectionWatch &watch) {
+                sim::ServeHostConnection(hsm, fd, options.limits, watch);
+            },
+            options.eftdListen->host, options.eftdListen->port, options.limits);
     std::optional<sim::DiscoveryResponder> discovery;
     if (options.discoveryPort != 0) {
         wire::pb::DiscoveryReply reply;
@@ -76,10 +90,12 @@ int Run(const sim::DaemonOptions &options) {
         discovery.emplace(options.discoveryPort, reply);
     }
     server.Start();
+    if (eftd) eftd->Start();
     if (discovery) discovery->Start();
 
     std::string ready = "orvena-sim ready on " + options.host + ":" + std::to_string(server.port());
     if (discovery) ready += " discovery " + std::to_string(discovery->port());
+    if (eftd) ready += " eftd " + std::to_string(eftd->port());
     std::printf("%s\n", ready.c_str());
     std::fflush(stdout);
 
@@ -87,6 +103,7 @@ int Run(const sim::DaemonOptions &options) {
     while (sigwait(&stopSignals, &signal) != 0) {
     }
     if (discovery) discovery->Stop();
+    if (eftd) eftd->Stop();
     server.Stop();
     data.events().RecordHardware("stop", "signal " + std::to_string(signal));
     return 0;

@@ -12,6 +12,11 @@
 
 namespace sim {
 
+struct EftdListen {
+    std::string host;
+    uint16_t port = 0;
+};
+
 struct DaemonOptions {
     std::string host = "127.0.0.1";
     uint16_t port = 4433;
@@ -24,6 +29,7 @@ struct DaemonOptions {
     HardwareSettings hardware;  // its dataDir, tpKey and start are set when the daemon runs
     bool tampered = false;      // set the tamper latch at start
     std::string vendorCert;     // the signer of update packages; "" = the data directory's
+    std::optional<EftdListen> eftdListen;  // the host-command port; none = not served
 };
 
 enum class ParseOutcome { kRun, kHelp, kError };

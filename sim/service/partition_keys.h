@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "core/secret.h"
 #include "crypto/key_algorithm.h"
@@ -19,9 +20,23 @@ Result StoreKey(Call &call, const std::string &name, const KeyAlgorithm &algorit
                 uint32_t attributes, const KeyMaterial &material, KeyOrigin origin,
                 const std::string &event, wire::pb::ObjectInfo *info);
 
-// The key `name` of the caller's partition with its clear material: kNotFound,
+// The key `name` of `owner`'s partition with its clear material: kNotFound,
 // kWrongObjectType for another kind of object, or kInternal when it does not unseal.
+Result OpenKey(HsmContext &hsm, std::string_view owner, std::string_view name, StoredObject *object,
+               SecretBytes *material);
+// The same in the caller's partition.
 Result OpenKey(Call &call, const std::string &name, StoredObject *object, SecretBytes *material);
+
+// OpenKey for a key that may be used now: kKeyBlocked when blocked, and kBadAlgorithm when
+// `desFamily` asks for a DES-family key and it is another.
+Result OpenUsableKey(HsmContext &hsm, std::string_view owner, std::string_view name, bool desFamily,
+                     StoredObject *object, SecretBytes *material);
+
+// The CVV of a card under the double-length DES key `keyName` of `owner`'s partition (see
+// ComputeCvv for the card data); kBadAlgorithm for a key of another kind.
+Result PartitionCvv(HsmContext &hsm, std::string_view owner, std::string_view keyName,
+                    std::string_view pan, std::string_view expirationDate,
+                    std::string_view serviceCode, std::string *cvv);
 
 // An event text naming the algorithm of a key.
 std::string AlgorithmNote(const char *what, const KeyAlgorithm &algorithm);
