@@ -1,6 +1,7 @@
 // Menus under "HSM" for its applications: SPB, EFT, safe keeping, smart cards, blockchain
 // and tests.
 #include "apps/cvv.h"
+#include "apps/eftd_config.h"
 #include "apps/export_key_components.h"
 #include "apps/import_key_components.h"
 #include "apps/kek_key_exchange.h"
@@ -47,6 +48,7 @@ constexpr MenuEntry kEftItems[] = {
     Nested(0, "Import Key...", kAnyone, kEftImportKeyMenu),
     Nested(0, "Export Key...", kAnyone, kEftExportKeyMenu),
     Action(0, "EMV CSR", kAnyone, NotAvailableAction),
+    Action(0, "EFTd Config", kAnyone, EftdConfigScreen, FirmwareHasEftDaemon),
 };
 
 constexpr MenuEntry kSafeKeepingItems[] = {
