@@ -125,7 +125,10 @@ TEST_F(SimDispatch, RightsAreReadFreshAndCheckedBeforeAnyHandlerRuns) {
                                       pb::Request::kEndBackup,
                                       pb::Request::kStartRestore,
                                       pb::Request::kWriteRestore,
-                                      pb::Request::kFinishRestore};
+                                      pb::Request::kFinishRestore,
+                                      pb::Request::kSetEftdHeaderLength,
+                                      pb::Request::kSetEftdPinLength,
+                                      pb::Request::kResetEftdConfig};
     std::set<int> allowed;
     for (const auto &[number, entry] : recording_.entries())
         if (!needRights.count(number)) allowed.insert(number);
