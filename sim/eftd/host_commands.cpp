@@ -112,46 +112,44 @@ Reply Echo(Fields &fields) {
     return Reply{kNoError, std::string(fields.Rest())};
 }
 
-// key name ; PAN ; YYMM service code
-bool CardFields(Fields &fields, std::string_view *key, std::string_view *pan,
-                std::string_view *expiry, std::string_view *serviceCode) {
-    return fields.Delimited(key) && fields.Delimited(pan) && fields.Fixed(4, expiry) &&
-           fields.Fixed(3, serviceCode);
+// CvvOfKey under the card fields' key.
+HostError CardCvv(HostKeyCache &keys, Fields &fields, std::string *cvv) {
+    std::string_view name, pan, expiry, serviceCode;
+    if (!fields.Delimited(&name) || !fields.Delimited(&pan) || !fields.Fixed(4, &expiry) ||
+        !fields.Fixed(3, &serviceCode))
+        return kBadField;
+    uint32_t algorithm = 0;
+    SecretBytes material;
+    if (Result r = keys.Open(name, true, &algorithm, &material); r != Result::kOk)
+        return FromResult(r);
+    return FromResult(CvvOfKey(algorithm, material.view(), pan, expiry, serviceCode, cvv));
 }
 
-Reply GenerateCvv(HsmContext &hsm, Fields &fields) {
-    std::string_view key, pan, expiry, serviceCode;
-    if (!CardFields(fields, &key, &pan, &expiry, &serviceCode) || !fields.Done())
-        return Coded(kBadField);
+// key name ; PAN ; YYMM service code
+Reply GenerateCvv(HostKeyCache &keys, Fields &fields) {
     Reply reply;
-    reply.error =
-        FromResult(PartitionCvv(hsm, kEftdPartition, key, pan, expiry, serviceCode, &reply.data));
+    reply.error = CardCvv(keys, fields, &reply.data);
+    if (reply.error == kNoError && !fields.Done()) return Coded(kBadField);
     return reply;
 }
 
-Reply VerifyCvv(HsmContext &hsm, Fields &fields) {
-    std::string_view key, pan, expiry, serviceCode, given;
-    if (!CardFields(fields, &key, &pan, &expiry, &serviceCode) || !fields.Fixed(3, &given) ||
-        !fields.Done())
-        return Coded(kBadField);
+// key name ; PAN ; YYMM service code CVV
+Reply VerifyCvv(HostKeyCache &keys, Fields &fields) {
     std::string cvv;
-    if (HostError error =
-            FromResult(PartitionCvv(hsm, kEftdPartition, key, pan, expiry, serviceCode, &cvv));
-        error != kNoError)
-        return Coded(error);
+    std::string_view given;
+    if (HostError error = CardCvv(keys, fields, &cvv); error != kNoError) return Coded(error);
+    if (!fields.Fixed(3, &given) || !fields.Done()) return Coded(kBadField);
     return Coded(cvv == given ? kNoError : kVerificationFailed);
 }
 
-Reply CheckValue(HsmContext &hsm, Fields &fields) {
-    StoredObject key;
+Reply CheckValue(HostKeyCache &keys, Fields &fields) {
+    uint32_t algorithm = 0;
     SecretBytes material;
     if (fields.Done()) return Coded(kBadField);
-    if (HostError error =
-            FromResult(OpenUsableKey(hsm, kEftdPartition, fields.Rest(), false, &key, &material));
-        error != kNoError)
-        return Coded(error);
+    if (Result r = keys.Open(fields.Rest(), false, &algorithm, &material); r != Result::kOk)
+        return Coded(FromResult(r));
     wire::CheckValue value{};
-    if (KeyCheckValue(key.algorithm, wire::pb::KCV_CLASSIC, material.view(), &value) != Result::kOk)
+    if (KeyCheckValue(algorithm, wire::pb::KCV_CLASSIC, material.view(), &value) != Result::kOk)
         return Coded(kUnusableKey);
     Reply reply;
     for (uint8_t byte : value) {
@@ -164,31 +162,27 @@ Reply CheckValue(HsmContext &hsm, Fields &fields) {
 
 // PIN key ; PVK ; PIN block (16 hex) PAN ; decimalization table (16 digits) validation data
 // (16 hex) offset (PIN length digits)
-Reply VerifyPin(HsmContext &hsm, Fields &fields, size_t pinLength) {
+Reply VerifyPin(HostKeyCache &keys, Fields &fields, size_t pinLength) {
     std::string_view pinKeyName, pvkName, pan, decimalization, offset;
     std::string block, validation;
     if (!fields.Delimited(&pinKeyName) || !fields.Delimited(&pvkName) || !fields.Hex(8, &block) ||
         !fields.Delimited(&pan) || !fields.Fixed(16, &decimalization) ||
         !fields.Hex(8, &validation) || !fields.Fixed(pinLength, &offset) || !fields.Done())
         return Coded(kBadField);
-    StoredObject pinKey, pvk;
-    SecretBytes pinKeyMaterial, pvkMaterial;
-    if (HostError error = FromResult(
-            OpenUsableKey(hsm, kEftdPartition, pinKeyName, true, &pinKey, &pinKeyMaterial));
-        error != kNoError)
-        return Coded(error);
-    if (HostError error =
-            FromResult(OpenUsableKey(hsm, kEftdPartition, pvkName, true, &pvk, &pvkMaterial));
-        error != kNoError)
-        return Coded(error);
+    uint32_t algorithm = 0;
+    SecretBytes pinKey, pvk;
+    if (Result r = keys.Open(pinKeyName, true, &algorithm, &pinKey); r != Result::kOk)
+        return Coded(FromResult(r));
+    if (Result r = keys.Open(pvkName, true, &algorithm, &pvk); r != Result::kOk)
+        return Coded(FromResult(r));
     SecretBytes pin;
-    Result decrypted = DecryptPinBlockFormat0(pinKeyMaterial.view(), block, pan, &pin);
+    Result decrypted = DecryptPinBlockFormat0(pinKey.view(), block, pan, &pin);
     if (decrypted == Result::kInvalidParameter) return Coded(kBadPinBlock);
     if (decrypted != Result::kOk) return Coded(FromResult(decrypted));
     if (pin.size() != pinLength) return Coded(kWrongPinLength);
     bool matches = false;
-    Result verified = VerifyIbm3624Offset(pvkMaterial.view(), validation, decimalization,
-                                          pin.view(), offset, &matches);
+    Result verified =
+        VerifyIbm3624Offset(pvk.view(), validation, decimalization, pin.view(), offset, &matches);
     if (verified == Result::kInvalidParameter) return Coded(kBadField);
     if (verified != Result::kOk) return Coded(FromResult(verified));
     return Coded(matches ? kNoError : kVerificationFailed);
@@ -206,12 +200,12 @@ constexpr Command kCheckValue{"KC", "KD"};
 constexpr Command kVerifyPin{"PV", "PW"};
 constexpr Command kCommands[] = {kEcho, kGenerateCvv, kVerifyCvv, kCheckValue, kVerifyPin};
 
-Reply Run(HsmContext &hsm, std::string_view code, Fields &fields, const EftdConfig &config) {
+Reply Run(HostKeyCache &keys, std::string_view code, Fields &fields, const EftdConfig &config) {
     if (code == kEcho.code) return Echo(fields);
-    if (code == kGenerateCvv.code) return GenerateCvv(hsm, fields);
-    if (code == kVerifyCvv.code) return VerifyCvv(hsm, fields);
-    if (code == kCheckValue.code) return CheckValue(hsm, fields);
-    return VerifyPin(hsm, fields, config.pinLength);
+    if (code == kGenerateCvv.code) return GenerateCvv(keys, fields);
+    if (code == kVerifyCvv.code) return VerifyCvv(keys, fields);
+    if (code == kCheckValue.code) return CheckValue(keys, fields);
+    return VerifyPin(keys, fields, config.pinLength);
 }
 
 std::string Answer(std::string_view header, std::string_view code, const Reply &reply) {
@@ -225,7 +219,7 @@ std::string Answer(std::string_view header, std::string_view code, const Reply &
 
 }  // namespace
 
-std::string AnswerHostCommand(HsmContext &hsm, std::string_view message) {
+std::string AnswerHostCommand(HsmContext &hsm, HostKeyCache &keys, std::string_view message) {
     const EftdConfig config = hsm.eftd.Load();
     if (message.size() < config.headerLength + kCommandCodeBytes)
         return Answer(message.substr(0, std::min<size_t>(message.size(), config.headerLength)),
@@ -239,7 +233,7 @@ std::string AnswerHostCommand(HsmContext &hsm, std::string_view message) {
         return Answer(header, command->answerCode, Coded(kRestartRequired));
     if (!config.authorized) return Answer(header, command->answerCode, Coded(kUnauthorized));
     Fields fields(message.substr(config.headerLength + kCommandCodeBytes));
-    return Answer(header, command->answerCode, Run(hsm, code, fields, config));
+    return Answer(header, command->answerCode, Run(keys, code, fields, config));
 }
 
 }  // namespace sim

@@ -5,14 +5,15 @@
 #include <string>
 #include <string_view>
 
+#include "eftd/host_key_cache.h"
 #include "service/hsm_context.h"
 
 namespace sim {
 
 // The answer to one host command `message` (without its length prefix), under the
-// configuration the HSM holds now. Never fails: every refusal is an error code in the answer.
-// Host commands are not event-logged: a payment switch sends them by the thousand, and they
-// change nothing.
-std::string AnswerHostCommand(HsmContext &hsm, std::string_view message);
+// configuration the HSM holds now, with the keys `keys` opens. Never fails: every refusal is an
+// error code in the answer. Host commands are not event-logged: a payment switch sends them by the
+// thousand, and they change nothing.
+std::string AnswerHostCommand(HsmContext &hsm, HostKeyCache &keys, std::string_view message);
 
 }  // namespace sim

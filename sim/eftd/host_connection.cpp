@@ -28,6 +28,7 @@ void ServeHostConnection(HsmContext &hsm, int fd, const ConnectionLimits &limits
     // alone, and each command's body by the frame timeout.
     watch.deadline = 0;
     wire::Stream stream(fd, nullptr);
+    HostKeyCache keys(hsm);
     std::string message;
     std::string frame;
     for (;;) {
@@ -40,7 +41,7 @@ void ServeHostConnection(HsmContext &hsm, int fd, const ConnectionLimits &limits
         const wire::Status read = stream.ReadExact(message.data(), length);
         watch.deadline = 0;
         if (read != wire::OK) break;
-        std::string answer = AnswerHostCommand(hsm, message);
+        std::string answer = AnswerHostCommand(hsm, keys, message);
         Wipe(message);
         frame.assign({static_cast<char>(answer.size() >> 8), static_cast<char>(answer.size())});
         frame += answer;

@@ -40,12 +40,22 @@ Result OpenKey(Call &call, const std::string &name, StoredObject *object, Secret
     return OpenKey(call.hsm, call.session().user, name, object, material);
 }
 
+Result CheckUsable(const StoredObject &key, bool desFamily) {
+    if (key.blocked) return Result::kKeyBlocked;
+    if (desFamily && !wire::IsDesFamily(key.algorithm)) return Result::kBadAlgorithm;
+    return Result::kOk;
+}
+
 Result OpenUsableKey(HsmContext &hsm, std::string_view owner, std::string_view name, bool desFamily,
                      StoredObject *object, SecretBytes *material) {
     if (Result r = OpenKey(hsm, owner, name, object, material); r != Result::kOk) return r;
-    if (object->blocked) return Result::kKeyBlocked;
-    if (desFamily && !wire::IsDesFamily(object->algorithm)) return Result::kBadAlgorithm;
-    return Result::kOk;
+    return CheckUsable(*object, desFamily);
+}
+
+Result CvvOfKey(uint32_t algorithm, std::string_view material, std::string_view pan,
+                std::string_view expirationDate, std::string_view serviceCode, std::string *cvv) {
+    if (algorithm != pb::ALG_3DES_112) return Result::kBadAlgorithm;
+    return ComputeCvv(material, pan, expirationDate, serviceCode, cvv);
 }
 
 Result PartitionCvv(HsmContext &hsm, std::string_view owner, std::string_view keyName,
@@ -55,8 +65,7 @@ Result PartitionCvv(HsmContext &hsm, std::string_view owner, std::string_view ke
     SecretBytes material;
     if (Result r = OpenUsableKey(hsm, owner, keyName, true, &key, &material); r != Result::kOk)
         return r;
-    if (key.algorithm != pb::ALG_3DES_112) return Result::kBadAlgorithm;
-    return ComputeCvv(material.view(), pan, expirationDate, serviceCode, cvv);
+    return CvvOfKey(key.algorithm, material.view(), pan, expirationDate, serviceCode, cvv);
 }
 
 std::string AlgorithmNote(const char *what, const KeyAlgorithm &algorithm) {

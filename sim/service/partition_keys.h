@@ -27,13 +27,20 @@ Result OpenKey(HsmContext &hsm, std::string_view owner, std::string_view name, S
 // The same in the caller's partition.
 Result OpenKey(Call &call, const std::string &name, StoredObject *object, SecretBytes *material);
 
-// OpenKey for a key that may be used now: kKeyBlocked when blocked, and kBadAlgorithm when
+// kOk for a key that may be used now: kKeyBlocked when blocked, and kBadAlgorithm when
 // `desFamily` asks for a DES-family key and it is another.
+Result CheckUsable(const StoredObject &key, bool desFamily);
+
+// OpenKey for a key that passes CheckUsable.
 Result OpenUsableKey(HsmContext &hsm, std::string_view owner, std::string_view name, bool desFamily,
                      StoredObject *object, SecretBytes *material);
 
-// The CVV of a card under the double-length DES key `keyName` of `owner`'s partition (see
-// ComputeCvv for the card data); kBadAlgorithm for a key of another kind.
+// The CVV of a card (see ComputeCvv for the card data) under `material`, a key of
+// `algorithm`: kBadAlgorithm unless it is a double-length DES key.
+Result CvvOfKey(uint32_t algorithm, std::string_view material, std::string_view pan,
+                std::string_view expirationDate, std::string_view serviceCode, std::string *cvv);
+
+// CvvOfKey with the usable key `keyName` of `owner`'s partition.
 Result PartitionCvv(HsmContext &hsm, std::string_view owner, std::string_view keyName,
                     std::string_view pan, std::string_view expirationDate,
                     std::string_view serviceCode, std::string *cvv);

@@ -159,6 +159,18 @@ TEST_F(EftdTest, HostCommandsAnswerOnlyWhileAuthorizedAndSurviveGarbage) {
     EXPECT_EQ(host.Ask("0008CGpvk;4123456789012345;8701101"), "0008CH12");
     EXPECT_EQ(host.Ask("0009CGother;4123456789012345;8701101"), "0009CH11");  // not eftd0's
     EXPECT_EQ(host.Ask("0010KCcvk"), "0010KD0008D7B4");
+    // A key the connection has used is blocked, then removed: each change counts at once.
+    QKeyHandle cvk = 0;
+    ASSERT_EQ(QGetUserKey(eftd_, "cvk", 0, &cvk), Q_OK);
+    ASSERT_EQ(SetBlocked(cvk, 1), Q_OK);
+    EXPECT_EQ(host.Ask("0019CGcvk;4123456789012345;8701101"), "0019CH12");
+    ASSERT_EQ(SetBlocked(cvk, 0), Q_OK);
+    QDestroyKey(cvk, 0);
+    EXPECT_EQ(host.Ask("0020CGcvk;4123456789012345;8701101"), "0020CH00561");
+    Import(eftd_, "spare", Q_ALG_3DES_112, kCvk, sizeof kCvk);
+    EXPECT_EQ(host.Ask("0021KCspare"), "0021KD0008D7B4");
+    ASSERT_EQ(QRemoveObj(eftd_, "spare"), Q_OK);
+    EXPECT_EQ(host.Ask("0022KCspare"), "0022KD11");
 
     const std::string pinFields =
         "cvk;pvk;" + std::string(kBlockOfPin) + "4123456789012345;01234567890123451234567890123456";
