@@ -17,6 +17,7 @@
 #include "daemon/data_directory.h"
 #include "daemon/hardware_sensors.h"
 #include "daemon/telemetry_sender.h"
+#include "eftd/host_connection.h"
 #include "policy/tamper_latch.h"
 #include "server/discovery.h"
 #include "server/server.h"
@@ -67,9 +68,22 @@ int Run(const sim::DaemonOptions &options) {
     sim::IpFilterStore ipFilter(data.database(), data.events());
     sim::HsmContext hsm{data.users(), data.masterKey(), sessions,       clock,         identity,
                         data.keys(),  data.tokens(),    data.policy(),  data.events(), log,
-                        hardware,     firmware,         data.backups(), ipFilter, data.mofn(), data.cloud()};
+                        hardware,     firmware,         data.backups(), ipFilter, data.mofn(), data.cloud(), data.eftd()};
 
-    sim::Server server(hsm, tls, options.host, options.port, options.limits);
+    sim::Server server(
+        hsm,
+        [&](int fd, sim::ConnectionWatch &watch) {
+            sim::ServeConnection(hsm, tls.get(), fd, options.limits, watch);
+        },
+        options.host, options.port, options.limits);
+    std::optional<sim::Server> eftd;
+    if (options.eftdListen)
+        eftd.emplace(
+            hsm,
+            [&](int fd, sim::ConnectionWatch &watch) {
+                sim::ServeHostConnection(hsm, fd, options.limits, watch);
+            },
+            options.eftdListen->host, options.eftdListen->port, options.limits);
     std::optional<sim::DiscoveryResponder> discovery;
     if (options.discoveryPort != 0) {
         wire::pb::DiscoveryReply reply;
@@ -81,11 +95,13 @@ int Run(const sim::DaemonOptions &options) {
     }
     sim::TelemetrySender telemetry(hsm, options.telemetryIntervalSeconds, options.telemetryCa);
     server.Start();
+    if (eftd) eftd->Start();
     if (discovery) discovery->Start();
     telemetry.Start();
 
     std::string ready = "orvena-sim ready on " + options.host + ":" + std::to_string(server.port());
     if (discovery) ready += " discovery " + std::to_string(discovery->port());
+    if (eftd) ready += " eftd " + std::to_string(eftd->port());
     std::printf("%s\n", ready.c_str());
     std::fflush(stdout);
 
@@ -94,6 +110,7 @@ int Run(const sim::DaemonOptions &options) {
     }
     telemetry.Stop();
     if (discovery) discovery->Stop();
+    if (eftd) eftd->Stop();
     server.Stop();
     data.events().RecordHardware("stop", "signal " + std::to_string(signal));
     return 0;

@@ -204,6 +204,12 @@ QELVOARC_API uint32_t QGetSessionParam(QSessionHandle session, uint32_t param, v
 #define Q_ADM_GET_PASSWORD_POLICY 32u /* data [out]: QPasswordPolicy (7) */
 #define Q_ADM_REPLICATION_REFRESH 33u /* no data */
 #define Q_ADM_REPLICATION_NODE 34u    /* data: QReplicationNodeOp (5) */
+#define Q_ADM_EFTD_AUTHORIZE 39u      /* no data; partition eftd0's own user only */
+#define Q_ADM_EFTD_DEAUTHORIZE 40u    /* no data; partition eftd0's own user only */
+#define Q_ADM_EFTD_RESET 41u          /* no data; operators */
+#define Q_ADM_EFTD_GET_CONFIG 42u     /* data [out]: QEftdConfig (3) */
+#define Q_ADM_EFTD_SET_HEADER_LEN 43u /* data: uint8_t 1..255; operators */
+#define Q_ADM_EFTD_SET_PIN_LEN 44u    /* data: uint8_t 5..13; operators */
 #define Q_ADM_GET_POLICY 46u          /* data [out]: uint32_t policy word (Q_POLICY_*) */
 #define Q_ADM_SET_POLICY 47u          /* data: uint32_t policy word (Q_POLICY_*) */
 #define Q_ADM_LIVENESS_FLAGS 0xFFFFF6BDu
@@ -219,9 +225,11 @@ QELVOARC_API uint32_t QGetSessionParam(QSessionHandle session, uint32_t param, v
  * with length 0); an operation that answers data writes it to data, which must hold it
  * (Q_ERR_BUFFER_TOO_SMALL otherwise). Served so far: Q_ADM_LIVENESS, the password policy
  * (Q_ADM_GET_PASSWORD_POLICY for every user, Q_ADM_SET_PASSWORD_POLICY for operators; a
- * policy out of its ranges gives Q_ERR_INVALID_PARAMETER) and the security policy
+ * policy out of its ranges gives Q_ERR_INVALID_PARAMETER), the security policy
  * (Q_ADM_GET_POLICY and Q_ADM_SET_POLICY, operators only, length 4; a word with bits other
- * than Q_POLICY_* gives Q_ERR_INVALID_PARAMETER). */
+ * than Q_POLICY_* gives Q_ERR_INVALID_PARAMETER) and the EFT daemon's configuration
+ * (Q_ADM_EFTD_*: a length out of its range gives Q_ERR_INVALID_PARAMETER, authorizing as
+ * another user than eftd0 Q_ERR_NOT_EFTD_PARTITION). */
 QELVOARC_API uint32_t QAdmOperation(QSessionHandle session, uint32_t operation, void *data,
                                     uint32_t length, uint32_t flags);
 
@@ -368,6 +376,16 @@ typedef struct QPasswordPolicy {
     uint8_t minLower;         /* 0..16 */
 } QPasswordPolicy;
 QELVOARC_STATIC_ASSERT(sizeof(QPasswordPolicy) == 7, "password policy");
+
+/* The EFT daemon's configuration (Q_ADM_EFTD_GET_CONFIG). The daemon serves host commands
+ * on the keys of partition eftd0 when orvena-sim runs with --eftd-listen; their format is
+ * sim/eftd/HOST_COMMANDS.md. A reset gives header length 4, PIN length 6, unauthorized. */
+typedef struct QEftdConfig {
+    uint8_t headerLength; /* message header bytes each host command starts with, echoed */
+    uint8_t pinLength;    /* digits of the PINs host commands verify */
+    uint8_t authorized;   /* non-zero: partition eftd0 lets host commands run */
+} QEftdConfig;
+QELVOARC_STATIC_ASSERT(sizeof(QEftdConfig) == 3, "EFTd configuration");
 
 #pragma pack(pop)
 
@@ -1897,6 +1915,7 @@ QELVOARC_API uint32_t QByteArray2Base64(const uint8_t *data, uint32_t length, ch
 #define Q_ERR_BACKUP_DAMAGED 1152u  /* QBackupData restore: truncated or altered file */
 #define Q_ERR_BACKUP_VERSION 1153u  /* QBackupData restore: a newer format than the HSM's */
 #define Q_ERR_NOT_A_BACKUP 1154u    /* QBackupData restore: not a backup file */
+#define Q_ERR_NOT_EFTD_PARTITION 1155u /* Q_ADM_EFTD_AUTHORIZE/DEAUTHORIZE by another user */
 /* QGenerateCVV refuses the card data; QEFTExportZPK and QEFTKeKImport a short KEK. */
 #define Q_ERR_BAD_PAN 1170u
 #define Q_ERR_BAD_EXPIRATION_DATE 1171u

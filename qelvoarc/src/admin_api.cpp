@@ -1,10 +1,11 @@
 // Administrative operations of the whole HSM: the liveness probe, the password policy and the
-// security policy word.
+// security policy word and the EFT daemon's configuration.
 
 #include <cstring>
 #include <limits>
 
 #include "abi_guard.h"
+#include "eftd_config_api.h"
 #include "qelvoarc.h"
 #include "remote_call.h"
 
@@ -87,6 +88,13 @@ namespace {
             return GetSecurityPolicy(handle, data, length);
         case Q_ADM_SET_POLICY:
             return SetSecurityPolicy(handle, data, length);
+        case Q_ADM_EFTD_AUTHORIZE:
+        case Q_ADM_EFTD_DEAUTHORIZE:
+        case Q_ADM_EFTD_RESET:
+        case Q_ADM_EFTD_GET_CONFIG:
+        case Q_ADM_EFTD_SET_HEADER_LEN:
+        case Q_ADM_EFTD_SET_PIN_LEN:
+            return EftdAdmOperation(handle, operation, data, length);
         default:
             return Refuse(handle, wire::ERR_NOT_SUPPORTED);
     }

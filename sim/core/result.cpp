@@ -76,6 +76,8 @@ wire::Status ToWireStatus(Result result) {
             return wire::ERR_BAD_SERVICE_CODE;
         case Result::kKekTooWeak:
             return wire::ERR_KEK_TOO_WEAK;
+        case Result::kNotEftdPartition:
+            return wire::ERR_NOT_EFTD_PARTITION;
         case Result::kUpackMalformed:
             return wire::ERR_UPACK_MALFORMED;
         case Result::kUpackBadSignature:

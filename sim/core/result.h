@@ -45,6 +45,7 @@ enum class [[nodiscard]] Result{
     kBadExpirationDate,
     kBadServiceCode,
     kKekTooWeak,
+    kNotEftdPartition,
     kUpackMalformed,
     kUpackBadSignature,
     kUpackUnknownSigner,

@@ -18,6 +18,13 @@ CipherCtx NewCtx() {
     return ctx;
 }
 
+// Fetched once: a cipher named by EVP_aes_256_gcm() is looked up in the providers, under a
+// lock, on every init, and every key opened pays for it.
+const EVP_CIPHER *Aes256Gcm() {
+    static EVP_CIPHER *const cipher = EVP_CIPHER_fetch(nullptr, "AES-256-GCM", nullptr);
+    return cipher;
+}
+
 const unsigned char *Bytes(std::string_view s) {
     return reinterpret_cast<const unsigned char *>(s.data());
 }
@@ -28,7 +35,7 @@ void GcmSeal(std::string_view key, const unsigned char *nonce, std::string_view 
              std::string_view associated, unsigned char *out) {
     CipherCtx ctx = NewCtx();
     int length = 0;
-    if (EVP_EncryptInit_ex(ctx.get(), EVP_aes_256_gcm(), nullptr, Bytes(key), nonce) != 1 ||
+    if (EVP_EncryptInit_ex(ctx.get(), Aes256Gcm(), nullptr, Bytes(key), nonce) != 1 ||
         (!associated.empty() && EVP_EncryptUpdate(ctx.get(), nullptr, &length, Bytes(associated),
                                                   static_cast<int>(associated.size())) != 1) ||
         EVP_EncryptUpdate(ctx.get(), out, &length, Bytes(plain), static_cast<int>(plain.size())) !=
@@ -46,7 +53,7 @@ bool GcmOpen(std::string_view key, const unsigned char *nonce, std::string_view 
     std::copy_n(Bytes(sealed) + bodyBytes, kGcmTagBytes, tag);
     CipherCtx ctx = NewCtx();
     int length = 0;
-    return EVP_DecryptInit_ex(ctx.get(), EVP_aes_256_gcm(), nullptr, Bytes(key), nonce) == 1 &&
+    return EVP_DecryptInit_ex(ctx.get(), Aes256Gcm(), nullptr, Bytes(key), nonce) == 1 &&
            (associated.empty() || EVP_DecryptUpdate(ctx.get(), nullptr, &length, Bytes(associated),
                                                     static_cast<int>(associated.size())) == 1) &&
            EVP_DecryptUpdate(ctx.get(), out, &length, Bytes(sealed), static_cast<int>(bodyBytes)) ==

@@ -17,11 +17,11 @@ bool ParseNumber(const std::string &text, T max, T *out) {
     return true;
 }
 
-bool ParseListen(const std::string &text, DaemonOptions *options) {
+bool ParseListen(const std::string &text, std::string *host, uint16_t *port) {
     size_t colon = text.rfind(':');
     if (colon == std::string::npos || colon == 0) return false;
-    options->host = text.substr(0, colon);
-    return ParseNumber<uint16_t>(text.substr(colon + 1), 65535, &options->port);
+    *host = text.substr(0, colon);
+    return ParseNumber<uint16_t>(text.substr(colon + 1), 65535, port);
 }
 
 // A day: longer deadlines are a mistake, and the seconds must fit a timeval and nanoseconds.
@@ -49,6 +49,8 @@ const char *DaemonUsage() {
     return "Usage: orvena-sim --data DIR [options]\n"
            "  --listen HOST:PORT        address to serve on (default 127.0.0.1:4433; port 0 "
            "picks one)\n"
+           "  --eftd-listen HOST:PORT   also serve the EFT daemon's host commands there\n"
+           "                            (default: not served; port 0 picks one)\n"
            "  --data DIR                data directory (required; created when missing)\n"
            "  --init-password TEXT      password of operator master on a new data directory\n"
            "                            (default: a random one, printed once)\n"
@@ -113,7 +115,12 @@ ParseOutcome ParseDaemonOptions(const std::vector<std::string> &args, DaemonOpti
         const std::string &value = args[++i];
         bool ok = true;
         if (name == "--listen") {
-            ok = ParseListen(value, options);
+            ok = ParseListen(value, &options->host, &options->port);
+        } else if (name == "--eftd-listen") {
+            std::string host;
+            uint16_t port = 0;
+            ok = ParseListen(value, &host, &port);
+            options->eftdListen = EftdListen{host, port};
         } else if (name == "--data") {
             ok = !value.empty();
             options->dataDir = value;

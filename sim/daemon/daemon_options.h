@@ -12,6 +12,11 @@
 
 namespace sim {
 
+struct EftdListen {
+    std::string host;
+    uint16_t port = 0;
+};
+
 struct DaemonOptions {
     std::string host = "127.0.0.1";
     uint16_t port = 4433;
@@ -26,6 +31,7 @@ struct DaemonOptions {
     std::string vendorCert;     // the signer of update packages; "" = the data directory's
     int telemetryIntervalSeconds = 300;  // between status documents while bound
     std::string telemetryCa;             // CA file for the telemetry URL; "" = the system's
+    std::optional<EftdListen> eftdListen;  // the host-command port; none = not served
 };
 
 enum class ParseOutcome { kRun, kHelp, kError };

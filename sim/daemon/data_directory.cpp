@@ -76,7 +76,8 @@ DataDirectory::DataDirectory(const std::string &dir, const Clock &clock, const s
       keys_(file_, clock, events_),
       backups_(file_, dir_, events_),
       mofn_(file_, events_),
-      cloud_(file_, events_) {
+      cloud_(file_, events_),
+      eftd_(file_, events_) {
     EnsureSelfSignedIdentity(vendorKeyPath(), vendorCertPath(), "Orvena firmware vendor",
                              IdentityKey::kEd25519);
     users_.partitions().Add(PartitionMember{

@@ -14,6 +14,7 @@
 #include "store/access_token_store.h"
 #include "store/backup_store.h"
 #include "store/cloud_store.h"
+#include "store/eftd_config_store.h"
 #include "store/event_log.h"
 #include "store/key_store.h"
 #include "store/mofn_store.h"
@@ -39,6 +40,7 @@ class DataDirectory {
     MofNStore &mofn() { return mofn_; }
     CloudStore &cloud() { return cloud_; }
     EventLog &events() { return events_; }
+    EftdConfigStore &eftd() { return eftd_; }
     const MasterKey &masterKey() const { return masterKey_; }
     const std::string &path() const { return dir_; }
     const DatabaseFile &database() const { return file_; }
@@ -59,6 +61,7 @@ class DataDirectory {
     BackupStore backups_;
     MofNStore mofn_;
     CloudStore cloud_;
+    EftdConfigStore eftd_;
 };
 
 inline constexpr const char *kMasterUser = "master";

@@ -27,15 +27,6 @@ constexpr unsigned char kTlsHandshakeRecord = 0x16;
 
 using SslPtr = std::unique_ptr<SSL, decltype(&SSL_free)>;
 
-void ConfigureSocket(int fd, int idleTimeoutSeconds) {
-    int one = 1;
-    ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
-    if (idleTimeoutSeconds > 0) {
-        timeval timeout{idleTimeoutSeconds, 0};
-        ::setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
-    }
-}
-
 std::string PeerCertificateDer(SSL *ssl) {
     X509 *cert = SSL_get0_peer_certificate(ssl);
     if (cert == nullptr) return {};
@@ -176,6 +167,15 @@ void ServeRequests(HsmContext &hsm, ConnectionState &conn, wire::Stream &stream,
 }
 
 }  // namespace
+
+void ConfigureSocket(int fd, int idleTimeoutSeconds) {
+    int one = 1;
+    ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
+    if (idleTimeoutSeconds > 0) {
+        timeval timeout{idleTimeoutSeconds, 0};
+        ::setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
+    }
+}
 
 int64_t SteadyNanos() {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(

@@ -26,6 +26,9 @@ struct ConnectionLimits {
     uint32_t maxRequestsPerSecond = 20000;  // per session; the excess waits its turn
 };
 
+// Sends without delay, and ends a read that waited `idleTimeoutSeconds` (0 = forever).
+void ConfigureSocket(int fd, int idleTimeoutSeconds);
+
 // The steady clock in nanoseconds, the unit of ConnectionWatch deadlines.
 int64_t SteadyNanos();
 // The deadline `seconds` from now; 0 (none) when `seconds` is 0.

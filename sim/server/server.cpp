@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <chrono>
 #include <system_error>
+#include <utility>
 
 namespace sim {
 
@@ -34,9 +35,9 @@ int OpenReserveDescriptor() {
 
 }  // namespace
 
-Server::Server(HsmContext &hsm, const TlsServerContext &tls, const std::string &host, uint16_t port,
+Server::Server(HsmContext &hsm, ServeFunction serve, const std::string &host, uint16_t port,
                const ConnectionLimits &limits)
-    : hsm_(hsm), tls_(tls), limits_(limits) {
+    : hsm_(hsm), serve_(std::move(serve)), limits_(limits) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
@@ -97,7 +98,7 @@ void Server::AcceptLoop() {
         conn.watch.deadline = DeadlineAfter(limits_.loginSeconds);
         conn.thread = std::thread([this, &conn] {
             if (FilterAdmits(conn.fd, conn.peer))
-                ServeConnection(hsm_, tls_.get(), conn.fd, limits_, conn.watch);
+                serve_(conn.fd, conn.watch);
             std::lock_guard done(mutex_);
             ::close(conn.fd);
             conn.fd = -1;

@@ -1,27 +1,33 @@
 #pragma once
-// The TCP acceptor: one thread per connection, a watchdog for their deadlines, all of them
-// joined on Stop.
+// A TCP acceptor: one thread per connection, a watchdog for their deadlines, all of them
+// joined on Stop. It serves the device library's protocol and the EFT daemon's host commands
+// alike; what runs on a connection is the caller's.
 
 #include <netinet/in.h>
 
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <mutex>
 #include <string>
 #include <thread>
 
-#include "crypto/tls_identity.h"
 #include "server/connection.h"
 #include "server/stop_event.h"
 #include "service/hsm_context.h"
 
 namespace sim {
 
+// Serves one accepted connection on the connection's own thread, until it ends. Does not
+// close `fd` (the server does, under its lock, so that a shutdown() from another thread never
+// hits a reused fd). The watch's deadline starts as the login deadline of `limits`.
+using ServeFunction = std::function<void(int fd, ConnectionWatch &watch)>;
+
 class Server {
   public:
     // Binds and listens on host:port (port 0 = ephemeral). Throws std::system_error.
-    // `hsm` and `tls` must outlive the server.
-    Server(HsmContext &hsm, const TlsServerContext &tls, const std::string &host, uint16_t port,
+    // `hsm` must outlive the server.
+    Server(HsmContext &hsm, ServeFunction serve, const std::string &host, uint16_t port,
            const ConnectionLimits &limits);
     // Stops if still running.
     ~Server();
@@ -58,7 +64,7 @@ class Server {
     void ReapFinishedLocked();
 
     HsmContext &hsm_;
-    const TlsServerContext &tls_;
+    const ServeFunction serve_;
     const ConnectionLimits limits_;
     int listenFd_ = -1;
     int reserveFd_ = -1;

@@ -5,6 +5,7 @@
 #include "service/cloud_service.h"
 #include "service/eft_key_service.h"
 #include "service/emv_service.h"
+#include "service/eftd_config_service.h"
 #include "service/firmware_service.h"
 #include "service/hsm_status_service.h"
 #include "service/information_service.h"
@@ -56,6 +57,7 @@ const DispatchTable &ServiceTable() {
         RegisterSafeKeepingService(services);
         RegisterEmvService(services);
         RegisterCloudService(services);
+        RegisterEftdConfigService(services);
         return services;
     }();
     return table;

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "check_value.h"
-#include "crypto/cvv.h"
 #include "crypto/key_check_value.h"
 #include "crypto/key_components.h"
 #include "service/logged_outcome.h"
@@ -20,10 +19,7 @@ namespace {
 // A key of the partition that may be used now: not blocked, and of the DES family when asked.
 Result OpenUsableKey(Call &call, const std::string &name, bool desFamily, StoredObject *object,
                      SecretBytes *material) {
-    if (Result r = OpenKey(call, name, object, material); r != Result::kOk) return r;
-    if (object->blocked) return Result::kKeyBlocked;
-    if (desFamily && !wire::IsDesFamily(object->algorithm)) return Result::kBadAlgorithm;
-    return Result::kOk;
+    return OpenUsableKey(call.hsm, call.session().user, name, desFamily, object, material);
 }
 
 Result ClassicCheckValue(uint32_t algorithm, std::string_view key, std::string *out) {
@@ -34,19 +30,12 @@ Result ClassicCheckValue(uint32_t algorithm, std::string_view key, std::string *
     return Result::kOk;
 }
 
-Result GenerateCvv(Call &call, const pb::GenerateCvv &request, pb::GenerateCvvReply *reply) {
-    StoredObject key;
-    SecretBytes material;
-    if (Result r = OpenUsableKey(call, request.name(), true, &key, &material); r != Result::kOk)
-        return r;
-    if (key.algorithm != pb::ALG_3DES_112) return Result::kBadAlgorithm;
-    return ComputeCvv(material.view(), request.pan(), request.expiration_date(),
-                      request.service_code(), reply->mutable_cvv());
-}
-
 Result HandleGenerateCvv(Call &call, const pb::GenerateCvv &request, pb::GenerateCvvReply *reply) {
-    return Logged(call, "CVV generated with key: " + request.name(),
-                  GenerateCvv(call, request, reply), false);
+    return Logged(
+        call, "CVV generated with key: " + request.name(),
+        PartitionCvv(call.hsm, call.session().user, request.name(), request.pan(),
+                     request.expiration_date(), request.service_code(), reply->mutable_cvv()),
+        false);
 }
 
 // A KEK protects only keys no longer than itself.

@@ -13,6 +13,7 @@
 #include "store/access_token_store.h"
 #include "store/backup_store.h"
 #include "store/cloud_store.h"
+#include "store/eftd_config_store.h"
 #include "store/event_log.h"
 #include "store/firmware_store.h"
 #include "store/ip_filter_store.h"
@@ -42,6 +43,7 @@ struct HsmContext {
     IpFilterStore &ipFilter;
     MofNStore &mofn;
     CloudStore &cloud;
+    EftdConfigStore &eftd;
 };
 
 class ReplyStream;

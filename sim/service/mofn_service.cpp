@@ -11,6 +11,7 @@
 
 #include "crypto/custodian_shares.h"
 #include "service/mofn_guard.h"
+#include "service/security_policy.h"
 
 namespace sim {
 
@@ -129,8 +130,8 @@ const char *OperationName(pb::MofNOperation operation) {
 
 // Where the HSM's security policy decides whether custodians may authorize a partition over
 // the network at all. Every authorization (persistent or for the session) passes here first.
-Result AdmitRemoteAuthorization(Call &) {
-    return Result::kOk;
+Result AdmitRemoteAuthorization(Call &call) {
+    return AuthorizedStateOnline(call.hsm) ? Result::kOk : Result::kAuthorizedStateOffline;
 }
 
 std::string NewAssociation() {

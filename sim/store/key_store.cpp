@@ -198,6 +198,7 @@ uint64_t KeyStore::CountAll() {
 }
 
 void KeyStore::LogLocked(Actor actor, std::string_view owner, std::string_view operation) {
+    generation_.fetch_add(1, std::memory_order_acq_rel);
     if (actor.id() == owner) {
         events_.Append(db_, actor, operation, kEventOk);
         return;

@@ -5,6 +5,7 @@
 // and each change commits together with its event-log line, whose user is the change's
 // actor. Concurrent inserts share one commit.
 
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <optional>
@@ -87,11 +88,17 @@ class KeyStore {
     // The objects of every partition.
     uint64_t CountAll();
 
+    // Grows with every change this store makes, before the change commits, so that a copy of
+    // an object read at one value is current for as long as the value stays. Changes made to
+    // the file by another process are not counted.
+    uint64_t Generation() const { return generation_.load(std::memory_order_acquire); }
+
   private:
     // REQUIRES: mutex_ held, inside a transaction.
     Result InsertLocked(StoredObject *object);
     // Logs `operation` on the partition of `owner` as done by `actor`; the line names the
-    // partition when it is not the actor's own. REQUIRES: mutex_ held, inside a transaction.
+    // partition when it is not the actor's own. Every change passes here, so it counts the
+    // generation. REQUIRES: mutex_ held, inside a transaction.
     void LogLocked(Actor actor, std::string_view owner, std::string_view operation);
 
     std::mutex mutex_;
@@ -99,6 +106,7 @@ class KeyStore {
     GroupCommit inserts_{db_, mutex_};
     const Clock &clock_;
     const EventLog &events_;
+    std::atomic<uint64_t> generation_{0};
 };
 
 }  // namespace sim

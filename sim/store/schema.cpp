@@ -346,12 +346,30 @@ CREATE TABLE cloud_binding (
     CountChangesOf(db, "security_policy", "UPDATE");
 }
 
+// The EFT daemon's configuration: one row once it was first changed, the defaults before.
+// A backup keeps it, so its changes are counted.
+void CreateEftdConfig(Database &db, std::string_view) {
+    db.Execute(R"sql(
+CREATE TABLE eftd_config (
+    id INTEGER PRIMARY KEY CHECK (id = 1),
+    header_length INTEGER NOT NULL,
+    pin_length INTEGER NOT NULL,
+    authorized INTEGER NOT NULL
+);
+)sql");
+    for (const char *event : {"insert", "delete", "update"})
+        db.Execute((std::string("CREATE TRIGGER eftd_config_") + event + "_counted AFTER " + event +
+                    " ON eftd_config BEGIN UPDATE backup_state SET changes = changes + 1 "
+                    "WHERE id = 1; END")
+                       .c_str());
+}
+
 using Step = void (*)(Database &db, std::string_view serial);
 
 // Step n brings the file to user_version n. Append only: a released step never changes.
 constexpr Step kSteps[] = {CreateAccounts, CreateObjects, ChainEventLog,     IndexEventLog,
                            KeepLineTexts,  CountChanges,  FilterClientHosts, KeepMofNStates,
-                           KeepCloudState};
+                           KeepCloudState, CreateEftdConfig};
 
 int64_t Version(Database &db) {
     Statement read(db, "PRAGMA user_version");

@@ -27,16 +27,6 @@ class EftKeysTest : public KeysTest {
         KeysTest::TearDown();
     }
 
-    static void Import(QSessionHandle session, const char *name, uint32_t algorithm,
-                       const uint8_t *key, uint32_t length, uint32_t attributes = 0) {
-        QKeyHandle handle = 0;
-        ASSERT_EQ(QImportKey(session, name, 0, Q_BLOB_CLEAR_SYMMETRIC, algorithm, attributes, key,
-                             length, &handle),
-                  Q_OK)
-            << name;
-        QDestroyKey(handle, 0);
-    }
-
     std::string Cvv(const char *key, const char *pan, const char *expiration, const char *svc) {
         char cvv[4] = "xxx";
         uint32_t status = QGenerateCVV(operator_, key, pan, expiration, svc, cvv, 0);

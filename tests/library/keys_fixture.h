@@ -12,6 +12,19 @@ inline constexpr uint8_t kDesKey[8] = {0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD,
 
 class KeysTest : public LibraryTest {
   protected:
+    using LibraryTest::LibraryTest;
+
+    // `key` imported in clear into the partition of `session`.
+    static void Import(QSessionHandle session, const char *name, uint32_t algorithm,
+                       const uint8_t *key, uint32_t length, uint32_t attributes = 0) {
+        QKeyHandle handle = 0;
+        ASSERT_EQ(QImportKey(session, name, 0, Q_BLOB_CLEAR_SYMMETRIC, algorithm, attributes, key,
+                             length, &handle),
+                  Q_OK)
+            << name;
+        QDestroyKey(handle, 0);
+    }
+
     static std::string Error(uint32_t status) { return "error " + std::to_string(status); }
 
     static uint32_t Word(QKeyHandle key, uint32_t param) {

@@ -10,6 +10,7 @@
 #include <functional>
 #include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "qelvoarc.h"
@@ -68,6 +69,9 @@ struct WalkOnFinal {
 // operator, finalised afterwards.
 class LibraryTest : public ::testing::Test {
   protected:
+    LibraryTest() = default;
+    explicit LibraryTest(SimProcess::Options options) : sim_(std::move(options)) {}
+
     void SetUp() override {
         ASSERT_NE(sim_.port(), 0);
         ASSERT_EQ(QInitialize(0), Q_OK);

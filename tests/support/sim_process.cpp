@@ -146,6 +146,10 @@ bool SimProcess::TryStart(uint16_t discoveryPort) {
         if (fields >= 1) {
             port_ = static_cast<uint16_t>(port);
             discoveryPort_ = static_cast<uint16_t>(fields == 2 ? discovery : 0);
+            unsigned eftd = 0;
+            const size_t eftdAt = line.find(" eftd ");
+            if (eftdAt != std::string::npos) std::sscanf(line.c_str() + eftdAt, " eftd %u", &eftd);
+            eftdPort_ = static_cast<uint16_t>(eftd);
             return true;
         }
     }

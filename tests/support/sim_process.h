@@ -28,6 +28,8 @@ class SimProcess {
 
     uint16_t port() const { return port_; }
     uint16_t discoveryPort() const { return discoveryPort_; }
+    // The EFT daemon's host-command port; 0 unless started with --eftd-listen.
+    uint16_t eftdPort() const { return eftdPort_; }
     const std::string &dataDir() const { return dataDir_; }
     pid_t pid() const { return pid_; }
     const std::string &initPassword() const { return options_.initPassword; }
@@ -53,4 +55,5 @@ class SimProcess {
     int stdoutFd_ = -1;
     uint16_t port_ = 0;
     uint16_t discoveryPort_ = 0;
+    uint16_t eftdPort_ = 0;
 };

@@ -134,7 +134,10 @@ TEST_F(SimDispatch, RightsAreReadFreshAndCheckedBeforeAnyHandlerRuns) {
                                       pb::Request::kBindHsm,
                                       pb::Request::kUnbindHsm,
                                       pb::Request::kGetSecurityPolicy,
-                                      pb::Request::kSetSecurityPolicy};
+                                      pb::Request::kSetSecurityPolicy,
+                                      pb::Request::kSetEftdHeaderLength,
+                                      pb::Request::kSetEftdPinLength,
+                                      pb::Request::kResetEftdConfig};
     std::set<int> allowed;
     for (const auto &[number, entry] : recording_.entries())
         if (!needRights.count(number)) allowed.insert(number);

@@ -10,6 +10,7 @@
 
 #include "sim_hsm_fixture.h"
 #include "store/event_log_file.h"
+#include "store/schema.h"
 
 namespace {
 

@@ -2,6 +2,7 @@
 // and tests.
 #include "apps/cvv.h"
 #include "apps/emv_csr.h"
+#include "apps/eftd_config.h"
 #include "apps/export_key_components.h"
 #include "apps/import_key_components.h"
 #include "apps/kek_key_exchange.h"
@@ -50,6 +51,7 @@ constexpr MenuEntry kEftItems[] = {
     Nested(0, "Import Key...", kAnyone, kEftImportKeyMenu),
     Nested(0, "Export Key...", kAnyone, kEftExportKeyMenu),
     Action(0, "EMV CSR", kAnyone, EmvCsrAction),
+    Action(0, "EFTd Config", kAnyone, EftdConfigScreen, FirmwareHasEftDaemon),
 };
 
 constexpr MenuEntry kSafeKeepingItems[] = {

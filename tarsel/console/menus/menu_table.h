@@ -63,6 +63,10 @@ inline bool FirmwareHasKeyBackup() {
 inline bool FirmwareHasEdwardsCurves() {
     return gState.fwAtLeast_4_0_0_0;
 }
+// Firmware with the EFT daemon, for a user entitled to its configuration.
+inline bool FirmwareHasEftDaemon() {
+    return gState.fwAtLeast_5_0_27_0;
+}
 inline bool FirmwareHasTools() {
     return gState.fwAtLeast_5_0_11_0;
 }
