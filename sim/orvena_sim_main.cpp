@@ -68,7 +68,8 @@ int Run(const sim::DaemonOptions &options) {
     sim::IpFilterStore ipFilter(data.database(), data.events());
     sim::HsmContext hsm{data.users(), data.masterKey(), sessions,       clock,         identity,
                         data.keys(),  data.tokens(),    data.policy(),  data.events(), log,
-                        hardware,     firmware,         data.backups(), ipFilter, data.mofn(), data.cloud(), data.eftd()};
+                        hardware,     firmware,         data.backups(), ipFilter,      data.mofn(),
+                        data.cloud(), data.eftd()};
 
     sim::Server server(
         hsm,

@@ -1908,13 +1908,13 @@ QELVOARC_API uint32_t QByteArray2Base64(const uint8_t *data, uint32_t length, ch
 #define Q_ERR_BLOB_FOREIGN_HSM 1134u
 #define Q_ERR_BLOB_DAMAGED 1135u
 #define Q_ERR_STORAGE_FULL 1140u /* the HSM's disk is full; the operation changed nothing */
-#define Q_ERR_RESTART_REQUIRED                                                              \
-    1150u                           /* a restore finished: only liveness, login, logout and \
-                                     * information are served until the HSM restarts */
-#define Q_ERR_BACKUP_PASSWORD 1151u /* QBackupData restore: wrong password */
-#define Q_ERR_BACKUP_DAMAGED 1152u  /* QBackupData restore: truncated or altered file */
-#define Q_ERR_BACKUP_VERSION 1153u  /* QBackupData restore: a newer format than the HSM's */
-#define Q_ERR_NOT_A_BACKUP 1154u    /* QBackupData restore: not a backup file */
+#define Q_ERR_RESTART_REQUIRED                                                                 \
+    1150u                              /* a restore finished: only liveness, login, logout and \
+                                        * information are served until the HSM restarts */
+#define Q_ERR_BACKUP_PASSWORD 1151u    /* QBackupData restore: wrong password */
+#define Q_ERR_BACKUP_DAMAGED 1152u     /* QBackupData restore: truncated or altered file */
+#define Q_ERR_BACKUP_VERSION 1153u     /* QBackupData restore: a newer format than the HSM's */
+#define Q_ERR_NOT_A_BACKUP 1154u       /* QBackupData restore: not a backup file */
 #define Q_ERR_NOT_EFTD_PARTITION 1155u /* Q_ADM_EFTD_AUTHORIZE/DEAUTHORIZE by another user */
 /* QGenerateCVV refuses the card data; QEFTExportZPK and QEFTKeKImport a short KEK. */
 #define Q_ERR_BAD_PAN 1170u

@@ -113,10 +113,10 @@ void AddShadows(const QSmartCardShadow *shadows, uint32_t count, Request *reques
     for (uint32_t i = 0; i < count; ++i)
         request.add_shares(reinterpret_cast<const char *>(shares) + size_t{i} * shareLength,
                            shareLength);
-    return Remote<pb::MofNRecoverReply>(
-        handle, std::move(request), [&](const pb::MofNRecoverReply &reply) {
-            return HandOutBytes(reply.data(), secret, secretLength);
-        });
+    return Remote<pb::MofNRecoverReply>(handle, std::move(request),
+                                        [&](const pb::MofNRecoverReply &reply) {
+                                            return HandOutBytes(reply.data(), secret, secretLength);
+                                        });
 }
 
 }  // namespace

@@ -5,15 +5,10 @@
 #include <openssl/rand.h>
 
 #include <array>
-#include <cstdlib>
 #include <memory>
-#include <mutex>
 #include <stdexcept>
 
-// The library's header declares C functions without saying so.
-extern "C" {
-#include <libgfshare.h>
-}
+#include "crypto/shamir.h"
 
 namespace sim {
 
@@ -28,23 +23,6 @@ constexpr std::string_view kBlobMark{"SVMKBLOB", 8};
 const unsigned char *Bytes(std::string_view s) {
     return reinterpret_cast<const unsigned char *>(s.data());
 }
-
-// libgfshare draws the polynomial's coefficients from this hook; its default is not a
-// cryptographic source. No way to report a failure back through it, and a split made of
-// predictable coefficients must not leave the HSM.
-void FillRandom(unsigned char *buffer, unsigned int length) {
-    if (RAND_priv_bytes(buffer, static_cast<int>(length)) != 1) std::abort();
-}
-
-void UseStrongRandom() {
-    static std::once_flag once;
-    std::call_once(once, [] { gfshare_fill_rand = FillRandom; });
-}
-
-struct GfshareFree {
-    void operator()(gfshare_ctx *ctx) const { gfshare_ctx_free(ctx); }
-};
-using Gfshare = std::unique_ptr<gfshare_ctx, GfshareFree>;
 
 std::string_view TagPurpose(SharePurpose purpose) {
     return purpose == SharePurpose::kShadow ? "svmk shadow tag" : "split secret tag";
@@ -77,32 +55,24 @@ bool SameSet(std::string_view a, std::string_view b) {
 
 std::vector<SecretBytes> SplitShares(const MasterKey &key, SharePurpose purpose, uint32_t version,
                                      std::string_view secret, uint8_t m, uint8_t n) {
-    UseStrongRandom();
-    std::array<unsigned char, kMaxShares> positions{};
-    for (uint8_t i = 0; i < n; ++i)
-        positions[i] = static_cast<unsigned char>(i + 1);
-    const auto size = static_cast<unsigned int>(secret.size());
-    Gfshare ctx(gfshare_ctx_init_enc(positions.data(), n, m, size));
-    if (!ctx) throw std::runtime_error("cannot split a secret");
-    SecretBytes copy{std::string(secret)};
-    gfshare_ctx_enc_setsecret(ctx.get(),
-                              reinterpret_cast<unsigned char *>(copy.mutable_bytes().data()));
-
+    std::vector<ShamirShare> parts;
+    if (ShamirSplit(secret, m, n, &parts) != Result::kOk)
+        throw std::runtime_error("cannot split a secret");
     std::string setId(kSetIdBytes, '\0');
     if (RAND_bytes(reinterpret_cast<unsigned char *>(setId.data()), kSetIdBytes) != 1)
         throw std::runtime_error("no random bytes");
     std::vector<SecretBytes> shares;
-    for (uint8_t i = 0; i < n; ++i) {
-        SecretBytes share{std::string(kShareStart + secret.size(), '\0')};
+    for (const ShamirShare &part : parts) {
+        SecretBytes share{std::string(kShareStart, '\0')};
         std::string &bytes = share.mutable_bytes();
+        bytes.reserve(kShareStart + part.y.size() + kTagBytes);  // no copy left behind unwiped
         for (int b = 0; b < 4; ++b)
             bytes[static_cast<size_t>(b)] = static_cast<char>((version >> (8 * b)) & 0xFF);
-        bytes[4] = static_cast<char>(positions[i]);
+        bytes[4] = static_cast<char>(part.x);
         bytes[5] = static_cast<char>(m);
         bytes[6] = static_cast<char>(n);
         bytes.replace(kHeadBytes, kSetIdBytes, setId);
-        gfshare_ctx_enc_getshare(ctx.get(), i,
-                                 reinterpret_cast<unsigned char *>(&bytes[kShareStart]));
+        bytes += part.y.view();
         bytes += Tag(key, purpose, bytes);
         shares.push_back(std::move(share));
     }
@@ -126,12 +96,10 @@ Result JoinShares(const MasterKey &key, SharePurpose purpose,
     for (std::string_view share : shares)
         if (!SameSet(share, shares.front())) return Result::kShadowsMixed;
     std::array<bool, 256> seen{};
-    std::vector<unsigned char> positions;
     for (std::string_view share : shares) {
         const auto position = static_cast<uint8_t>(share[4]);
         if (seen[position]) return Result::kShadowDuplicate;
         seen[position] = true;
-        positions.push_back(position);
     }
     const std::string_view first = shares.front();
     set->version = ReadVersion(first);
@@ -140,19 +108,11 @@ Result JoinShares(const MasterKey &key, SharePurpose purpose,
     if (shares.size() < set->m) return Result::kShadowsTooFew;
 
     const size_t size = length - kShareOverheadBytes;
-    Gfshare ctx(gfshare_ctx_init_dec(positions.data(), static_cast<unsigned int>(positions.size()),
-                                     static_cast<unsigned int>(size)));
-    if (!ctx) throw std::runtime_error("cannot join shares");
-    for (size_t i = 0; i < shares.size(); ++i) {
-        std::string part(shares[i].substr(kShareStart, size));
-        gfshare_ctx_dec_giveshare(ctx.get(), static_cast<unsigned char>(i),
-                                  reinterpret_cast<unsigned char *>(part.data()));
-        OPENSSL_cleanse(part.data(), part.size());
-    }
-    SecretBytes out{std::string(size, '\0')};
-    gfshare_ctx_dec_extract(ctx.get(),
-                            reinterpret_cast<unsigned char *>(out.mutable_bytes().data()));
-    *secret = std::move(out);
+    std::vector<ShamirShare> parts;
+    for (std::string_view share : shares)
+        parts.push_back({static_cast<uint8_t>(share[4]),
+                         SecretBytes{std::string(share.substr(kShareStart, size))}});
+    *secret = ShamirCombine(parts);
     return Result::kOk;
 }
 

@@ -29,8 +29,8 @@ struct DaemonOptions {
     HardwareSettings hardware;  // its dataDir, tpKey and start are set when the daemon runs
     bool tampered = false;      // set the tamper latch at start
     std::string vendorCert;     // the signer of update packages; "" = the data directory's
-    int telemetryIntervalSeconds = 300;  // between status documents while bound
-    std::string telemetryCa;             // CA file for the telemetry URL; "" = the system's
+    int telemetryIntervalSeconds = 300;    // between status documents while bound
+    std::string telemetryCa;               // CA file for the telemetry URL; "" = the system's
     std::optional<EftdListen> eftdListen;  // the host-command port; none = not served
 };
 

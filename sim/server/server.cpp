@@ -97,8 +97,7 @@ void Server::AcceptLoop() {
         conn.peer = peer.sin_addr.s_addr;
         conn.watch.deadline = DeadlineAfter(limits_.loginSeconds);
         conn.thread = std::thread([this, &conn] {
-            if (FilterAdmits(conn.fd, conn.peer))
-                serve_(conn.fd, conn.watch);
+            if (FilterAdmits(conn.fd, conn.peer)) serve_(conn.fd, conn.watch);
             std::lock_guard done(mutex_);
             ::close(conn.fd);
             conn.fd = -1;

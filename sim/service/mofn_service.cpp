@@ -228,8 +228,7 @@ Result HandleMofNSplit(Call &call, const pb::MofNSplit &request, pb::MofNSplitRe
     return Result::kOk;
 }
 
-Result HandleMofNRecover(Call &call, const pb::MofNRecover &request,
-                           pb::MofNRecoverReply *reply) {
+Result HandleMofNRecover(Call &call, const pb::MofNRecover &request, pb::MofNRecoverReply *reply) {
     SecretBytes secret;
     ShareSet set;
     Result r = JoinShares(call.hsm.masterKey, SharePurpose::kSecret, Views(request.shares()),

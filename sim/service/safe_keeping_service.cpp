@@ -10,8 +10,8 @@
 #include "crypto/shamir.h"
 #include "crypto/share_text.h"
 #include "service/logged_outcome.h"
-#include "service/object_info.h"
 #include "service/mofn_guard.h"
+#include "service/object_info.h"
 
 namespace sim {
 
@@ -146,8 +146,7 @@ Result CheckShares(const SecretBytes &bytes,
 
 // The second factors and the M of N partition a secret's type asks of the session.
 Result CheckAuthType(const Call &call, uint32_t authType) {
-    if ((authType & kAuthMofN) != 0 && !UnderMofN(*call.caller))
-        return Result::kSecretNeedsMofN;
+    if ((authType & kAuthMofN) != 0 && !UnderMofN(*call.caller)) return Result::kSecretNeedsMofN;
     if ((authType & kAuthOath) != 0 && call.session().origin.proof != LoginProof::kPasswordAndOtp)
         return Result::kSecretNeedsOath;
     if ((authType & kAuthX509) != 0 && call.session().origin.proof != LoginProof::kMutualTls)

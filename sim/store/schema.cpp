@@ -367,8 +367,8 @@ CREATE TABLE eftd_config (
 using Step = void (*)(Database &db, std::string_view serial);
 
 // Step n brings the file to user_version n. Append only: a released step never changes.
-constexpr Step kSteps[] = {CreateAccounts, CreateObjects, ChainEventLog,     IndexEventLog,
-                           KeepLineTexts,  CountChanges,  FilterClientHosts, KeepMofNStates,
+constexpr Step kSteps[] = {CreateAccounts, CreateObjects,   ChainEventLog,     IndexEventLog,
+                           KeepLineTexts,  CountChanges,    FilterClientHosts, KeepMofNStates,
                            KeepCloudState, CreateEftdConfig};
 
 int64_t Version(Database &db) {

@@ -274,3 +274,18 @@ TEST_F(MofNTest, OnlyAStandingAuthorizationLetsThePartitionBeRemoved) {
 }
 
 }  // namespace
+
+TEST_F(MofNTest, WhileThePolicyKeepsTheAuthorizedStateOfflineNoAuthorizationArrives) {
+    Reach(Q_MOFN_STATE_ASSOCIATED);
+    uint32_t offline = 0;
+    ASSERT_EQ(QAdmOperation(operator_, Q_ADM_SET_POLICY, &offline, sizeof offline, 0), Q_OK);
+    for (uint32_t operation : {Q_MOFN_AUTHORIZE, Q_MOFN_SESSION_AUTHORIZE})
+        EXPECT_EQ(Apply(operation, operation == Q_MOFN_AUTHORIZE ? Q_MOFN_PERM_EXPORT : 0),
+                  Q_ERR_AUTHORIZED_STATE_OFFLINE);
+    EXPECT_EQ(Apply(Q_MOFN_CHECK), Q_OK);  // the other operations are not the policy's
+    EXPECT_EQ(State().state, Q_MOFN_STATE_ASSOCIATED);
+
+    uint32_t online = Q_POLICY_AUTHORIZED_ONLINE;
+    ASSERT_EQ(QAdmOperation(operator_, Q_ADM_SET_POLICY, &online, sizeof online, 0), Q_OK);
+    EXPECT_EQ(Apply(Q_MOFN_AUTHORIZE, Q_MOFN_PERM_EXPORT), Q_OK);
+}

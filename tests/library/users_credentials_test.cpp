@@ -155,7 +155,8 @@ TEST_F(PasswordTest, CertificateAssignmentAndThePolicyReadByAllAndDefinedByOpera
               Q_ERR_INVALID_PARAMETER);
     EXPECT_EQ(QAdmOperation(operator_, Q_ADM_SET_PASSWORD_POLICY, nullptr, 0, 0),
               Q_ERR_INVALID_PARAMETER);
-    EXPECT_EQ(QAdmOperation(operator_, Q_ADM_GET_POLICY, &policy, sizeof policy, 0),
+    constexpr uint32_t kUnknownOperation = 45;
+    EXPECT_EQ(QAdmOperation(operator_, kUnknownOperation, &policy, sizeof policy, 0),
               Q_ERR_NOT_SUPPORTED);
     ASSERT_EQ(QAdmOperation(operator_, Q_ADM_GET_PASSWORD_POLICY, &policy, sizeof policy, 0), Q_OK);
     EXPECT_EQ(std::memcmp(&policy, &expected, sizeof policy), 0);

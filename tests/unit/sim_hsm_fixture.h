@@ -79,5 +79,6 @@ class SimHsm : public ::testing::Test {
     sim::HsmContext hsm_{
         data_.users(), data_.masterKey(), sessions_,       clock_,         identity_,
         data_.keys(),  data_.tokens(),    data_.policy(),  data_.events(), log_,
-        hardware_,     firmware_,         data_.backups(), ipFilter_, data_.mofn(), data_.cloud(), data_.eftd()};
+        hardware_,     firmware_,         data_.backups(), ipFilter_,      data_.mofn(),
+        data_.cloud(), data_.eftd()};
 };

@@ -59,7 +59,9 @@ TEST_P(SimStoreFaults, FailedCommitLeavesNoUserNoKeyNoLogLine) {
     // Users commit on their store's connection, keys through the key store's group commit.
     for (const wire::pb::Request &request : {createUser, generateKey}) {
         vfs_.FailNext(GetParam());
-        EXPECT_EQ(Send(request).status(), wire::ERR_INTERNAL) << request.ShortDebugString();
+        EXPECT_EQ(Send(request).status(),
+                  GetParam() == Fault::kDiskFull ? wire::ERR_STORAGE_FULL : wire::ERR_INTERNAL)
+            << request.ShortDebugString();
         EXPECT_EQ(vfs_.armed(), Fault::kNone);
         EXPECT_EQ(LogEnd(), std::make_pair(lines, true));
     }

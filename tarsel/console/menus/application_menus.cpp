@@ -1,13 +1,13 @@
 // Menus under "HSM" for its applications: SPB, EFT, safe keeping, smart cards, blockchain
 // and tests.
 #include "apps/cvv.h"
-#include "apps/emv_csr.h"
 #include "apps/eftd_config.h"
+#include "apps/emv_csr.h"
 #include "apps/export_key_components.h"
 #include "apps/import_key_components.h"
 #include "apps/kek_key_exchange.h"
-#include "apps/smart_card_actions.h"
 #include "apps/safe_keeping.h"
+#include "apps/smart_card_actions.h"
 #include "apps/test_actions.h"
 #include "console/menus/menu_table.h"
 

@@ -1,8 +1,8 @@
 // The main menu: keys and objects, users, and the HSM's own functions.
 #include "admin/user_actions.h"
 #include "app/version_numbers.h"
-#include "apps/mofn_actions.h"
 #include "apps/cloud_actions.h"
+#include "apps/mofn_actions.h"
 #include "console/menu_tree.h"
 #include "console/menus/menu_table.h"
 #include "hsm/firmware_actions.h"
