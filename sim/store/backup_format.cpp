@@ -138,7 +138,10 @@ void WriteFull(int fd, const unsigned char *bytes, size_t length) {
 
 BackupEncoder::BackupEncoder(std::string_view password, const MasterKey &masterKey, int snapshotFd)
     : fd_(snapshotFd), mac_(nullptr, &EVP_MAC_CTX_free) {
-    const PasswordKeyParams params;
+    // Two lanes over the same memory: as hard to guess as one, and a restore, which waits for
+    // the derivation before it can read a byte, has it from two cores.
+    PasswordKeyParams params;
+    params.parallelism = 2;
     std::string salt(kSaltBytes, '\0');
     if (RAND_bytes(reinterpret_cast<unsigned char *>(salt.data()), kSaltBytes) != 1)
         throw std::runtime_error("RAND_bytes failed");
