@@ -17,6 +17,7 @@
 #include "daemon/data_directory.h"
 #include "daemon/hardware_sensors.h"
 #include "policy/tamper_latch.h"
+#include "replication/replicator.h"
 #include "server/discovery.h"
 #include "server/server.h"
 
@@ -42,7 +43,8 @@ int Run(const sim::DaemonOptions &options) {
     // Only the daemon's start completes a restore: orvena-simctl may open the directory while
     // a daemon that restored it still runs on the old files.
     sim::ApplyPendingRestore(options.dataDir);
-    sim::DataDirectory data(options.dataDir, clock, options.identity.serial);
+    sim::CommitRelay replicationHook;
+    sim::DataDirectory data(options.dataDir, clock, options.identity.serial, {}, &replicationHook);
     data.events().Boot();
     sim::DeviceIdentity identity = options.identity;
     identity.firmware =
@@ -54,6 +56,12 @@ int Run(const sim::DaemonOptions &options) {
     sim::TlsServerContext tls(data.tlsKeyPath(), data.tlsCertPath());
     sim::SessionTable sessions(options.maxSessions);
     sim::DiagnosticLog log(stderr);
+    sim::ReplicationSettings replicationSettings;
+    replicationSettings.self = {options.host, options.port, data.tlsKeyPath(), data.tlsCertPath()};
+    replicationSettings.managerSeconds = options.replicationPulseSeconds;
+    replicationSettings.recoverySeconds = options.replicationRecoverySeconds;
+    sim::Replicator replicator(data.database(), data.masterKey(), replicationSettings, clock, log);
+    replicationHook.Set(&replicator);
     sim::HardwareSettings hardware = options.hardware;
     hardware.dataDir = options.dataDir;
     hardware.tpKey = sim::TlsKeyId(data.tlsCertPath());
@@ -61,9 +69,9 @@ int Run(const sim::DaemonOptions &options) {
     sim::UpackVerifier vendor(options.vendorCert.empty() ? data.vendorCertPath()
                                                          : options.vendorCert);
     sim::FirmwareStore firmware(options.dataDir, identity.firmware, vendor, data.events());
-    sim::HsmContext hsm{data.users(), data.masterKey(), sessions,      clock,         identity,
-                        data.keys(),  data.tokens(),    data.policy(), data.events(), log,
-                        hardware,     firmware,         data.backups()};
+    sim::HsmContext hsm{data.users(), data.masterKey(), sessions,       clock,         identity,
+                        data.keys(),  data.tokens(),    data.policy(),  data.events(), log,
+                        hardware,     firmware,         data.backups(), &replicator};
 
     sim::Server server(hsm, tls, options.host, options.port, options.limits);
     std::optional<sim::DiscoveryResponder> discovery;
@@ -76,6 +84,7 @@ int Run(const sim::DaemonOptions &options) {
         discovery.emplace(options.discoveryPort, reply);
     }
     server.Start();
+    replicator.Start(server.port());
     if (discovery) discovery->Start();
 
     std::string ready = "orvena-sim ready on " + options.host + ":" + std::to_string(server.port());
@@ -87,6 +96,7 @@ int Run(const sim::DaemonOptions &options) {
     while (sigwait(&stopSignals, &signal) != 0) {
     }
     if (discovery) discovery->Stop();
+    replicator.Stop();
     server.Stop();
     data.events().RecordHardware("stop", "signal " + std::to_string(signal));
     return 0;

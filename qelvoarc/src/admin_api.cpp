@@ -1,4 +1,5 @@
-// Administrative operations of the whole HSM: the liveness probe and the password policy.
+// Administrative operations of the whole HSM: the liveness probe, the password policy and
+// the replication domain.
 
 #include <cstring>
 #include <limits>
@@ -6,6 +7,7 @@
 #include "abi_guard.h"
 #include "qelvoarc.h"
 #include "remote_call.h"
+#include "replication_api.h"
 
 namespace qelvoarc {
 namespace {
@@ -63,6 +65,10 @@ namespace {
                 });
         case Q_ADM_SET_PASSWORD_POLICY:
             return SetPasswordPolicy(handle, data, length);
+        case Q_ADM_REPLICATION_REFRESH:
+            return RefreshReplication(handle);
+        case Q_ADM_REPLICATION_NODE:
+            return ReplicationNodeOperation(handle, data, length);
         default:
             return Refuse(handle, wire::ERR_NOT_SUPPORTED);
     }

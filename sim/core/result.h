@@ -56,6 +56,14 @@ enum class [[nodiscard]] Result{
     kBackupDamaged,
     kBackupVersion,
     kNotABackup,
+    kReplicationUnreachable,
+    kReplicationConflict,
+    kForeignNode,
+    kNodeTestFailed,
+    kNodeListFull,
+    kNodeUnknown,
+    kNodeExists,
+    kOutOfSync,
 };
 
 wire::Status ToWireStatus(Result result);

@@ -109,13 +109,19 @@ std::optional<SecretBytes> MasterKey::Unwrap(std::string_view keyEncryptionKey,
 }
 
 std::string MasterKey::Id() const {
-    static constexpr std::string_view kLabel = "orvena master key id";
-    unsigned char mac[EVP_MAX_MD_SIZE];
+    SecretBytes mac = Derive("orvena master key id");
+    return std::string(mac.view().substr(0, kIdBytes));
+}
+
+SecretBytes MasterKey::Derive(std::string_view label) const {
+    std::string mac(EVP_MAX_MD_SIZE, '\0');
     size_t length = 0;
     if (EVP_Q_mac(nullptr, "HMAC", nullptr, "SHA256", nullptr, Bytes(key_.view()), kKeyBytes,
-                  Bytes(kLabel), kLabel.size(), mac, sizeof mac, &length) == nullptr)
+                  Bytes(label), label.size(), reinterpret_cast<unsigned char *>(mac.data()),
+                  mac.size(), &length) == nullptr)
         throw std::runtime_error("HMAC failed");
-    return std::string(reinterpret_cast<const char *>(mac), kIdBytes);
+    mac.resize(length);
+    return SecretBytes(std::move(mac));
 }
 
 }  // namespace sim

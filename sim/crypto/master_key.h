@@ -26,6 +26,9 @@ class MasterKey {
     // 16 bytes that name this key without revealing it (an HMAC of a fixed text under it), so
     // that a blob can say which HSM's key sealed it. Thread-safe.
     std::string Id() const;
+    // A 32-byte key for one purpose (`label`), an HMAC of the label under the master key: the
+    // nodes of a replication domain, which share the master key, derive the same. Thread-safe.
+    SecretBytes Derive(std::string_view label) const;
     // The key sealed under another 32-byte key (nonce || ciphertext || tag), for a backup.
     std::string WrapUnder(std::string_view keyEncryptionKey, std::string_view associated) const;
     // The 32 key bytes of a WrapUnder result; nullopt when `keyEncryptionKey` or `associated`

@@ -21,9 +21,11 @@ struct DaemonOptions {
     uint16_t discoveryPort = 4433;  // 0 = no discovery
     size_t maxSessions = 1024;
     ConnectionLimits limits;
-    HardwareSettings hardware;  // its dataDir, tpKey and start are set when the daemon runs
-    bool tampered = false;      // set the tamper latch at start
-    std::string vendorCert;     // the signer of update packages; "" = the data directory's
+    HardwareSettings hardware;        // its dataDir, tpKey and start are set when the daemon runs
+    bool tampered = false;            // set the tamper latch at start
+    std::string vendorCert;           // the signer of update packages; "" = the data directory's
+    int replicationPulseSeconds = 2;  // a replication node silent this long blocks commits
+    int replicationRecoverySeconds = 2;  // how often nodes that were away are looked for
 };
 
 enum class ParseOutcome { kRun, kHelp, kError };

@@ -1,5 +1,7 @@
 #include "server/dispatcher.h"
 
+#include "store/commit_hook.h"
+
 #include <exception>
 #include <memory>
 #include <string>
@@ -61,6 +63,8 @@ pb::Response Dispatch(const DispatchTable &table, HsmContext &hsm, ConnectionSta
         if (result == Result::kAccessDenied && session) RecordRefusal(hsm, request, *session);
         if (result == Result::kOk) result = entry->run(call, request, &response);
         if (result == Result::kInternal) LogInternalError(hsm.log, request, session, {});
+    } catch (const CommitRefused &e) {
+        result = e.result();
     } catch (const std::exception &e) {
         result = Result::kInternal;
         LogInternalError(hsm.log, request, session, e.what());

@@ -17,6 +17,7 @@
 #include "service/password_policy_service.h"
 #include "service/pkcs11_map_details.h"
 #include "service/random_hash_service.h"
+#include "service/replication_service.h"
 #include "service/user_admin_service.h"
 #include "service/user_service.h"
 
@@ -44,6 +45,7 @@ const DispatchTable &ServiceTable() {
         RegisterObjectBackupService(services);
         RegisterFirmwareService(services);
         RegisterBackupService(services);
+        RegisterReplicationService(services);
         return services;
     }();
     return table;
