@@ -119,13 +119,13 @@ Result NodeLink::Open(const NodeEndpoint &self, const SecretBytes &key, const st
     request.mutable_node_hello()->set_proof(NodeProof(key, "client", binding));
     request.mutable_node_hello()->set_address(self.address);
     wire::pb::Response response;
-    Result result = opened->Call(request, &response);
-    if (result == Result::kReplicationUnreachable) return Result::kNodeTestFailed;
-    if (result != Result::kOk) return result;
-    if (!ProofMatches(NodeProof(key, "server", binding), response.node_hello().proof()))
-        return Result::kForeignNode;
+    if (!opened->Write(request) || !opened->Read(&response)) return Result::kNodeTestFailed;
+    if (Result result = FromNodeStatus(response.status()); result != Result::kOk) return result;
+    const bool proven =
+        ProofMatches(NodeProof(key, "server", binding), response.node_hello().proof());
     opened->helloSyncPoint_ = response.node_hello().sync_point();
     wire::WipeSecretFields(response);
+    if (!proven) return Result::kForeignNode;
     *link = std::move(opened);
     return Result::kOk;
 }
@@ -139,30 +139,36 @@ NodeLink::~NodeLink() {
     ::close(fd_);
 }
 
-bool NodeLink::Send(wire::pb::Request &request) {
+bool NodeLink::Write(google::protobuf::Message &message) {
     std::string bytes;
     wire::Stream stream(fd_, ssl_);
-    bool sent = !broken_ && request.SerializeToString(&bytes) &&
+    bool sent = !broken_ && message.SerializeToString(&bytes) &&
                 wire::WriteFrame(stream, bytes) == wire::OK;
-    if (wire::WipeSecretFields(request)) OPENSSL_cleanse(bytes.data(), bytes.size());
+    if (wire::WipeSecretFields(message)) OPENSSL_cleanse(bytes.data(), bytes.size());
     if (!sent) broken_ = true;
     return sent;
 }
 
-Result NodeLink::Receive(wire::pb::Response *response) {
-    if (broken_) return Result::kReplicationUnreachable;
+bool NodeLink::Read(google::protobuf::Message *message) {
+    if (broken_) return false;
     wire::Stream stream(fd_, ssl_);
     std::string payload;
-    bool parsed = wire::ReadFrame(stream, payload) == wire::OK && response->ParseFromString(payload);
+    bool parsed = wire::ReadFrame(stream, payload) == wire::OK && message->ParseFromString(payload);
     OPENSSL_cleanse(payload.data(), payload.size());
-    if (!parsed) {
-        broken_ = true;
-        return Result::kReplicationUnreachable;
-    }
+    if (!parsed) broken_ = true;
+    return parsed;
+}
+
+bool NodeLink::Send(wire::pb::NodeRequest &request) {
+    return Write(request);
+}
+
+Result NodeLink::Receive(wire::pb::NodeResponse *response) {
+    if (!Read(response)) return Result::kReplicationUnreachable;
     return FromNodeStatus(response->status());
 }
 
-Result NodeLink::Call(wire::pb::Request &request, wire::pb::Response *response) {
+Result NodeLink::Call(wire::pb::NodeRequest &request, wire::pb::NodeResponse *response) {
     if (!Send(request)) return Result::kReplicationUnreachable;
     return Receive(response);
 }

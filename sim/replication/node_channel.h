@@ -14,6 +14,7 @@
 #include "core/secret.h"
 #include "crypto/master_key.h"
 #include "envelope.pb.h"
+#include "replication.pb.h"
 
 namespace sim {
 
@@ -50,16 +51,20 @@ class NodeLink {
     // Sends `request` and reads its answer. kReplicationUnreachable when none came within the
     // timeout or the connection broke (the link is then unusable), else the answer's status
     // (kOk, or the Result it stands for).
-    Result Call(wire::pb::Request &request, wire::pb::Response *response);
+    Result Call(wire::pb::NodeRequest &request, wire::pb::NodeResponse *response);
     // Sends without waiting for the answer; Receive reads it. Lets a caller ask several nodes
     // at once.
-    bool Send(wire::pb::Request &request);
-    Result Receive(wire::pb::Response *response);
+    bool Send(wire::pb::NodeRequest &request);
+    Result Receive(wire::pb::NodeResponse *response);
 
     uint64_t helloSyncPoint() const { return helloSyncPoint_; }
     const std::string &address() const { return address_; }
 
   private:
+    // One frame each way; both wipe the message's secrets and their serialised copy.
+    bool Write(google::protobuf::Message &message);
+    bool Read(google::protobuf::Message *message);
+
     NodeLink(int fd, SSL *ssl, SSL_CTX *ctx, std::string address)
         : fd_(fd), ssl_(ssl), ctx_(ctx), address_(std::move(address)) {}
     int fd_;

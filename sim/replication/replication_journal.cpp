@@ -21,8 +21,7 @@ int OnConflict(void *, int conflict, sqlite3_changeset_iter *iter) {
     const char *table = nullptr;
     int columns = 0, op = 0, indirect = 0;
     sqlite3changeset_op(iter, &table, &columns, &op, &indirect);
-    if (conflict == SQLITE_CHANGESET_NOTFOUND && op == SQLITE_DELETE)
-        return SQLITE_CHANGESET_OMIT;
+    if (conflict == SQLITE_CHANGESET_NOTFOUND && op == SQLITE_DELETE) return SQLITE_CHANGESET_OMIT;
     return SQLITE_CHANGESET_ABORT;
 }
 
@@ -96,9 +95,9 @@ std::vector<JournalChange> ReadChangesAfter(Database &db, uint64_t syncPoint, ui
 
 bool ApplyChange(Database &db, const std::string &changeset) {
     db.Execute("SAVEPOINT apply_change");
-    const int rc = sqlite3changeset_apply(
-        db.handle(), static_cast<int>(changeset.size()), const_cast<char *>(changeset.data()),
-        nullptr, OnConflict, nullptr);
+    const int rc =
+        sqlite3changeset_apply(db.handle(), static_cast<int>(changeset.size()),
+                               const_cast<char *>(changeset.data()), nullptr, OnConflict, nullptr);
     if (rc != SQLITE_OK) db.Execute("ROLLBACK TO apply_change");
     db.Execute("RELEASE apply_change");
     return rc == SQLITE_OK;

@@ -18,7 +18,7 @@ struct NodeEntry {
 // The nodes in priority order: the numerically lowest address first. Every coordinator asks
 // its nodes in this order, so two transactions never wait for each other's nodes in a ring.
 std::vector<NodeEntry> ReadNodes(Database &db);
-bool AddNodeEntry(Database &db, const std::string &address);  // false when present already
+bool AddNodeEntry(Database &db, const std::string &address);     // false when present already
 bool RemoveNodeEntry(Database &db, const std::string &address);  // false when absent
 bool MarkNodeDown(Database &db, const std::string &address, bool down);  // false when absent
 

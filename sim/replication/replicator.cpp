@@ -37,7 +37,7 @@ DatabaseFile WithoutHook(DatabaseFile file) {
     return file;
 }
 
-bool SendMessage(wire::Stream &stream, wire::pb::Response &response) {
+bool SendMessage(wire::Stream &stream, google::protobuf::Message &response) {
     std::string bytes;
     bool sent = response.SerializeToString(&bytes) && wire::WriteFrame(stream, bytes) == wire::OK;
     if (wire::WipeSecretFields(response)) OPENSSL_cleanse(bytes.data(), bytes.size());
@@ -186,10 +186,12 @@ uint64_t Replicator::Prepare(Database &db, const std::string &changeset) {
     coordinating_ = true;
     const uint64_t sequence = ReadSyncPoint(db) + 1;
     pending_ = sequence;
-    SetState(kPhase2Coordinator);
     prepared_.clear();
     try {
-        for (const NodeEntry &node : ReadNodes(db)) {
+        const std::vector<NodeEntry> nodes = ReadNodes(db);
+        alone_ = nodes.empty();
+        if (!alone_) SetState(kPhase2Coordinator);
+        for (const NodeEntry &node : nodes) {
             if (!node.down) PrepareOn(node.address, sequence, changeset);
         }
         RecordChange(db, sequence, changeset);
@@ -205,10 +207,10 @@ void Replicator::PrepareOn(const std::string &address, uint64_t sequence,
     Result result = Result::kOk;
     NodeLink *link = LinkTo(address, &result);
     if (link != nullptr) {
-        wire::pb::Request request;
+        wire::pb::NodeRequest request;
         request.mutable_prepare_change()->set_sequence(sequence);
         request.mutable_prepare_change()->set_changeset(changeset);
-        wire::pb::Response response;
+        wire::pb::NodeResponse response;
         result = link->Call(request, &response);
         if (result == Result::kReplicationUnreachable) links_.erase(address);
     }
@@ -224,17 +226,17 @@ void Replicator::PrepareOn(const std::string &address, uint64_t sequence,
 
 void Replicator::AbortPrepared(uint64_t sequence) {
     for (const std::string &address : prepared_) {
-        wire::pb::Request request;
+        wire::pb::NodeRequest request;
         request.mutable_finish_change()->set_sequence(sequence);
         request.mutable_finish_change()->set_commit(false);
-        wire::pb::Response response;
+        wire::pb::NodeResponse response;
         if (links_[address]->Call(request, &response) == Result::kReplicationUnreachable)
             links_.erase(address);
     }
     prepared_.clear();
     pending_ = 0;
     coordinating_ = false;
-    SetState(kLiveSync);
+    if (!alone_) SetState(kLiveSync);
     coordinator_.unlock();
 }
 
@@ -246,14 +248,14 @@ void Replicator::Finish(uint64_t ticket, bool committed) {
     // Every node commits at once; the client waits for the slowest.
     std::vector<std::string> asked;
     for (const std::string &address : prepared_) {
-        wire::pb::Request request;
+        wire::pb::NodeRequest request;
         request.mutable_finish_change()->set_sequence(ticket);
         request.mutable_finish_change()->set_commit(true);
         if (links_[address]->Send(request)) asked.push_back(address);
     }
     std::string unconfirmed;
     for (const std::string &address : asked) {
-        wire::pb::Response response;
+        wire::pb::NodeResponse response;
         if (links_[address]->Receive(&response) != Result::kOk) unconfirmed = address;
     }
     for (const std::string &address : prepared_) {
@@ -264,7 +266,7 @@ void Replicator::Finish(uint64_t ticket, bool committed) {
     pending_ = 0;
     applied_++;
     coordinating_ = false;
-    SetState(kLiveSync);
+    if (!alone_) SetState(kLiveSync);
     coordinator_.unlock();
     // Committed here; the node that did not confirm has it prepared, or catches up.
     if (!unconfirmed.empty())
@@ -276,7 +278,7 @@ Result Replicator::TestNode(const std::string &address) {
     std::unique_ptr<NodeLink> link;
     Result result = OpenLink(address, &link);
     return result == Result::kOk || result == Result::kForeignNode ? result
-                                                                    : Result::kNodeTestFailed;
+                                                                   : Result::kNodeTestFailed;
 }
 
 Result Replicator::NotifyNodeDown(const std::string &address) {
@@ -305,14 +307,14 @@ Result Replicator::AddNode(const std::string &address) {
     Result result = OpenLink(address, &link);
     if (result != Result::kOk) return result;
     // The new node learns the whole domain, this node included.
-    wire::pb::Request request;
+    wire::pb::NodeRequest request;
     auto *change = request.mutable_change_membership();
     change->set_add(true);
     change->set_address(address);
     change->add_nodes(settings_.self.address);
     for (const NodeEntry &node : nodes)
         change->add_nodes(node.address);
-    wire::pb::Response response;
+    wire::pb::NodeResponse response;
     if (Result told = link->Call(request, &response); told != Result::kOk) return told;
     SpreadMembership(address, true, address);
     {
@@ -338,8 +340,7 @@ Result Replicator::DeleteNode(const std::string &address) {
     return Result::kOk;
 }
 
-void Replicator::SpreadMembership(const std::string &address, bool add,
-                                  const std::string &except) {
+void Replicator::SpreadMembership(const std::string &address, bool add, const std::string &except) {
     std::vector<NodeEntry> nodes;
     {
         std::lock_guard lock(dbMutex_);
@@ -349,7 +350,7 @@ void Replicator::SpreadMembership(const std::string &address, bool add,
         if (node.down || node.address == except) continue;
         std::unique_ptr<NodeLink> link;
         if (OpenLink(node.address, &link) != Result::kOk) continue;
-        wire::pb::Request request;
+        wire::pb::NodeRequest request;
         request.mutable_change_membership()->set_address(address);
         request.mutable_change_membership()->set_add(add);
         if (!add && node.address == address) {
@@ -358,29 +359,33 @@ void Replicator::SpreadMembership(const std::string &address, bool add,
                 request.mutable_change_membership()->add_nodes(other.address);
             request.mutable_change_membership()->add_nodes(settings_.self.address);
         }
-        wire::pb::Response response;
+        wire::pb::NodeResponse response;
         (void)link->Call(request, &response);
     }
     if (!add) {
         // The node was removed from this list already; it is told to leave as well.
         std::unique_ptr<NodeLink> link;
         if (OpenLink(address, &link) != Result::kOk) return;
-        wire::pb::Request request;
+        wire::pb::NodeRequest request;
         request.mutable_change_membership()->set_address(address);
         request.mutable_change_membership()->set_add(false);
         request.mutable_change_membership()->add_nodes(settings_.self.address);
         for (const NodeEntry &other : nodes)
             request.mutable_change_membership()->add_nodes(other.address);
-        wire::pb::Response response;
+        wire::pb::NodeResponse response;
         (void)link->Call(request, &response);
     }
 }
 
 Result Replicator::Refresh() {
+    std::vector<NodeEntry> nodes;
+    {
+        std::lock_guard lock(dbMutex_);
+        nodes = ReadNodes(db_);
+    }
     std::lock_guard lock(coordinator_);
     links_.clear();
-    std::lock_guard dbLock(dbMutex_);
-    for (const NodeEntry &node : ReadNodes(db_)) {
+    for (const NodeEntry &node : nodes) {
         std::unique_ptr<NodeLink> link;
         if (!node.down && OpenLink(node.address, &link) == Result::kOk)
             links_[node.address] = std::move(link);
@@ -415,20 +420,21 @@ ReplicationView Replicator::View() {
 
 void Replicator::ServeNode(wire::Stream &stream, const std::string &binding,
                            const wire::pb::NodeHello &hello) {
-    wire::pb::Response response;
+    wire::pb::Response welcome;
     const std::string expected = NodeProof(nodeKey_, "client", binding);
     if (binding.empty() || expected.size() != hello.proof().size() ||
         CRYPTO_memcmp(expected.data(), hello.proof().data(), expected.size()) != 0) {
-        response.set_status(wire::ERR_REPL_FOREIGN_NODE);
-        SendMessage(stream, response);
+        welcome.set_status(wire::ERR_REPL_FOREIGN_NODE);
+        SendMessage(stream, welcome);
         return;
     }
     Participant participant(*this, hello.address());
-    response.mutable_node_hello()->set_proof(NodeProof(nodeKey_, "server", binding));
-    response.mutable_node_hello()->set_sync_point(ReadSyncPoint(participant.db()));
-    if (!SendMessage(stream, response)) return;
+    welcome.mutable_node_hello()->set_proof(NodeProof(nodeKey_, "server", binding));
+    welcome.mutable_node_hello()->set_sync_point(ReadSyncPoint(participant.db()));
+    if (!SendMessage(stream, welcome)) return;
+    wire::pb::NodeResponse response;
     std::string payload;
-    wire::pb::Request request;
+    wire::pb::NodeRequest request;
     while (wire::ReadFrame(stream, payload) == wire::OK) {
         bool parsed = request.ParseFromString(payload);
         OPENSSL_cleanse(payload.data(), payload.size());
@@ -447,23 +453,23 @@ void Replicator::ServeNode(wire::Stream &stream, const std::string &binding,
     }
 }
 
-Result Replicator::Serve(Participant &participant, const wire::pb::Request &request,
-                         wire::pb::Response *response) {
+Result Replicator::Serve(Participant &participant, const wire::pb::NodeRequest &request,
+                         wire::pb::NodeResponse *response) {
     switch (request.body_case()) {
-        case wire::pb::Request::kPrepareChange:
+        case wire::pb::NodeRequest::kPrepareChange:
             response->mutable_prepare_change();
             return participant.Prepare(request.prepare_change());
-        case wire::pb::Request::kFinishChange:
+        case wire::pb::NodeRequest::kFinishChange:
             response->mutable_finish_change();
             return participant.Finish(request.finish_change());
-        case wire::pb::Request::kNodePulse: {
+        case wire::pb::NodeRequest::kNodePulse: {
             auto *reply = response->mutable_node_pulse();
             reply->set_sync_point(ReadSyncPoint(participant.db()));
             for (const NodeEntry &node : ReadNodes(participant.db()))
                 reply->add_nodes(node.address);
             return Result::kOk;
         }
-        case wire::pb::Request::kFetchChanges: {
+        case wire::pb::NodeRequest::kFetchChanges: {
             auto *reply = response->mutable_fetch_changes();
             Transaction snapshot(participant.db(), Transaction::kRead);
             reply->set_sync_point(ReadSyncPoint(participant.db()));
@@ -476,32 +482,37 @@ Result Replicator::Serve(Participant &participant, const wire::pb::Request &requ
             }
             return Result::kOk;
         }
-        case wire::pb::Request::kChangeMembership: {
-            const auto &change = request.change_membership();
+        case wire::pb::NodeRequest::kChangeMembership:
             response->mutable_change_membership();
-            std::lock_guard lock(dbMutex_);
-            Transaction tx(db_);
-            if (change.add()) {
-                for (const std::string &address : change.nodes()) {
-                    if (address != settings_.self.address) AddNodeEntry(db_, address);
-                }
-                if (change.address() != settings_.self.address) AddNodeEntry(db_, change.address());
-            } else if (change.address() == settings_.self.address) {
-                for (const std::string &address : change.nodes())
-                    RemoveNodeEntry(db_, address);
-            } else {
-                RemoveNodeEntry(db_, change.address());
-            }
-            const bool joined = !ReadNodes(db_).empty();
-            tx.Commit();
-            SetState(joined ? kLiveSync : kZeroed);
-            std::lock_guard links(coordinator_);
-            links_.clear();
+            ChangeMembership(request.change_membership());
             return Result::kOk;
-        }
         default:
             return Result::kProtocol;
     }
+}
+
+void Replicator::ChangeMembership(const wire::pb::ChangeMembership &change) {
+    bool joined = false;
+    {
+        std::lock_guard lock(dbMutex_);
+        Transaction tx(db_);
+        if (change.add()) {
+            for (const std::string &address : change.nodes()) {
+                if (address != settings_.self.address) AddNodeEntry(db_, address);
+            }
+            if (change.address() != settings_.self.address) AddNodeEntry(db_, change.address());
+        } else if (change.address() == settings_.self.address) {
+            for (const std::string &address : change.nodes())
+                RemoveNodeEntry(db_, address);
+        } else {
+            RemoveNodeEntry(db_, change.address());
+        }
+        joined = !ReadNodes(db_).empty();
+        tx.Commit();
+    }
+    SetState(joined ? kLiveSync : kZeroed);
+    std::lock_guard links(coordinator_);
+    links_.clear();
 }
 
 void Replicator::PulseLoop() {
@@ -543,10 +554,10 @@ void Replicator::CatchUp() {
 
 bool Replicator::CatchUpFrom(NodeLink &link) {
     std::lock_guard lock(dbMutex_);
-    wire::pb::Request request;
+    wire::pb::NodeRequest request;
     request.mutable_fetch_changes()->set_sync_point(ReadSyncPoint(db_));
     request.mutable_fetch_changes()->set_limit(kCatchUpBatch);
-    wire::pb::Response response;
+    wire::pb::NodeResponse response;
     if (link.Call(request, &response) != Result::kOk) return false;
     const auto &entries = response.fetch_changes().entries();
     if (entries.empty()) return false;
@@ -576,9 +587,9 @@ void Replicator::BringBackDownNodes() {
         if (OpenLink(node.address, &link) != Result::kOk) continue;
         std::lock_guard lock(dbMutex_);
         Transaction tx(db_);
-        wire::pb::Request request;
+        wire::pb::NodeRequest request;
         request.mutable_node_pulse();
-        wire::pb::Response response;
+        wire::pb::NodeResponse response;
         if (link->Call(request, &response) != Result::kOk ||
             response.node_pulse().sync_point() != ReadSyncPoint(db_))
             continue;

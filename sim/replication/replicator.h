@@ -91,8 +91,10 @@ class Replicator final : public CommitHook {
   private:
     class Participant;
 
-    Result Serve(Participant &participant, const wire::pb::Request &request,
-                 wire::pb::Response *response);
+    Result Serve(Participant &participant, const wire::pb::NodeRequest &request,
+                 wire::pb::NodeResponse *response);
+    // Applies another node's word on the membership to this node's list.
+    void ChangeMembership(const wire::pb::ChangeMembership &change);
     Result OpenLink(const std::string &address, std::unique_ptr<NodeLink> *link);
     // REQUIRES: coordinator_ held.
     NodeLink *LinkTo(const std::string &address, Result *result);
@@ -114,6 +116,7 @@ class Replicator final : public CommitHook {
     const Clock &clock_;
     DiagnosticLog &log_;
 
+    // Lock order: coordinator_ is never taken while dbMutex_ is held.
     std::mutex dbMutex_;
     Database db_;  // guarded by dbMutex_: node list and state outside the stores' transactions
 
@@ -121,6 +124,7 @@ class Replicator final : public CommitHook {
     std::mutex coordinator_;
     std::map<std::string, std::unique_ptr<NodeLink>> links_;  // guarded by coordinator_
     std::vector<std::string> prepared_;                       // guarded by coordinator_
+    bool alone_ = true;  // guarded by coordinator_: the change under way has no other node
     std::atomic<bool> coordinating_{false};
     std::atomic<uint64_t> pending_{0};
 

@@ -57,6 +57,12 @@ Result HandleGetReplicationNodes(Call &call, const pb::GetReplicationNodes &,
     return Result::kOk;
 }
 
+// A node's hello is taken by the connection before the dispatcher when this HSM serves other
+// nodes over TLS; one that reaches the table has nothing to talk to.
+Result HandleNodeHello(Call &, const pb::NodeHello &, pb::NodeHelloReply *) {
+    return Result::kNotSupported;
+}
+
 }  // namespace
 
 void FillReplicationStatus(HsmContext &hsm, pb::ReplicationStatus *status) {
@@ -83,7 +89,10 @@ void RegisterReplicationService(DispatchTable &table) {
     table.Add<&pb::Request::node_operation, &pb::Response::mutable_node_operation>(
         HandleNodeOperation, Needs::Operator(), kNormalSessions);
     table.Add<&pb::Request::get_replication_nodes, &pb::Response::mutable_get_replication_nodes>(
-        HandleGetReplicationNodes, Needs::Acl(pb::ACL_REMOTE_INFO), kNormalSessions | kAfterRestore);
+        HandleGetReplicationNodes, Needs::Acl(pb::ACL_REMOTE_INFO),
+        kNormalSessions | kAfterRestore);
+    table.Add<&pb::Request::node_hello, &pb::Response::mutable_node_hello>(
+        HandleNodeHello, Needs::Nothing(), kNormalSessions);
 }
 
 }  // namespace sim

@@ -16,8 +16,8 @@
 
 namespace {
 
-const char *const kReplicatedTables[] = {"users", "oath_tokens", "access_tokens",
-                                         "password_policy", "objects"};
+const char *const kReplicatedTables[] = {"users", "oath_tokens", "access_tokens", "password_policy",
+                                         "objects"};
 
 // A SHA-256 over every row of every replicated table, read from the node's file: what is on
 // disk, not what the node says.

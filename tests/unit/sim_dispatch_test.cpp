@@ -125,7 +125,9 @@ TEST_F(SimDispatch, RightsAreReadFreshAndCheckedBeforeAnyHandlerRuns) {
                                       pb::Request::kEndBackup,
                                       pb::Request::kStartRestore,
                                       pb::Request::kWriteRestore,
-                                      pb::Request::kFinishRestore};
+                                      pb::Request::kFinishRestore,
+                                      pb::Request::kRefreshReplication,
+                                      pb::Request::kNodeOperation};
     std::set<int> allowed;
     for (const auto &[number, entry] : recording_.entries())
         if (!needRights.count(number)) allowed.insert(number);

@@ -250,7 +250,7 @@ PRAGMA user_version = 1;
     sim::Database db({dir.Path("hsm.db"), {}});
     sim::Statement version(db, "PRAGMA user_version");
     ASSERT_TRUE(version.Step());
-    EXPECT_EQ(version.Int(0), 6);
+    EXPECT_EQ(version.Int(0), 7);
     std::stringstream file;
     EXPECT_EQ(sim::ExportEventLog(db, file), 3);
     std::string header, anchor, first, second;
