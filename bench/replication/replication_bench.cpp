@@ -47,7 +47,7 @@ double Median(std::vector<double> values) {
 size_t Generate(int sessions, const std::atomic<bool> &stop, std::atomic<long> &budget,
                 std::vector<double> *latencies) {
     std::vector<std::thread> threads;
-    std::vector<std::vector<double>> each(size_t(sessions));
+    std::vector<std::vector<double>> each(static_cast<size_t>(sessions));
     std::atomic<size_t> made{0};
     for (int s = 0; s < sessions; ++s) {
         threads.emplace_back([&, s] {

@@ -15,8 +15,7 @@ struct NodeEntry {
     bool down = false;
 };
 
-// The nodes in priority order: the numerically lowest address first. Every coordinator asks
-// its nodes in this order, so two transactions never wait for each other's nodes in a ring.
+// The nodes in the numeric order of their addresses.
 std::vector<NodeEntry> ReadNodes(Database &db);
 bool AddNodeEntry(Database &db, const std::string &address);     // false when present already
 bool RemoveNodeEntry(Database &db, const std::string &address);  // false when absent

@@ -191,9 +191,7 @@ uint64_t Replicator::Prepare(Database &db, const std::string &changeset) {
         const std::vector<NodeEntry> nodes = ReadNodes(db);
         alone_ = nodes.empty();
         if (!alone_) SetState(kPhase2Coordinator);
-        for (const NodeEntry &node : nodes) {
-            if (!node.down) PrepareOn(node.address, sequence, changeset);
-        }
+        PrepareOnActive(nodes, sequence, changeset);
         RecordChange(db, sequence, changeset);
     } catch (...) {
         AbortPrepared(sequence);
@@ -202,26 +200,44 @@ uint64_t Replicator::Prepare(Database &db, const std::string &changeset) {
     return sequence;
 }
 
-void Replicator::PrepareOn(const std::string &address, uint64_t sequence,
-                           const std::string &changeset) {
-    Result result = Result::kOk;
-    NodeLink *link = LinkTo(address, &result);
-    if (link != nullptr) {
+// Every node is asked at once; whichever refuses first decides what the client hears, and
+// every node that held the change is told to drop it (AbortPrepared, by the caller).
+void Replicator::PrepareOnActive(const std::vector<NodeEntry> &nodes, uint64_t sequence,
+                                 const std::string &changeset) {
+    Result refusal = Result::kOk;
+    std::string refusedBy;
+    auto refuse = [&](const std::string &address, Result result) {
+        if (result == Result::kReplicationUnreachable) links_.erase(address);
+        if (refusal != Result::kOk) return;
+        if (result == Result::kOutOfSync) pulseWake_.notify_all();
+        if (result != Result::kOutOfSync && result != Result::kReplicationConflict)
+            result = Result::kReplicationUnreachable;
+        refusal = result;
+        refusedBy = address;
+    };
+    std::vector<std::string> asked;
+    for (const NodeEntry &node : nodes) {
+        if (node.down) continue;
+        Result result = Result::kOk;
+        NodeLink *link = LinkTo(node.address, &result);
         wire::pb::NodeRequest request;
         request.mutable_prepare_change()->set_sequence(sequence);
         request.mutable_prepare_change()->set_changeset(changeset);
+        if (link != nullptr && link->Send(request))
+            asked.push_back(node.address);
+        else
+            refuse(node.address, link == nullptr ? result : Result::kReplicationUnreachable);
+    }
+    for (const std::string &address : asked) {
         wire::pb::NodeResponse response;
-        result = link->Call(request, &response);
-        if (result == Result::kReplicationUnreachable) links_.erase(address);
+        const Result result = links_[address]->Receive(&response);
+        if (result == Result::kOk)
+            prepared_.push_back(address);
+        else
+            refuse(address, result);
     }
-    if (result == Result::kOk) {
-        prepared_.push_back(address);
-        return;
-    }
-    if (result == Result::kOutOfSync) pulseWake_.notify_all();
-    if (result != Result::kOutOfSync && result != Result::kReplicationConflict)
-        result = Result::kReplicationUnreachable;
-    throw CommitRefused(result, "replication to " + address + " refused");
+    if (refusal != Result::kOk)
+        throw CommitRefused(refusal, "replication to " + refusedBy + " refused");
 }
 
 void Replicator::AbortPrepared(uint64_t sequence) {

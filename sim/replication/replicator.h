@@ -7,8 +7,9 @@
 // thread brings back nodes that were away and catches this node up when it fell behind.
 //
 // Every node of a domain holds every change in the same order: a coordinator holds its own
-// write lock while it asks the others for theirs, in one order of addresses, and a node whose
-// own coordinator is asking gives way to a lower address and refuses a higher one. The
+// write lock while it asks every other node for theirs, and a node whose own coordinator is
+// asking gives way to a lower address and refuses a higher one, so of two coordinators that
+// meet, the one with the lower address goes on. The
 // journal's sequence numbers are therefore the same on every node, and a change is refused by
 // a node whose sync point is not the one before it.
 
@@ -98,8 +99,10 @@ class Replicator final : public CommitHook {
     Result OpenLink(const std::string &address, std::unique_ptr<NodeLink> *link);
     // REQUIRES: coordinator_ held.
     NodeLink *LinkTo(const std::string &address, Result *result);
-    // REQUIRES: coordinator_ held. Throws CommitRefused when the node does not hold it.
-    void PrepareOn(const std::string &address, uint64_t sequence, const std::string &changeset);
+    // Phase 1 on every active node of `nodes`. REQUIRES: coordinator_ held. Throws
+    // CommitRefused when a node does not hold the change; prepared_ names those that do.
+    void PrepareOnActive(const std::vector<NodeEntry> &nodes, uint64_t sequence,
+                         const std::string &changeset);
     // Rolls back the nodes prepared so far and releases coordinator_.
     void AbortPrepared(uint64_t sequence);
     void SetState(uint32_t state);
