@@ -574,7 +574,12 @@ bool Replicator::CatchUpFrom(NodeLink &link) {
     request.mutable_fetch_changes()->set_sync_point(ReadSyncPoint(db_));
     request.mutable_fetch_changes()->set_limit(kCatchUpBatch);
     wire::pb::NodeResponse response;
-    if (link.Call(request, &response) != Result::kOk) return false;
+    const bool applied = link.Call(request, &response) == Result::kOk && ApplyFetched(response);
+    wire::WipeSecretFields(response);
+    return applied;
+}
+
+bool Replicator::ApplyFetched(const wire::pb::NodeResponse &response) {
     const auto &entries = response.fetch_changes().entries();
     if (entries.empty()) return false;
     Transaction tx(db_);
@@ -585,7 +590,6 @@ bool Replicator::CatchUpFrom(NodeLink &link) {
     }
     tx.Commit();
     applied_ += static_cast<uint32_t>(entries.size());
-    wire::WipeSecretFields(response);
     return true;
 }
 

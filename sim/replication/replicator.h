@@ -111,7 +111,10 @@ class Replicator final : public CommitHook {
     void PulseLoop();
     void CatchUp();
     void BringBackDownNodes();
+    // One batch of the changes this node missed; false when there was none or it did not fit.
     bool CatchUpFrom(NodeLink &link);
+    // REQUIRES: dbMutex_ held.
+    bool ApplyFetched(const wire::pb::NodeResponse &response);
 
     ReplicationSettings settings_;
     DatabaseFile file_;

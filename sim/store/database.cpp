@@ -1,5 +1,7 @@
 #include "store/database.h"
 
+#include <openssl/crypto.h>
+
 #include "store/commit_hook.h"
 
 namespace sim {
@@ -185,6 +187,11 @@ void Transaction::Commit() {
         done_ = true;
         return;
     }
+    // The change holds what its rows hold (password hashes, sealed keys): wiped once passed on.
+    struct Wipe {
+        std::string &bytes;
+        ~Wipe() { OPENSSL_cleanse(bytes.data(), bytes.size()); }
+    } wipe{changeset};
     CommitHook &hook = *db_.hook();
     const uint64_t ticket = hook.Prepare(db_, changeset);
     bool committed = sqlite3_exec(db_.handle(), "COMMIT", nullptr, nullptr, nullptr) == SQLITE_OK;
