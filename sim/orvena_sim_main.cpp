@@ -19,6 +19,7 @@
 #include "daemon/telemetry_sender.h"
 #include "eftd/host_connection.h"
 #include "policy/tamper_latch.h"
+#include "replication/replicator.h"
 #include "server/discovery.h"
 #include "server/server.h"
 
@@ -46,7 +47,8 @@ int Run(const sim::DaemonOptions &options) {
     // Only the daemon's start completes a restore: orvena-simctl may open the directory while
     // a daemon that restored it still runs on the old files.
     sim::ApplyPendingRestore(options.dataDir);
-    sim::DataDirectory data(options.dataDir, clock, options.identity.serial);
+    sim::CommitRelay replicationHook;
+    sim::DataDirectory data(options.dataDir, clock, options.identity.serial, {}, &replicationHook);
     data.events().Boot();
     sim::DeviceIdentity identity = options.identity;
     identity.firmware =
@@ -58,6 +60,14 @@ int Run(const sim::DaemonOptions &options) {
     sim::TlsServerContext tls(data.tlsKeyPath(), data.tlsCertPath());
     sim::SessionTable sessions(options.maxSessions);
     sim::DiagnosticLog log(stderr);
+    sim::ReplicationSettings replicationSettings;
+    replicationSettings.self = {options.host, options.port, data.tlsKeyPath(), data.tlsCertPath()};
+    replicationSettings.managerSeconds = options.replicationPulseSeconds;
+    replicationSettings.recoverySeconds = options.replicationRecoverySeconds;
+    sim::Replicator replicator(data.database(), data.masterKey(), replicationSettings, clock, log);
+    replicationHook.Set(&replicator);
+    // Host connections of the EFT daemon keep keys while the key store's generation holds.
+    replicator.OnChangesApplied([&data] { data.keys().CountOutsideChange(); });
     sim::HardwareSettings hardware = options.hardware;
     hardware.dataDir = options.dataDir;
     hardware.tpKey = sim::TlsKeyId(data.tlsCertPath());
@@ -69,7 +79,7 @@ int Run(const sim::DaemonOptions &options) {
     sim::HsmContext hsm{data.users(), data.masterKey(), sessions,       clock,         identity,
                         data.keys(),  data.tokens(),    data.policy(),  data.events(), log,
                         hardware,     firmware,         data.backups(), ipFilter,      data.mofn(),
-                        data.cloud(), data.eftd()};
+                        data.cloud(), data.eftd(),      &replicator};
 
     sim::Server server(
         hsm,
@@ -97,6 +107,7 @@ int Run(const sim::DaemonOptions &options) {
     sim::TelemetrySender telemetry(hsm, options.telemetryIntervalSeconds, options.telemetryCa);
     server.Start();
     if (eftd) eftd->Start();
+    replicator.Start(server.port());
     if (discovery) discovery->Start();
     telemetry.Start();
 
@@ -112,6 +123,7 @@ int Run(const sim::DaemonOptions &options) {
     telemetry.Stop();
     if (discovery) discovery->Stop();
     if (eftd) eftd->Stop();
+    replicator.Stop();
     server.Stop();
     data.events().RecordHardware("stop", "signal " + std::to_string(signal));
     return 0;

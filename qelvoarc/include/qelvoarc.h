@@ -229,7 +229,13 @@ QELVOARC_API uint32_t QGetSessionParam(QSessionHandle session, uint32_t param, v
  * (Q_ADM_GET_POLICY and Q_ADM_SET_POLICY, operators only, length 4; a word with bits other
  * than Q_POLICY_* gives Q_ERR_INVALID_PARAMETER) and the EFT daemon's configuration
  * (Q_ADM_EFTD_*: a length out of its range gives Q_ERR_INVALID_PARAMETER, authorizing as
- * another user than eftd0 Q_ERR_NOT_EFTD_PARTITION). */
+ * another user than eftd0 Q_ERR_NOT_EFTD_PARTITION), and for operators the replication
+ * operations: Q_ADM_REPLICATION_REFRESH, and Q_ADM_REPLICATION_NODE test (a node that cannot
+ * be reached: Q_ERR_REPL_NODE_TEST_FAILED; one with another master key:
+ * Q_ERR_REPL_FOREIGN_NODE), notify down (the node stops blocking changes until it is back in
+ * step), add (Q_ERR_REPL_NODE_EXISTS, Q_ERR_REPL_NODE_LIST_FULL beyond Q_REPL_MAX_NODES) and
+ * delete (Q_ERR_REPL_NODE_UNKNOWN). Nodes share the HSM's port, each on its own address.
+ * While a node of the list does not answer, changes fail with Q_ERR_REPL_NODE_UNREACHABLE. */
 QELVOARC_API uint32_t QAdmOperation(QSessionHandle session, uint32_t operation, void *data,
                                     uint32_t length, uint32_t flags);
 
@@ -1901,6 +1907,15 @@ QELVOARC_API uint32_t QByteArray2Base64(const uint8_t *data, uint32_t length, ch
 #define Q_ERR_IPF_REFUSED 1126u
 #define Q_ERR_TOOL_TARGET 1127u
 #define Q_ERR_TOOL_UNAVAILABLE 1128u
+#define Q_ERR_BAD_CERTIFICATE 1104u       /* QImportKey: not an X.509 certificate */
+#define Q_ERR_REPL_NODE_UNREACHABLE 1110u /* a node did not answer within the pulse interval */
+#define Q_ERR_REPL_CONFLICT 1111u         /* lost to a concurrent change on another node */
+#define Q_ERR_REPL_FOREIGN_NODE 1112u     /* the node holds another master key */
+#define Q_ERR_REPL_NODE_TEST_FAILED 1113u
+#define Q_ERR_REPL_NODE_LIST_FULL 1114u
+#define Q_ERR_REPL_NODE_UNKNOWN 1115u
+#define Q_ERR_REPL_NODE_EXISTS 1116u
+#define Q_ERR_REPL_OUT_OF_SYNC 1117u
 #define Q_ERR_UPACK_MALFORMED 1130u
 #define Q_ERR_UPACK_BAD_SIGNATURE 1131u
 #define Q_ERR_UPACK_UNKNOWN_SIGNER 1132u

@@ -1,5 +1,5 @@
-// Administrative operations of the whole HSM: the liveness probe, the password policy and the
-// security policy word and the EFT daemon's configuration.
+// Administrative operations of the whole HSM: the liveness probe, the password policy, the
+// security policy word, the EFT daemon's configuration and the replication domain.
 
 #include <cstring>
 #include <limits>
@@ -8,6 +8,7 @@
 #include "eftd_config_api.h"
 #include "qelvoarc.h"
 #include "remote_call.h"
+#include "replication_api.h"
 
 namespace qelvoarc {
 namespace {
@@ -95,6 +96,10 @@ namespace {
         case Q_ADM_EFTD_SET_HEADER_LEN:
         case Q_ADM_EFTD_SET_PIN_LEN:
             return EftdAdmOperation(handle, operation, data, length);
+        case Q_ADM_REPLICATION_REFRESH:
+            return RefreshReplication(handle);
+        case Q_ADM_REPLICATION_NODE:
+            return ReplicationNodeOperation(handle, data, length);
         default:
             return Refuse(handle, wire::ERR_NOT_SUPPORTED);
     }

@@ -166,6 +166,22 @@ wire::Status ToWireStatus(Result result) {
             return wire::ERR_NOT_BOUND;
         case Result::kAuthorizedStateOffline:
             return wire::ERR_AUTHORIZED_STATE_OFFLINE;
+        case Result::kReplicationUnreachable:
+            return wire::ERR_REPL_NODE_UNREACHABLE;
+        case Result::kReplicationConflict:
+            return wire::ERR_REPL_CONFLICT;
+        case Result::kForeignNode:
+            return wire::ERR_REPL_FOREIGN_NODE;
+        case Result::kNodeTestFailed:
+            return wire::ERR_REPL_NODE_TEST_FAILED;
+        case Result::kNodeListFull:
+            return wire::ERR_REPL_NODE_LIST_FULL;
+        case Result::kNodeUnknown:
+            return wire::ERR_REPL_NODE_UNKNOWN;
+        case Result::kNodeExists:
+            return wire::ERR_REPL_NODE_EXISTS;
+        case Result::kOutOfSync:
+            return wire::ERR_REPL_OUT_OF_SYNC;
     }
     return wire::ERR_INTERNAL;
 }

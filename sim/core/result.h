@@ -90,6 +90,14 @@ enum class [[nodiscard]] Result{
     kAlreadyBound,
     kNotBound,
     kAuthorizedStateOffline,
+    kReplicationUnreachable,
+    kReplicationConflict,
+    kForeignNode,
+    kNodeTestFailed,
+    kNodeListFull,
+    kNodeUnknown,
+    kNodeExists,
+    kOutOfSync,
 };
 
 wire::Status ToWireStatus(Result result);

@@ -93,6 +93,11 @@ const char *DaemonUsage() {
            "                            URL while the HSM is bound (default 300, 1-86400)\n"
            "  --telemetry-ca FILE       CA certificates (PEM) that the telemetry server's\n"
            "                            certificate must chain to (default: the system's)\n"
+           "  --repl-pulse SECONDS      manager pulsing: a replication node silent this long\n"
+           "                            blocks changes until it answers or is notified down\n"
+           "                            (default 2)\n"
+           "  --repl-recovery SECONDS   recovery pulsing: how often nodes that were away are\n"
+           "                            looked for and caught up (default 2)\n"
            "  --help                    this text\n"
            "Diagnostics go to standard error: the cause of every internal error, with the\n"
            "request's kind and the session user, never a secret or a value a request carried.\n";
@@ -179,6 +184,12 @@ ParseOutcome ParseDaemonOptions(const std::vector<std::string> &args, DaemonOpti
         } else if (name == "--snmp-trap") {
             ok = IsWord(value);
             options->hardware.snmp.trapTargets.push_back(value);
+        } else if (name == "--repl-pulse") {
+            ok = ParseNumber<int>(value, 3600, &options->replicationPulseSeconds) &&
+                 options->replicationPulseSeconds > 0;
+        } else if (name == "--repl-recovery") {
+            ok = ParseNumber<int>(value, 3600, &options->replicationRecoverySeconds) &&
+                 options->replicationRecoverySeconds > 0;
         } else {
             *error = "unknown option " + name;
             return ParseOutcome::kError;

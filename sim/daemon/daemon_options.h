@@ -32,6 +32,8 @@ struct DaemonOptions {
     int telemetryIntervalSeconds = 300;    // between status documents while bound
     std::string telemetryCa;               // CA file for the telemetry URL; "" = the system's
     std::optional<EftdListen> eftdListen;  // the host-command port; none = not served
+    int replicationPulseSeconds = 2;       // a replication node silent this long blocks commits
+    int replicationRecoverySeconds = 2;    // how often nodes that were away are looked for
 };
 
 enum class ParseOutcome { kRun, kHelp, kError };

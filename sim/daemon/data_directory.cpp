@@ -57,7 +57,7 @@ std::string RandomPassword() {
 
 // The stores assume the schema: it is brought up to date before the first of them opens.
 DatabaseFile PrepareDatabase(DatabaseFile file, const std::string &serial) {
-    Database db(file);
+    Database db({file.path, file.vfs});
     EnsureSchema(db, serial);
     return file;
 }
@@ -65,10 +65,10 @@ DatabaseFile PrepareDatabase(DatabaseFile file, const std::string &serial) {
 }  // namespace
 
 DataDirectory::DataDirectory(const std::string &dir, const Clock &clock, const std::string &serial,
-                             const std::string &vfs)
+                             const std::string &vfs, CommitHook *hook)
     : dir_(PrepareDirectory(dir)),
       masterKey_(MasterKey::LoadOrCreate(dir_ + "/master.key")),
-      file_(PrepareDatabase({dir_ + "/hsm.db", vfs}, serial)),
+      file_(PrepareDatabase({dir_ + "/hsm.db", vfs, hook}, serial)),
       events_(file_, clock),
       users_(file_, clock, events_),
       tokens_(file_, events_),

@@ -27,10 +27,11 @@ class DataDirectory {
   public:
     // Creates the directory, database schema, master key and vendor key pair when missing; `serial`
     // is where the event log of a new database starts its chain. The stores open the database
-    // through the SQLite VFS named `vfs` (empty: SQLite's default). Throws std::runtime_error (or
-    // StoreError) when they cannot be opened.
+    // through the SQLite VFS named `vfs` (empty: SQLite's default), and their write transactions
+    // consult `hook` (none: null). Throws std::runtime_error (or StoreError) when they cannot be
+    // opened.
     DataDirectory(const std::string &dir, const Clock &clock, const std::string &serial,
-                  const std::string &vfs = {});
+                  const std::string &vfs = {}, CommitHook *hook = nullptr);
 
     UserStore &users() { return users_; }
     AccessTokenStore &tokens() { return tokens_; }

@@ -14,6 +14,7 @@
 #include <memory>
 #include <thread>
 
+#include "replication/replicator.h"
 #include "secret_fields.h"
 #include "server/dispatcher.h"
 #include "server/service_table.h"
@@ -159,6 +160,15 @@ void ServeRequests(HsmContext &hsm, ConnectionState &conn, wire::Stream &stream,
             if (!ReplyStatus(stream, wire::ERR_PROTOCOL)) return;
             continue;
         }
+        if (request.body_case() == wire::pb::Request::kNodeHello && hsm.replication != nullptr &&
+            conn.tls) {
+            // Another node of the domain: it proves itself in its own way and is served
+            // apart from clients, with no login deadline.
+            watch.deadline = 0;
+            hsm.replication->ServeNode(stream, conn.channelBinding, request.node_hello());
+            wire::WipeSecretFields(request);
+            return;
+        }
         pacer.Wait();
         wire::pb::Response response = Dispatch(ServiceTable(), hsm, conn, request);
         PublishSessionState(conn, limits, watch);
@@ -208,6 +218,7 @@ void ServeConnection(HsmContext &hsm, SSL_CTX *tls, int fd, const ConnectionLimi
         ssl.reset(SSL_new(tls));
         if (!ssl || SSL_set_fd(ssl.get(), fd) != 1 || SSL_accept(ssl.get()) != 1) return;
         conn.peerCertificate = PeerCertificateDer(ssl.get());
+        conn.channelBinding = ChannelBinding(ssl.get());
         conn.tls = true;
     }
     wire::Stream stream(fd, ssl.get());

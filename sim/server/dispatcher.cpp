@@ -1,5 +1,7 @@
 #include "server/dispatcher.h"
 
+#include "store/commit_hook.h"
+
 #include <exception>
 #include <memory>
 #include <string>
@@ -67,6 +69,8 @@ pb::Response Dispatch(const DispatchTable &table, HsmContext &hsm, ConnectionSta
         // the request's values.
         result = Result::kStorageFull;
         hsm.log.Write("storage full in " + std::string(RequestName(request)) + ": " + e.what());
+    } catch (const CommitRefused &e) {
+        result = e.result();
     } catch (const std::exception &e) {
         result = Result::kInternal;
         LogInternalError(hsm.log, request, session, e.what());

@@ -23,6 +23,7 @@
 #include "service/password_policy_service.h"
 #include "service/pkcs11_map_details.h"
 #include "service/random_hash_service.h"
+#include "service/replication_service.h"
 #include "service/safe_keeping_service.h"
 #include "service/user_admin_service.h"
 #include "service/user_service.h"
@@ -58,6 +59,7 @@ const DispatchTable &ServiceTable() {
         RegisterEmvService(services);
         RegisterCloudService(services);
         RegisterEftdConfigService(services);
+        RegisterReplicationService(services);
         return services;
     }();
     return table;

@@ -24,6 +24,8 @@
 
 namespace sim {
 
+class Replicator;
+
 // Shared by all connections; every member is thread-safe. Owned by the daemon (or a test)
 // and outlives every connection.
 struct HsmContext {
@@ -44,6 +46,7 @@ struct HsmContext {
     MofNStore &mofn;
     CloudStore &cloud;
     EftdConfigStore &eftd;
+    Replicator *replication = nullptr;  // null when the HSM serves no other nodes (tests)
 };
 
 class ReplyStream;
@@ -56,6 +59,7 @@ struct ConnectionState {
     bool tls = false;                  // the connection is encrypted
     bool closeAfterReply = false;      // set by a handler that must end the connection
     ReplyStream *replies = nullptr;    // set while a connection serves; null in direct calls
+    std::string channelBinding;        // the TLS channel's exported keying material
 };
 
 }  // namespace sim

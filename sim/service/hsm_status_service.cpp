@@ -7,6 +7,7 @@
 
 #include "platform/machine_stats.h"
 #include "policy/tamper_latch.h"
+#include "service/replication_service.h"
 
 namespace sim {
 
@@ -69,15 +70,7 @@ Result HandleGetHsmStatus(Call &call, const pb::GetHsmStatus &, pb::GetHsmStatus
     if (version >= 10) reply->set_backup_pending(hsm.backups.Pending());
     if (version >= 10) reply->set_pending_update(hsm.firmware.Pending());
     FillHardware(hsm, reply);
-    // The HSM belongs to no replication domain: every field of the status is zero, which is
-    // the state "Zeroed".
-    reply->mutable_replication()->set_state(0);
-    return Result::kOk;
-}
-
-// No domain, so no other nodes.
-Result HandleGetReplicationNodes(Call &, const pb::GetReplicationNodes &,
-                                 pb::GetReplicationNodesReply *) {
+    FillReplicationStatus(hsm, reply->mutable_replication());
     return Result::kOk;
 }
 
@@ -123,8 +116,6 @@ void RegisterHsmStatusService(DispatchTable &table) {
     const Needs remoteInfo = Needs::Acl(pb::ACL_REMOTE_INFO);
     table.Add<&pb::Request::get_hsm_status, &pb::Response::mutable_get_hsm_status>(
         HandleGetHsmStatus, remoteInfo, kNormalSessions | kAfterRestore);
-    table.Add<&pb::Request::get_replication_nodes, &pb::Response::mutable_get_replication_nodes>(
-        HandleGetReplicationNodes, remoteInfo, kNormalSessions | kAfterRestore);
     table.Add<&pb::Request::get_uptime, &pb::Response::mutable_get_uptime>(
         HandleGetUptime, remoteInfo, kNormalSessions | kAfterRestore);
     table.Add<&pb::Request::get_hsm_clock, &pb::Response::mutable_get_hsm_clock>(

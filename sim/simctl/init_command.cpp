@@ -6,6 +6,7 @@
 
 #include "daemon/daemon_options.h"
 #include "daemon/data_directory.h"
+#include "simctl/join_copy.h"
 #include "simctl/simctl_commands.h"
 
 namespace sim {
@@ -28,7 +29,12 @@ bool IsInitCommand(const std::vector<std::string> &args) {
 
 int RunInitCommand(const std::vector<std::string> &args, std::ostream &out, std::ostream &err) {
     std::vector<std::string> daemonArgs = {args[0], args[1]};
+    std::string joined;
     for (size_t i = 3; i < args.size(); i += 2) {
+        if (args[i] == "--join" && i + 1 < args.size()) {
+            joined = args[i + 1];
+            continue;
+        }
         if (!ShapesDirectory(args[i])) {
             err << "orvena-simctl: init: bad option " << args[i] << "\n" << SimctlUsage();
             return kUsage;
@@ -44,6 +50,14 @@ int RunInitCommand(const std::vector<std::string> &args, std::ostream &out, std:
     if (parsed != ParseOutcome::kRun) {
         err << "orvena-simctl: init: " << error << "\n" << SimctlUsage();
         return kUsage;
+    }
+    if (!joined.empty()) {
+        try {
+            CopyNodeDirectory(joined, options.dataDir);
+        } catch (const std::exception &e) {
+            err << "orvena-simctl: init: " << e.what() << "\n";
+            return kFailure;
+        }
     }
     SystemClock clock;
     DataDirectory data(options.dataDir, clock, options.identity.serial);

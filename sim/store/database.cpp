@@ -1,5 +1,9 @@
 #include "store/database.h"
 
+#include <openssl/crypto.h>
+
+#include "store/commit_hook.h"
+
 namespace sim {
 
 namespace {
@@ -15,7 +19,7 @@ constexpr int kBusyTimeoutMs = 10000;
 
 }  // namespace
 
-Database::Database(const DatabaseFile &file) {
+Database::Database(const DatabaseFile &file) : hook_(file.hook) {
     if (sqlite3_open_v2(file.path.c_str(), &db_,
                         SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX,
                         file.vfs.empty() ? nullptr : file.vfs.c_str()) != SQLITE_OK) {
@@ -131,17 +135,75 @@ bool Statement::IsNull(int column) const {
     return sqlite3_column_type(stmt_, column) == SQLITE_NULL;
 }
 
+namespace {
+
+int ReplicatedTable(void *hook, const char *table) {
+    return static_cast<CommitHook *>(hook)->Replicates(table) ? 1 : 0;
+}
+
+// The change as a changeset; empty when the transaction changed no replicated row (a row
+// updated to the values it had, or changed and rolled back to a savepoint, counts as none).
+std::string TakeChangeset(sqlite3 *db, sqlite3_session *session) {
+    int size = 0;
+    void *bytes = nullptr;
+    if (sqlite3session_changeset(session, &size, &bytes) != SQLITE_OK) Fail(db, "changeset");
+    std::string changeset(static_cast<const char *>(bytes), static_cast<size_t>(size));
+    sqlite3_free(bytes);
+    return changeset;
+}
+
+}  // namespace
+
 Transaction::Transaction(Database &db, Kind kind) : db_(db) {
     db_.Execute(kind == kWrite ? "BEGIN IMMEDIATE" : "BEGIN");
+    CommitHook *hook = db_.hook();
+    if (kind != kWrite || hook == nullptr) return;
+    if (sqlite3session_create(db_.handle(), "main", &changes_) != SQLITE_OK) {
+        sqlite3_exec(db_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+        Fail(db_.handle(), "session");
+    }
+    sqlite3session_table_filter(changes_, ReplicatedTable, hook);
+    if (sqlite3session_attach(changes_, nullptr) != SQLITE_OK) {
+        sqlite3session_delete(changes_);
+        sqlite3_exec(db_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+        Fail(db_.handle(), "session");
+    }
 }
 
 Transaction::~Transaction() {
+    if (changes_ != nullptr) sqlite3session_delete(changes_);
     if (!done_) sqlite3_exec(db_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
 }
 
 void Transaction::Commit() {
-    db_.Execute("COMMIT");
+    if (changes_ == nullptr) {
+        db_.Execute("COMMIT");
+        done_ = true;
+        return;
+    }
+    std::string changeset = TakeChangeset(db_.handle(), changes_);
+    sqlite3session_delete(changes_);
+    changes_ = nullptr;
+    if (changeset.empty()) {
+        db_.Execute("COMMIT");
+        done_ = true;
+        return;
+    }
+    // The change holds what its rows hold (password hashes, sealed keys): wiped once passed on.
+    struct Wipe {
+        std::string &bytes;
+        ~Wipe() { OPENSSL_cleanse(bytes.data(), bytes.size()); }
+    } wipe{changeset};
+    CommitHook &hook = *db_.hook();
+    const uint64_t ticket = hook.Prepare(db_, changeset);
+    bool committed = sqlite3_exec(db_.handle(), "COMMIT", nullptr, nullptr, nullptr) == SQLITE_OK;
+    if (!committed) {
+        const std::string cause = sqlite3_errmsg(db_.handle());
+        hook.Finish(ticket, false);
+        throw StoreError("COMMIT: " + cause);
+    }
     done_ = true;
+    hook.Finish(ticket, true);
 }
 
 }  // namespace sim

@@ -24,12 +24,14 @@ class StorageFull : public StoreError {
   public:
     using StoreError::StoreError;
 };
+class CommitHook;
 
 // Where a connection opens: the file, and the SQLite VFS that reaches it (empty: SQLite's
 // default). Tests name a VFS that can fail writes, the way they hand in a clock.
 struct DatabaseFile {
     std::string path;
     std::string vfs;
+    CommitHook *hook = nullptr;  // consulted by every write transaction; must outlive them
 };
 
 // One connection. Not thread-safe: callers serialise access (see UserStore).
@@ -43,6 +45,7 @@ class Database {
 
     void Execute(const char *sql);
     sqlite3 *handle() const { return db_; }
+    CommitHook *hook() const { return hook_; }
 
     // Statements are compiled once per text and kept: compiling costs more than running the
     // short queries of a request. Acquire hands out the idle one (or a new one when it is in
@@ -52,6 +55,7 @@ class Database {
 
   private:
     sqlite3 *db_ = nullptr;
+    CommitHook *hook_ = nullptr;
     std::unordered_map<std::string, sqlite3_stmt *> idle_;
 };
 
@@ -87,7 +91,8 @@ class Statement {
 };
 
 // BEGIN IMMEDIATE on construction (kRead: a plain BEGIN, one snapshot for several reads
-// that lets writers go on); rolls back unless Commit() was called.
+// that lets writers go on); rolls back unless Commit() was called. A write transaction on a
+// database with a commit hook records its changes and lets the hook pass them before COMMIT.
 class Transaction {
   public:
     enum Kind { kWrite, kRead };
@@ -99,6 +104,7 @@ class Transaction {
 
   private:
     Database &db_;
+    sqlite3_session *changes_ = nullptr;
     bool done_ = false;
 };
 

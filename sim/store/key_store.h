@@ -92,6 +92,9 @@ class KeyStore {
     // an object read at one value is current for as long as the value stays. Changes made to
     // the file by another process are not counted.
     uint64_t Generation() const { return generation_.load(std::memory_order_acquire); }
+    // Counts a change another connection committed to the objects (a replicated one), so
+    // that copies read before it are read again.
+    void CountOutsideChange() { generation_.fetch_add(1, std::memory_order_acq_rel); }
 
   private:
     // REQUIRES: mutex_ held, inside a transaction.

@@ -364,12 +364,33 @@ CREATE TABLE eftd_config (
                        .c_str());
 }
 
+// This node's own view of its replication domain, never itself replicated: the other nodes
+// (and whether an operator declared one down), the last transaction the domain committed
+// here, and the journal of committed changes a node that was away catches up from.
+void KeepReplicationState(Database &db, std::string_view) {
+    db.Execute(R"sql(
+CREATE TABLE replication_nodes (
+    address TEXT PRIMARY KEY,
+    down INTEGER NOT NULL DEFAULT 0
+);
+CREATE TABLE replication_state (
+    id INTEGER PRIMARY KEY CHECK (id = 1),
+    sync_point INTEGER NOT NULL
+);
+INSERT INTO replication_state VALUES (1, 0);
+CREATE TABLE replication_journal (
+    sequence INTEGER PRIMARY KEY,
+    changeset BLOB NOT NULL
+);
+)sql");
+}
+
 using Step = void (*)(Database &db, std::string_view serial);
 
 // Step n brings the file to user_version n. Append only: a released step never changes.
-constexpr Step kSteps[] = {CreateAccounts, CreateObjects,   ChainEventLog,     IndexEventLog,
-                           KeepLineTexts,  CountChanges,    FilterClientHosts, KeepMofNStates,
-                           KeepCloudState, CreateEftdConfig};
+constexpr Step kSteps[] = {CreateAccounts, CreateObjects,    ChainEventLog,       IndexEventLog,
+                           KeepLineTexts,  CountChanges,     FilterClientHosts,   KeepMofNStates,
+                           KeepCloudState, CreateEftdConfig, KeepReplicationState};
 
 int64_t Version(Database &db) {
     Statement read(db, "PRAGMA user_version");

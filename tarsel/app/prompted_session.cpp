@@ -20,9 +20,8 @@ void CopyField(char (&field)[N], const char *text) {
 
 }  // namespace
 
-uint32_t OpenSessionPrompted(QSessionHandle *session, PromptedLogin *login, bool askAddress,
-                             bool askUser, bool askPassword, bool askOtp, bool *otpGiven,
-                             uint32_t flags) {
+uint32_t ReadLoginPrompted(PromptedLogin *login, bool askAddress, bool askUser, bool askPassword,
+                           bool askOtp, bool *otpGiven) {
     Secret<char[17]> user;
     Secret<char[17]> password;
     memset(login->otp, 0, sizeof login->otp);
@@ -57,7 +56,14 @@ uint32_t OpenSessionPrompted(QSessionHandle *session, PromptedLogin *login, bool
         record.otpLength = uint32_t(strlen(login->otp));
         if (otpGiven != nullptr) *otpGiven = true;
     }
-    return QOpenSession(session, Q_LOGIN_PASSWORD, &record, sizeof record, flags);
+    return 0;
+}
+
+uint32_t OpenSessionPrompted(QSessionHandle *session, PromptedLogin *login, bool askAddress,
+                             bool askUser, bool askPassword, bool askOtp, bool *otpGiven,
+                             uint32_t flags) {
+    if (ReadLoginPrompted(login, askAddress, askUser, askPassword, askOtp, otpGiven) != 0) return 1;
+    return QOpenSession(session, Q_LOGIN_PASSWORD, &login->record, sizeof login->record, flags);
 }
 
 uint32_t OpenAnonymousSession(const char *address, uint32_t port,

@@ -15,6 +15,12 @@ struct PromptedLogin {
     char otp[17];
 };
 
+// Asks only the chosen items into login->record, as OpenSessionPrompted does, without opening
+// anything: for credentials that open several sessions. Returns 0, or 1 after "Operation
+// cancelled!".
+uint32_t ReadLoginPrompted(PromptedLogin *login, bool askAddress, bool askUser, bool askPassword,
+                           bool askOtp, bool *otpGiven);
+
 // Asks only the chosen items into login->record ("HSM Orvena IP : ", "HSM User ID : ",
 // "HSM User Password :" masked, "OTP [optional, ENTER for none] : "; what is not asked
 // stays as the caller left it) and opens a password session with `flags`.

@@ -124,9 +124,9 @@ TEST(HsmInfoScreen, EachRecordVersionShowsWhatItCarries) {
                         "            State : Zeroed\n"
                         "  Joined Repl Dmn : no\n"
                         "       Sync Point : 0000000000000000    0000\n"
-                        "   Interface Bind : None\n"
-                        "  Manager Pulsing : off -    0 secs\n"
-                        " Recovery Pulsing : off -    0 secs\n"
+                        "   Interface Bind : [0] - lo 127.0.0.1\n"
+                        "  Manager Pulsing : on -    2 secs\n"
+                        " Recovery Pulsing : on -    2 secs\n"
                         "        Node List : None\n\n"
                         "          Password Policy\n\n"
                         "   Minimal Lenght : 8\n"));

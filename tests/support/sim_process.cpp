@@ -97,6 +97,10 @@ SimProcess::SimProcess(Options options) : options_(std::move(options)) {
         return;
     }
     dataDir_ = pattern;
+    if (!options_.joinDataDir.empty() && Simctl({"init", "--join", options_.joinDataDir}) != 0) {
+        ADD_FAILURE() << "orvena-simctl init --join failed";
+        return;
+    }
     Start();
 }
 
@@ -120,7 +124,7 @@ void SimProcess::Start() {
 bool SimProcess::TryStart(uint16_t discoveryPort) {
     std::vector<std::string> args = {ORVENA_SIM_PATH,
                                      "--listen",
-                                     "127.0.0.1:0",
+                                     options_.host + ":" + std::to_string(options_.port),
                                      "--data",
                                      dataDir_,
                                      "--discovery-port",
@@ -141,8 +145,9 @@ bool SimProcess::TryStart(uint16_t discoveryPort) {
     while (ReadLineUntil(stdoutFd_, deadline, &line)) {
         unsigned port = 0;
         unsigned discovery = 0;
-        int fields = std::sscanf(line.c_str(), "orvena-sim ready on 127.0.0.1:%u discovery %u",
-                                 &port, &discovery);
+        const std::string ready = "orvena-sim ready on " + options_.host + ":";
+        if (line.rfind(ready, 0) != 0) continue;
+        int fields = std::sscanf(line.c_str() + ready.size(), "%u discovery %u", &port, &discovery);
         if (fields >= 1) {
             port_ = static_cast<uint16_t>(port);
             discoveryPort_ = static_cast<uint16_t>(fields == 2 ? discovery : 0);
@@ -173,6 +178,7 @@ int SimProcess::Wait() {
 int SimProcess::Stop() {
     if (pid_ <= 0) return -1;
     ::kill(pid_, SIGTERM);
+    ::kill(pid_, SIGCONT);
     return Wait();
 }
 

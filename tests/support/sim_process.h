@@ -14,6 +14,13 @@ class SimProcess {
         std::string stderrPath = {};  // the daemon's diagnostics, appended; "" = ours
         std::string initPassword = "Operator#12345";
         std::vector<std::string> extraArgs = {};  // e.g. {"--firmware", "5.0.34.99"}
+        // Where to listen: nodes of one replication domain share a port, each on its own
+        // loopback address. Port 0 picks a free one.
+        std::string host = "127.0.0.1";
+        uint16_t port = 0;
+        // The data directory of a node to join: the new one starts as its copy (simctl init
+        // --join) with its own identity.
+        std::string joinDataDir = {};
     };
 
     SimProcess();
@@ -34,11 +41,14 @@ class SimProcess {
     pid_t pid() const { return pid_; }
     const std::string &initPassword() const { return options_.initPassword; }
 
-    // SIGTERM, then waits; returns the exit status (-1 when none was running). Idempotent.
+    const std::string &host() const { return options_.host; }
+
+    // SIGTERM (and SIGCONT, for a stopped one), then waits; returns the exit status (-1 when
+    // none was running). Idempotent.
     int Stop();
     // SIGKILL, then waits.
     void Kill();
-    // Starts again on the same data directory; the ports may change.
+    // Starts again on the same data directory; the ports may change unless one was given.
     void Restart();
 
     // Runs orvena-simctl --data <dir> <args...>; returns its exit status, stdout in *out.

@@ -137,7 +137,9 @@ TEST_F(SimDispatch, RightsAreReadFreshAndCheckedBeforeAnyHandlerRuns) {
                                       pb::Request::kSetSecurityPolicy,
                                       pb::Request::kSetEftdHeaderLength,
                                       pb::Request::kSetEftdPinLength,
-                                      pb::Request::kResetEftdConfig};
+                                      pb::Request::kResetEftdConfig,
+                                      pb::Request::kRefreshReplication,
+                                      pb::Request::kNodeOperation};
     std::set<int> allowed;
     for (const auto &[number, entry] : recording_.entries())
         if (!needRights.count(number)) allowed.insert(number);

@@ -6,6 +6,7 @@
 #include "hsm/hsm_actions.h"
 #include "hsm/ip_filter_actions.h"
 #include "hsm/log_actions.h"
+#include "hsm/replication_actions.h"
 
 using namespace menu_table;
 
@@ -33,9 +34,9 @@ constexpr MenuEntry kMonitoringItems[] = {
 constexpr MenuEntry kReplicationNodesItems[] = {
     Title(0, ""),
     Action(0, "List", kAnyone, NotAvailableAction),
-    Action(0, "Add", kAnyone, NotAvailableAction),
-    Action(0, "Delete", kAnyone, NotAvailableAction),
-    Action(0, "Test", kAnyone, NotAvailableAction),
+    Action(0, "Add", kAnyone, AddNode),
+    Action(0, "Delete", kAnyone, DeleteNode),
+    Action(0, "Test", kAnyone, TestNode),
 };
 constexpr MenuDefinition kReplicationNodesMenu =
     DefineMenu("HSM - Replication - Nodes", kReplicationNodesItems);
@@ -44,9 +45,9 @@ constexpr MenuEntry kReplicationItems[] = {
     Title(0, ""),
     Action(0, "Info", kAnyone, ShowReplicationAction),
     Nested(0, "Nodes", kAnyone, kReplicationNodesMenu),
-    Action(0, "Refresh", kAnyone, NotAvailableAction),
-    Action(0, "Cross Check", kAnyone, NotAvailableAction),
-    Action(0, "Notify Node Down", kAnyone, NotAvailableAction),
+    Action(0, "Refresh", kAnyone, RefreshReplication),
+    Action(0, "Cross Check", kAnyone, CrossCheckNodes),
+    Action(0, "Notify Node Down", kAnyone, NotifyNodeDown),
 };
 
 constexpr MenuEntry kIpFilterItems[] = {

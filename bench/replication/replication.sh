@@ -1,0 +1,76 @@
+#!/usr/bin/env bash
+# Replication figures, in one run:
+#  1. AES-256 key generation by REPL_BENCH_SESSIONS sessions (default 16) on a single node and
+#     on one node of a 3-node domain: the domain's throughput at least 0.5x the single node's,
+#     its median acknowledgement at most the single node's plus 2 loopback round trips (the
+#     round trip measured as a liveness request);
+#  2. catch-up of REPL_BENCH_CHANGES changes (default 10,000) by a node that was stopped while
+#     they were made: at most as long as making them took.
+set -euo pipefail
+cd "$(dirname "$0")/../.."
+build=${REPL_BENCH_BUILD:-build/bench}
+sessions=${REPL_BENCH_SESSIONS:-16}
+seconds=${REPL_BENCH_SECONDS:-10}
+changes=${REPL_BENCH_CHANGES:-10000}
+cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DTARSEL_BENCH=ON >/dev/null
+cmake --build "$build" -j2 --target orvena-sim orvena-simctl replication_bench >/dev/null
+
+work=$(mktemp -d /tmp/orvena-repl-bench.XXXXXX)
+pids=()
+cleanup() {
+  for p in "${pids[@]}"; do kill -CONT "$p" 2>/dev/null || true; kill "$p" 2>/dev/null || true; done
+  wait 2>/dev/null || true
+  rm -rf "$work"
+}
+trap cleanup EXIT
+
+password='Bench#Passw0rd1'
+net="127.$((RANDOM % 200 + 20)).$((RANDOM % 250))"
+bench="$build"/bench/replication_bench
+export ORVENA_BENCH_PASSWORD=$password
+
+# start_node NAME ADDRESS PORT: the daemon on ADDRESS:PORT; sets node_pid and, for port 0, port.
+start_node() {
+  "$build"/sim/orvena-sim --listen "$2:$3" --data "$work/$1" --init-password "$password" \
+    --discovery-port 0 >"$work/$1.log" 2>&1 &
+  node_pid=$!
+  pids+=($node_pid)
+  for _ in $(seq 100); do grep -q ready "$work/$1.log" && break; sleep 0.1; done
+  port=$(sed -n 's/.*ready on [0-9.]*:\([0-9]*\).*/\1/p' "$work/$1.log")
+}
+sync_point() { sqlite3 "$work/$1/hsm.db" "SELECT sync_point FROM replication_state"; }
+
+start_node single "$net.1" 0
+export ORVENA_BENCH_HOST=$net.1 ORVENA_BENCH_PORT=$port
+read -r single_rate single_ms < <($bench generate "$seconds" "$sessions")
+rtt_ms=$($bench rtt)
+
+start_node a "$net.2" 0
+"$build"/sim/orvena-simctl --data "$work/b" init --join "$work/a" --serial OVBENCH0002 >/dev/null
+"$build"/sim/orvena-simctl --data "$work/c" init --join "$work/a" --serial OVBENCH0003 >/dev/null
+start_node b "$net.3" "$port"
+start_node c "$net.4" "$port"
+c_pid=$node_pid
+export ORVENA_BENCH_HOST=$net.2 ORVENA_BENCH_PORT=$port
+$bench node 3 "$net.3"
+$bench node 3 "$net.4"
+read -r domain_rate domain_ms < <($bench generate "$seconds" "$sessions")
+
+kill -STOP "$c_pid"
+$bench node 2 "$net.4"
+ORVENA_BENCH_HOST=$net.3 $bench node 2 "$net.4"
+made_s=$($bench count "$changes" "$sessions")
+target=$(sync_point a)
+start=$(date +%s.%N)
+kill -CONT "$c_pid"
+until [ "$(sync_point c)" = "$target" ]; do sleep 0.02; done
+catchup_s=$(awk -v s="$start" -v e="$(date +%s.%N)" 'BEGIN { printf "%.3f", e - s }')
+
+ratio=$(awk -v a="$domain_rate" -v b="$single_rate" 'BEGIN { printf "%.2f", a / b }')
+latency_bound=$(awk -v a="$single_ms" -v r="$rtt_ms" 'BEGIN { printf "%.3f", a + 2 * r }')
+echo "key generation, $sessions sessions, $seconds s each:"
+echo "  single node    $single_rate keys/s, median ack $single_ms ms"
+echo "  3-node domain  $domain_rate keys/s, median ack $domain_ms ms"
+echo "  throughput ratio $ratio (target >= 0.5); loopback round trip $rtt_ms ms;"
+echo "  median bound $latency_bound ms (single + 2 round trips)"
+echo "catch-up of $changes changes: $catchup_s s, making them took $made_s s"

@@ -1,0 +1,45 @@
+#pragma once
+// The replication tables of one node (see the schema): its node list, its sync point and the
+// journal of committed changes. Every function works inside the caller's transaction on `db`.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "store/database.h"
+
+namespace sim {
+
+struct NodeEntry {
+    std::string address;
+    bool down = false;
+};
+
+// The nodes in the numeric order of their addresses.
+std::vector<NodeEntry> ReadNodes(Database &db);
+bool AddNodeEntry(Database &db, const std::string &address);     // false when present already
+bool RemoveNodeEntry(Database &db, const std::string &address);  // false when absent
+bool MarkNodeDown(Database &db, const std::string &address, bool down);  // false when absent
+
+// The last transaction of the domain committed here.
+uint64_t ReadSyncPoint(Database &db);
+// Journals `changeset` as transaction `sequence`, which becomes the sync point.
+void RecordChange(Database &db, uint64_t sequence, const std::string &changeset);
+
+struct JournalChange {
+    uint64_t sequence = 0;
+    std::string changeset;
+};
+// At most `limit` changes after `syncPoint`, in order.
+std::vector<JournalChange> ReadChangesAfter(Database &db, uint64_t syncPoint, uint32_t limit);
+
+// Applies another node's change. False, with nothing applied, when a row is not as the change
+// expects: the nodes were not in step, and the transaction must not commit.
+bool ApplyChange(Database &db, const std::string &changeset);
+
+// Orders dotted IPv4 addresses numerically.
+bool AddressBefore(const std::string &a, const std::string &b);
+// Whether `text` is a dotted IPv4 address.
+bool IsNodeAddress(const std::string &text);
+
+}  // namespace sim

@@ -1,0 +1,623 @@
+#include "replication/replicator.h"
+
+#include <openssl/crypto.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <set>
+
+#include "secret_fields.h"
+
+namespace sim {
+
+namespace {
+
+// The state numbers of the information record.
+enum State : uint32_t {
+    kZeroed = 0,
+    kUndefined = 1,
+    kPhase1Participant = 2,
+    kPhase2Participant = 3,
+    kPhase2Coordinator = 4,
+    kInvalid = 5,
+    kLiveSync = 6,
+};
+
+// Changes a node fetches at once while it catches up, and applies in one transaction.
+constexpr uint32_t kCatchUpBatch = 2000;
+
+// Tables the whole domain shares. The event logs, the backup counter and the network
+// settings are each HSM's own, and so is the replication state.
+const std::set<std::string, std::less<>> kReplicatedTables = {
+    "users", "oath_tokens", "access_tokens", "password_policy", "objects"};
+
+DatabaseFile WithoutHook(DatabaseFile file) {
+    file.hook = nullptr;
+    return file;
+}
+
+bool SendMessage(wire::Stream &stream, google::protobuf::Message &response) {
+    std::string bytes;
+    bool sent = response.SerializeToString(&bytes) && wire::WriteFrame(stream, bytes) == wire::OK;
+    if (wire::WipeSecretFields(response)) OPENSSL_cleanse(bytes.data(), bytes.size());
+    return sent;
+}
+
+}  // namespace
+
+// The node side of one connection from another node's coordinator: at most one change held
+// open at a time, in its own connection to the database, rolled back if the coordinator goes
+// away before phase 2.
+class Replicator::Participant {
+  public:
+    Participant(Replicator &owner, const std::string &peer)
+        : owner_(owner),
+          db_(owner.file_),
+          outranks_(AddressBefore(peer, owner.settings_.self.address)) {
+        sqlite3_busy_handler(db_.handle(), &Participant::WaitForLock, this);
+    }
+    ~Participant() {
+        if (open_) Rollback();
+    }
+
+    Result Prepare(const wire::pb::PrepareChange &change) {
+        if (open_) return Result::kProtocol;
+        waitUntil_ = std::chrono::steady_clock::now() +
+                     std::chrono::milliseconds(owner_.settings_.self.timeoutMs / 2);
+        if (sqlite3_exec(db_.handle(), "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) != SQLITE_OK)
+            return Result::kReplicationConflict;
+        open_ = true;
+        sequence_ = change.sequence();
+        const uint64_t syncPoint = ReadSyncPoint(db_);
+        if (change.sequence() != syncPoint + 1) {
+            Rollback();
+            if (change.sequence() > syncPoint + 1) owner_.pulseWake_.notify_all();
+            return Result::kOutOfSync;
+        }
+        if (!ApplyChange(db_, change.changeset())) {
+            Rollback();
+            return Result::kReplicationConflict;
+        }
+        RecordChange(db_, change.sequence(), change.changeset());
+        owner_.SetState(kPhase1Participant);
+        return Result::kOk;
+    }
+
+    Result Finish(const wire::pb::FinishChange &finish) {
+        if (!open_ || finish.sequence() != sequence_) return Result::kProtocol;
+        if (!finish.commit()) {
+            Rollback();
+            owner_.SetState(kLiveSync);
+            return Result::kOk;
+        }
+        owner_.SetState(kPhase2Participant);
+        const bool committed =
+            sqlite3_exec(db_.handle(), "COMMIT", nullptr, nullptr, nullptr) == SQLITE_OK;
+        if (!committed) Rollback();
+        open_ = false;
+        owner_.applied_++;
+        if (committed) owner_.changesApplied_();
+        owner_.SetState(kLiveSync);
+        return committed ? Result::kOk : Result::kInternal;
+    }
+
+    Database &db() { return db_; }
+
+  private:
+    void Rollback() {
+        sqlite3_exec(db_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+        open_ = false;
+    }
+
+    // While this node's own coordinator holds the write lock and asks the others, a change
+    // from a node that outranks it waits (this node's change will be refused there) and one
+    // from a node it outranks is refused at once (that node's waits for ours).
+    static int WaitForLock(void *self, int) {
+        auto *participant = static_cast<Participant *>(self);
+        if (participant->owner_.coordinating_ && !participant->outranks_) return 0;
+        if (std::chrono::steady_clock::now() > participant->waitUntil_) return 0;
+        ::usleep(200);
+        return 1;
+    }
+
+    Replicator &owner_;
+    Database db_;
+    const bool outranks_;
+    bool open_ = false;
+    uint64_t sequence_ = 0;
+    std::chrono::steady_clock::time_point waitUntil_;
+};
+
+Replicator::Replicator(const DatabaseFile &file, const MasterKey &masterKey,
+                       ReplicationSettings settings, const Clock &clock, DiagnosticLog &log)
+    : settings_(std::move(settings)),
+      file_(WithoutHook(file)),
+      nodeKey_(NodeKey(masterKey)),
+      clock_(clock),
+      log_(log),
+      db_(file_),
+      state_(kZeroed) {
+    settings_.self.timeoutMs = settings_.managerSeconds * 1000;
+    std::lock_guard lock(dbMutex_);
+    SetState(ReadNodes(db_).empty() ? kZeroed : kUndefined);
+}
+
+Replicator::~Replicator() {
+    Stop();
+}
+
+void Replicator::Start(uint16_t port) {
+    settings_.self.port = port;
+    pulse_ = std::thread([this] { PulseLoop(); });
+}
+
+void Replicator::Stop() {
+    {
+        std::lock_guard lock(pulseMutex_);
+        stopping_ = true;
+    }
+    pulseWake_.notify_all();
+    if (pulse_.joinable()) pulse_.join();
+}
+
+void Replicator::SetState(uint32_t state) {
+    if (state_.exchange(state) != state) when_ = static_cast<uint64_t>(clock_.Now());
+}
+
+bool Replicator::Replicates(const char *table) const {
+    return kReplicatedTables.count(std::string_view(table)) != 0;
+}
+
+Result Replicator::OpenLink(const std::string &address, std::unique_ptr<NodeLink> *link) {
+    return NodeLink::Open(settings_.self, nodeKey_, address, link);
+}
+
+NodeLink *Replicator::LinkTo(const std::string &address, Result *result) {
+    auto found = links_.find(address);
+    if (found != links_.end()) return found->second.get();
+    std::unique_ptr<NodeLink> link;
+    *result = OpenLink(address, &link);
+    if (*result != Result::kOk) return nullptr;
+    return (links_[address] = std::move(link)).get();
+}
+
+uint64_t Replicator::Prepare(Database &db, const std::string &changeset) {
+    coordinator_.lock();
+    coordinating_ = true;
+    const uint64_t sequence = ReadSyncPoint(db) + 1;
+    pending_ = sequence;
+    prepared_.clear();
+    try {
+        const std::vector<NodeEntry> nodes = ReadNodes(db);
+        alone_ = nodes.empty();
+        if (!alone_) SetState(kPhase2Coordinator);
+        PrepareOnActive(nodes, sequence, changeset);
+        RecordChange(db, sequence, changeset);
+    } catch (...) {
+        AbortPrepared(sequence);
+        throw;
+    }
+    return sequence;
+}
+
+// Every node is asked at once; whichever refuses first decides what the client hears, and
+// every node that held the change is told to drop it (AbortPrepared, by the caller).
+void Replicator::PrepareOnActive(const std::vector<NodeEntry> &nodes, uint64_t sequence,
+                                 const std::string &changeset) {
+    Result refusal = Result::kOk;
+    std::string refusedBy;
+    auto refuse = [&](const std::string &address, Result result) {
+        if (result == Result::kReplicationUnreachable) links_.erase(address);
+        if (refusal != Result::kOk) return;
+        if (result == Result::kOutOfSync) pulseWake_.notify_all();
+        if (result != Result::kOutOfSync && result != Result::kReplicationConflict)
+            result = Result::kReplicationUnreachable;
+        refusal = result;
+        refusedBy = address;
+    };
+    std::vector<std::string> asked;
+    for (const NodeEntry &node : nodes) {
+        if (node.down) continue;
+        Result result = Result::kOk;
+        NodeLink *link = LinkTo(node.address, &result);
+        wire::pb::NodeRequest request;
+        request.mutable_prepare_change()->set_sequence(sequence);
+        request.mutable_prepare_change()->set_changeset(changeset);
+        if (link != nullptr && link->Send(request))
+            asked.push_back(node.address);
+        else
+            refuse(node.address, link == nullptr ? result : Result::kReplicationUnreachable);
+    }
+    for (const std::string &address : asked) {
+        wire::pb::NodeResponse response;
+        const Result result = links_[address]->Receive(&response);
+        if (result == Result::kOk)
+            prepared_.push_back(address);
+        else
+            refuse(address, result);
+    }
+    if (refusal != Result::kOk)
+        throw CommitRefused(refusal, "replication to " + refusedBy + " refused");
+}
+
+void Replicator::AbortPrepared(uint64_t sequence) {
+    for (const std::string &address : prepared_) {
+        wire::pb::NodeRequest request;
+        request.mutable_finish_change()->set_sequence(sequence);
+        request.mutable_finish_change()->set_commit(false);
+        wire::pb::NodeResponse response;
+        if (links_[address]->Call(request, &response) == Result::kReplicationUnreachable)
+            links_.erase(address);
+    }
+    prepared_.clear();
+    pending_ = 0;
+    coordinating_ = false;
+    if (!alone_) SetState(kLiveSync);
+    coordinator_.unlock();
+}
+
+void Replicator::Finish(uint64_t ticket, bool committed) {
+    if (!committed) {
+        AbortPrepared(ticket);
+        return;
+    }
+    // Every node commits at once; the client waits for the slowest.
+    std::vector<std::string> asked;
+    for (const std::string &address : prepared_) {
+        wire::pb::NodeRequest request;
+        request.mutable_finish_change()->set_sequence(ticket);
+        request.mutable_finish_change()->set_commit(true);
+        if (links_[address]->Send(request)) asked.push_back(address);
+    }
+    std::string unconfirmed;
+    for (const std::string &address : asked) {
+        wire::pb::NodeResponse response;
+        if (links_[address]->Receive(&response) != Result::kOk) unconfirmed = address;
+    }
+    for (const std::string &address : prepared_) {
+        if (std::find(asked.begin(), asked.end(), address) == asked.end()) unconfirmed = address;
+    }
+    if (!unconfirmed.empty()) links_.erase(unconfirmed);
+    prepared_.clear();
+    pending_ = 0;
+    applied_++;
+    coordinating_ = false;
+    if (!alone_) SetState(kLiveSync);
+    coordinator_.unlock();
+    // Committed here; the node that did not confirm has it prepared, or catches up.
+    if (!unconfirmed.empty())
+        throw CommitRefused(Result::kReplicationUnreachable,
+                            "commit not confirmed by " + unconfirmed);
+}
+
+Result Replicator::TestNode(const std::string &address) {
+    std::unique_ptr<NodeLink> link;
+    Result result = OpenLink(address, &link);
+    return result == Result::kOk || result == Result::kForeignNode ? result
+                                                                   : Result::kNodeTestFailed;
+}
+
+Result Replicator::NotifyNodeDown(const std::string &address) {
+    {
+        std::lock_guard lock(dbMutex_);
+        if (!MarkNodeDown(db_, address, true)) return Result::kNodeUnknown;
+    }
+    std::lock_guard lock(coordinator_);
+    links_.erase(address);
+    return Result::kOk;
+}
+
+Result Replicator::AddNode(const std::string &address) {
+    if (!IsNodeAddress(address) || address == settings_.self.address)
+        return Result::kInvalidParameter;
+    std::vector<NodeEntry> nodes;
+    {
+        std::lock_guard lock(dbMutex_);
+        nodes = ReadNodes(db_);
+    }
+    for (const NodeEntry &node : nodes) {
+        if (node.address == address) return Result::kNodeExists;
+    }
+    if (nodes.size() >= 255) return Result::kNodeListFull;
+    std::unique_ptr<NodeLink> link;
+    Result result = OpenLink(address, &link);
+    if (result != Result::kOk) return result;
+    // The new node learns the whole domain, this node included.
+    wire::pb::NodeRequest request;
+    auto *change = request.mutable_change_membership();
+    change->set_add(true);
+    change->set_address(address);
+    change->add_nodes(settings_.self.address);
+    for (const NodeEntry &node : nodes)
+        change->add_nodes(node.address);
+    wire::pb::NodeResponse response;
+    if (Result told = link->Call(request, &response); told != Result::kOk) return told;
+    SpreadMembership(address, true, address);
+    {
+        std::lock_guard lock(dbMutex_);
+        AddNodeEntry(db_, address);
+    }
+    SetState(kLiveSync);
+    pulseWake_.notify_all();
+    return Result::kOk;
+}
+
+Result Replicator::DeleteNode(const std::string &address) {
+    {
+        std::lock_guard lock(dbMutex_);
+        if (!RemoveNodeEntry(db_, address)) return Result::kNodeUnknown;
+        if (ReadNodes(db_).empty()) SetState(kZeroed);
+    }
+    {
+        std::lock_guard lock(coordinator_);
+        links_.erase(address);
+    }
+    SpreadMembership(address, false, "");
+    return Result::kOk;
+}
+
+void Replicator::SpreadMembership(const std::string &address, bool add, const std::string &except) {
+    std::vector<NodeEntry> nodes;
+    {
+        std::lock_guard lock(dbMutex_);
+        nodes = ReadNodes(db_);
+    }
+    for (const NodeEntry &node : nodes) {
+        if (node.down || node.address == except) continue;
+        std::unique_ptr<NodeLink> link;
+        if (OpenLink(node.address, &link) != Result::kOk) continue;
+        wire::pb::NodeRequest request;
+        request.mutable_change_membership()->set_address(address);
+        request.mutable_change_membership()->set_add(add);
+        if (!add && node.address == address) {
+            // The node leaving forgets the whole domain.
+            for (const NodeEntry &other : nodes)
+                request.mutable_change_membership()->add_nodes(other.address);
+            request.mutable_change_membership()->add_nodes(settings_.self.address);
+        }
+        wire::pb::NodeResponse response;
+        (void)link->Call(request, &response);
+    }
+    if (!add) {
+        // The node was removed from this list already; it is told to leave as well.
+        std::unique_ptr<NodeLink> link;
+        if (OpenLink(address, &link) != Result::kOk) return;
+        wire::pb::NodeRequest request;
+        request.mutable_change_membership()->set_address(address);
+        request.mutable_change_membership()->set_add(false);
+        request.mutable_change_membership()->add_nodes(settings_.self.address);
+        for (const NodeEntry &other : nodes)
+            request.mutable_change_membership()->add_nodes(other.address);
+        wire::pb::NodeResponse response;
+        (void)link->Call(request, &response);
+    }
+}
+
+Result Replicator::Refresh() {
+    std::vector<NodeEntry> nodes;
+    {
+        std::lock_guard lock(dbMutex_);
+        nodes = ReadNodes(db_);
+    }
+    std::lock_guard lock(coordinator_);
+    links_.clear();
+    for (const NodeEntry &node : nodes) {
+        std::unique_ptr<NodeLink> link;
+        if (!node.down && OpenLink(node.address, &link) == Result::kOk)
+            links_[node.address] = std::move(link);
+    }
+    return Result::kOk;
+}
+
+std::vector<std::string> Replicator::Nodes() {
+    std::lock_guard lock(dbMutex_);
+    std::vector<std::string> addresses;
+    for (const NodeEntry &node : ReadNodes(db_))
+        addresses.push_back(node.address);
+    return addresses;
+}
+
+ReplicationView Replicator::View() {
+    ReplicationView view;
+    view.pendingTransaction = pending_;
+    view.when = when_;
+    view.state = state_;
+    view.syncCounter = applied_;
+    view.managerSeconds = static_cast<uint32_t>(settings_.managerSeconds);
+    view.recoverySeconds = static_cast<uint32_t>(settings_.recoverySeconds);
+    view.bindAddress = settings_.self.address;
+    std::lock_guard lock(dbMutex_);
+    view.syncPoint = ReadSyncPoint(db_);
+    for (const NodeEntry &node : ReadNodes(db_))
+        view.nodes.push_back(node.address);
+    view.joined = !view.nodes.empty();
+    return view;
+}
+
+void Replicator::ServeNode(wire::Stream &stream, const std::string &binding,
+                           const wire::pb::NodeHello &hello) {
+    wire::pb::Response welcome;
+    const std::string expected = NodeProof(nodeKey_, "client", binding);
+    if (binding.empty() || expected.size() != hello.proof().size() ||
+        CRYPTO_memcmp(expected.data(), hello.proof().data(), expected.size()) != 0) {
+        welcome.set_status(wire::ERR_REPL_FOREIGN_NODE);
+        SendMessage(stream, welcome);
+        return;
+    }
+    Participant participant(*this, hello.address());
+    welcome.mutable_node_hello()->set_proof(NodeProof(nodeKey_, "server", binding));
+    welcome.mutable_node_hello()->set_sync_point(ReadSyncPoint(participant.db()));
+    if (!SendMessage(stream, welcome)) return;
+    wire::pb::NodeResponse response;
+    std::string payload;
+    wire::pb::NodeRequest request;
+    while (wire::ReadFrame(stream, payload) == wire::OK) {
+        bool parsed = request.ParseFromString(payload);
+        OPENSSL_cleanse(payload.data(), payload.size());
+        response.Clear();
+        Result result = Result::kProtocol;
+        try {
+            if (parsed) result = Serve(participant, request, &response);
+        } catch (const std::exception &e) {
+            log_.Write(std::string("replication: ") + e.what());
+            result = Result::kInternal;
+        }
+        wire::WipeSecretFields(request);
+        if (result != Result::kOk) response.clear_body();
+        response.set_status(ToWireStatus(result));
+        if (!SendMessage(stream, response)) return;
+    }
+}
+
+Result Replicator::Serve(Participant &participant, const wire::pb::NodeRequest &request,
+                         wire::pb::NodeResponse *response) {
+    switch (request.body_case()) {
+        case wire::pb::NodeRequest::kPrepareChange:
+            response->mutable_prepare_change();
+            return participant.Prepare(request.prepare_change());
+        case wire::pb::NodeRequest::kFinishChange:
+            response->mutable_finish_change();
+            return participant.Finish(request.finish_change());
+        case wire::pb::NodeRequest::kNodePulse: {
+            auto *reply = response->mutable_node_pulse();
+            reply->set_sync_point(ReadSyncPoint(participant.db()));
+            for (const NodeEntry &node : ReadNodes(participant.db()))
+                reply->add_nodes(node.address);
+            return Result::kOk;
+        }
+        case wire::pb::NodeRequest::kFetchChanges: {
+            auto *reply = response->mutable_fetch_changes();
+            Transaction snapshot(participant.db(), Transaction::kRead);
+            reply->set_sync_point(ReadSyncPoint(participant.db()));
+            for (JournalChange &change :
+                 ReadChangesAfter(participant.db(), request.fetch_changes().sync_point(),
+                                  std::min(request.fetch_changes().limit(), kCatchUpBatch))) {
+                auto *entry = reply->add_entries();
+                entry->set_sequence(change.sequence);
+                entry->set_changeset(std::move(change.changeset));
+            }
+            return Result::kOk;
+        }
+        case wire::pb::NodeRequest::kChangeMembership:
+            response->mutable_change_membership();
+            ChangeMembership(request.change_membership());
+            return Result::kOk;
+        default:
+            return Result::kProtocol;
+    }
+}
+
+void Replicator::ChangeMembership(const wire::pb::ChangeMembership &change) {
+    bool joined = false;
+    {
+        std::lock_guard lock(dbMutex_);
+        Transaction tx(db_);
+        if (change.add()) {
+            for (const std::string &address : change.nodes()) {
+                if (address != settings_.self.address) AddNodeEntry(db_, address);
+            }
+            if (change.address() != settings_.self.address) AddNodeEntry(db_, change.address());
+        } else if (change.address() == settings_.self.address) {
+            for (const std::string &address : change.nodes())
+                RemoveNodeEntry(db_, address);
+        } else {
+            RemoveNodeEntry(db_, change.address());
+        }
+        joined = !ReadNodes(db_).empty();
+        tx.Commit();
+    }
+    SetState(joined ? kLiveSync : kZeroed);
+    std::lock_guard links(coordinator_);
+    links_.clear();
+}
+
+void Replicator::PulseLoop() {
+    std::unique_lock lock(pulseMutex_);
+    while (!stopping_) {
+        lock.unlock();
+        try {
+            CatchUp();
+            BringBackDownNodes();
+        } catch (const std::exception &e) {
+            log_.Write(std::string("replication pulse: ") + e.what());
+        }
+        lock.lock();
+        pulseWake_.wait_for(lock, std::chrono::seconds(settings_.recoverySeconds));
+    }
+}
+
+// A node that was away, or missed the end of a change, takes what it missed from a node that
+// is further on.
+void Replicator::CatchUp() {
+    std::vector<NodeEntry> nodes;
+    uint64_t mine = 0;
+    {
+        std::lock_guard lock(dbMutex_);
+        nodes = ReadNodes(db_);
+        mine = ReadSyncPoint(db_);
+    }
+    for (const NodeEntry &node : nodes) {
+        std::unique_ptr<NodeLink> link;
+        if (OpenLink(node.address, &link) != Result::kOk) continue;
+        if (link->helloSyncPoint() <= mine) continue;
+        SetState(kUndefined);
+        while (CatchUpFrom(*link)) {
+        }
+        SetState(kLiveSync);
+        return;
+    }
+}
+
+bool Replicator::CatchUpFrom(NodeLink &link) {
+    std::lock_guard lock(dbMutex_);
+    wire::pb::NodeRequest request;
+    request.mutable_fetch_changes()->set_sync_point(ReadSyncPoint(db_));
+    request.mutable_fetch_changes()->set_limit(kCatchUpBatch);
+    wire::pb::NodeResponse response;
+    const bool applied = link.Call(request, &response) == Result::kOk && ApplyFetched(response);
+    wire::WipeSecretFields(response);
+    return applied;
+}
+
+bool Replicator::ApplyFetched(const wire::pb::NodeResponse &response) {
+    const auto &entries = response.fetch_changes().entries();
+    if (entries.empty()) return false;
+    Transaction tx(db_);
+    for (const auto &entry : entries) {
+        if (entry.sequence() != ReadSyncPoint(db_) + 1 || !ApplyChange(db_, entry.changeset()))
+            return false;
+        RecordChange(db_, entry.sequence(), entry.changeset());
+    }
+    tx.Commit();
+    applied_ += static_cast<uint32_t>(entries.size());
+    changesApplied_();
+    return true;
+}
+
+// A node declared down comes back into the active list once it is exactly as far as this
+// node. The check holds this node's write lock, so that no change commits in between.
+void Replicator::BringBackDownNodes() {
+    std::vector<NodeEntry> nodes;
+    {
+        std::lock_guard lock(dbMutex_);
+        nodes = ReadNodes(db_);
+    }
+    for (const NodeEntry &node : nodes) {
+        if (!node.down) continue;
+        std::unique_ptr<NodeLink> link;
+        if (OpenLink(node.address, &link) != Result::kOk) continue;
+        std::lock_guard lock(dbMutex_);
+        Transaction tx(db_);
+        wire::pb::NodeRequest request;
+        request.mutable_node_pulse();
+        wire::pb::NodeResponse response;
+        if (link->Call(request, &response) != Result::kOk ||
+            response.node_pulse().sync_point() != ReadSyncPoint(db_))
+            continue;
+        MarkNodeDown(db_, node.address, false);
+        tx.Commit();
+    }
+}
+
+}  // namespace sim
