@@ -54,6 +54,8 @@ const std::set<std::string> kSecretFields = {
     "wire.pb.SetMofNState.shadows",
     "wire.pb.MofNSplit.data",
     "wire.pb.MofNSplitReply.shares",
+    "wire.pb.NodeHello.proof",
+    "wire.pb.NodeHelloReply.proof",
     "wire.pb.MofNRecover.shares",
     "wire.pb.MofNRecoverReply.data",
     "wire.pb.SplitSecretReply.shares",
