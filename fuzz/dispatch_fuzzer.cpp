@@ -51,9 +51,10 @@ struct Hsm {
           vendor(data.vendorCertPath()),
           firmware(dir, identity.firmware, vendor, data.events()),
           ipFilter(data.database(), data.events()),
-          hsm{data.users(),   data.masterKey(), sessions,      clock,       identity, data.keys(),
-              data.tokens(),  data.policy(),    data.events(), log,         hardware, firmware,
-              data.backups(), ipFilter,         data.mofn(),   data.cloud()} {
+          hsm{data.users(), data.masterKey(), sessions,       clock,         identity,
+              data.keys(),  data.tokens(),    data.policy(),  data.events(), log,
+              hardware,     firmware,         data.backups(), ipFilter,      data.mofn(),
+              data.cloud(), data.eftd()} {
         hardware.dataDir = dir;
         (void)CreateMasterUser(data, std::string("Operator#12345"));
         (void)data.users().AddUser(sim::Actor::Daemon(), kUser, sim::HashPassword("Clerk#12345"),
