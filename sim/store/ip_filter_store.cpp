@@ -15,14 +15,11 @@ std::string Describe(const IpFilterEntry &entry) {
 }  // namespace
 
 IpFilterStore::IpFilterStore(const DatabaseFile &file, const EventLog &events)
-    : db_(file), events_(events) {}
+    : db_(file), events_(events), current_(Read()) {}
 
 IpFilter IpFilterStore::Load() {
     std::lock_guard lock(mutex_);
-    Transaction read(db_, Transaction::kRead);
-    IpFilter filter = Read();
-    read.Commit();
-    return filter;
+    return current_;
 }
 
 IpFilter IpFilterStore::Read() {
@@ -50,6 +47,7 @@ Result IpFilterStore::Add(Actor actor, const IpFilterEntry &entry) {
         .Run();
     events_.Append(db_, actor, "IP filter entry added: " + Describe(entry), kEventOk);
     tx.Commit();
+    current_ = Read();
     return Result::kOk;
 }
 
@@ -67,6 +65,7 @@ Result IpFilterStore::Remove(const IpFilterRequester &requester, const IpFilterE
         .Run();
     events_.Append(db_, requester.actor, "IP filter entry removed: " + Describe(entry), kEventOk);
     tx.Commit();
+    current_ = std::move(filter);
     return Result::kOk;
 }
 
@@ -83,6 +82,7 @@ Result IpFilterStore::SetEnabled(const IpFilterRequester &requester, bool enable
     events_.Append(db_, requester.actor, enabled ? "IP filter enabled" : "IP filter disabled",
                    kEventOk);
     tx.Commit();
+    current_ = std::move(filter);
     return Result::kOk;
 }
 

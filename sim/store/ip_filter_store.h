@@ -1,7 +1,8 @@
 #pragma once
 // The IP filter: whether it is on and the hosts it admits. Thread-safe: every method runs
 // under one mutex on its own SQLite connection; a change commits with its event-log line.
-// Read afresh for every check, so a change applies to the next connection at once.
+// Every connection is checked against a copy that each committed change renews, so a
+// change applies to the next connection at once and an accept reads no database.
 
 #include <mutex>
 #include <string>
@@ -26,6 +27,7 @@ class IpFilterStore {
     // REQUIRES: the schema exists (EnsureSchema). `events` must outlive the store.
     IpFilterStore(const DatabaseFile &file, const EventLog &events);
 
+    // The filter as the last committed change left it.
     IpFilter Load();
 
     // kOk; kAlreadyExists when the entry is there already.
@@ -49,6 +51,7 @@ class IpFilterStore {
     std::mutex mutex_;
     Database db_;
     const EventLog &events_;
+    IpFilter current_;
 };
 
 }  // namespace sim
