@@ -32,15 +32,6 @@ void RemoveWithCompanions(const std::string &path) {
         ::unlink((path + suffix).c_str());
 }
 
-void SyncFile(const std::string &path) {
-    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0 || ::fsync(fd) != 0) {
-        if (fd >= 0) ::close(fd);
-        throw StoreError("cannot sync " + path);
-    }
-    ::close(fd);
-}
-
 std::string RandomSuffix() {
     unsigned char random[8];
     if (RAND_bytes(random, sizeof random) != 1) throw StoreError("RAND_bytes failed");
@@ -73,7 +64,7 @@ Result PrepareRestored(const std::string &path, const std::string &livePath, con
                        Actor actor, bool keepNetwork) {
     // Every byte is the snapshot's, as its tags proved: a page-by-page check would only
     // re-read the whole file.
-    Database db(DatabaseFile{path, {}});
+    Database db(DatabaseFile{.path = path, .vfs = {}, .hook = nullptr, .scratch = true});
     if (HoldsNewerSchema(db)) return Result::kBackupVersion;
     {
         Transaction read(db, Transaction::kRead);
@@ -170,10 +161,6 @@ std::unique_ptr<RestoreTarget> BackupStore::BeginRestore() {
 
 Result BackupStore::CommitRestore(Actor actor, RestoreTarget &target, const SecretBytes &masterKey,
                                   bool keepNetwork) {
-    const bool synced = ::fsync(target.fd_) == 0;
-    ::close(target.fd_);
-    target.fd_ = -1;
-    if (!synced) throw StoreError("cannot sync " + target.path_);
     try {
         if (Result r = PrepareRestored(target.path_, file_.path, events_, actor, keepNetwork);
             r != Result::kOk)
@@ -183,7 +170,15 @@ Result BackupStore::CommitRestore(Actor actor, RestoreTarget &target, const Secr
     } catch (const StoreError &) {
         return Result::kBackupDamaged;  // SQLite does not take it for a database
     }
-    SyncFile(target.path_);
+    // One sync for the decoded pages and SQLite's changes alike, on the descriptor that wrote
+    // the pages so that a failed write-back is reported here.
+    const int syncError = ::fsync(target.fd_) == 0 ? 0 : errno;
+    ::close(target.fd_);
+    target.fd_ = -1;
+    // Space is often claimed only when the pages are written back, which is now.
+    if (syncError == ENOSPC || syncError == EDQUOT)
+        throw StorageFull("no room for the restored database");
+    if (syncError != 0) throw StoreError("cannot sync " + target.path_);
     WriteFileDurably(dir_ + "/" + kRestoredKey, masterKey.view());
     if (::rename(target.path_.c_str(), (dir_ + "/" + kRestored).c_str()) != 0)
         throw StoreError("cannot commit the restore");

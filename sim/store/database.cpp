@@ -30,8 +30,13 @@ Database::Database(const DatabaseFile &file) : hook_(file.hook) {
         throw StoreError(message);
     }
     sqlite3_busy_timeout(db_, kBusyTimeoutMs);
-    Execute("PRAGMA journal_mode=WAL");
-    Execute("PRAGMA synchronous=FULL");
+    if (file.scratch) {
+        Execute("PRAGMA journal_mode=MEMORY");
+        Execute("PRAGMA synchronous=OFF");
+    } else {
+        Execute("PRAGMA journal_mode=WAL");
+        Execute("PRAGMA synchronous=FULL");
+    }
     Execute("PRAGMA foreign_keys=ON");
 }
 

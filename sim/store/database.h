@@ -32,12 +32,16 @@ struct DatabaseFile {
     std::string path;
     std::string vfs;
     CommitHook *hook = nullptr;  // consulted by every write transaction; must outlive them
+    // A file nobody else reads and a crash throws away (a restore being prepared): its
+    // transactions keep their undo log in memory and never sync, so the one who made it
+    // syncs it once when it is done.
+    bool scratch = false;
 };
 
 // One connection. Not thread-safe: callers serialise access (see UserStore).
 class Database {
   public:
-    // Opens or creates the file in WAL mode with synchronous=FULL.
+    // Opens or creates the file in WAL mode with synchronous=FULL (scratch files: see there).
     explicit Database(const DatabaseFile &file);
     ~Database();
     Database(const Database &) = delete;
