@@ -1,12 +1,10 @@
 #include "store/backup_format.h"
 
-#include <fcntl.h>
 #include <openssl/core_names.h>
 #include <openssl/rand.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 #include <stdexcept>
 
@@ -33,8 +31,6 @@ constexpr uint32_t kMaxChunkBytes = 4u << 20;
 constexpr uint32_t kMaxTimeCost = 16;
 constexpr uint32_t kMaxMemoryKiB = 256 * 1024;
 constexpr uint32_t kMaxParallelism = 4;
-// How much of the file waits in memory for the keys before the reader waits for them.
-constexpr size_t kMaxWaitingBytes = 16u << 20;
 
 void PutU32(std::string *out, uint32_t value) {
     for (int shift = 24; shift >= 0; shift -= 8)
@@ -172,16 +168,17 @@ void BackupEncoder::Produce() {
         done_ = true;
         return;
     }
-    SecretBytes plain(std::string(kChunkBytes, '\0'));
-    const size_t got = ReadFull(fd_, plain.mutable_bytes().data(), kChunkBytes);
-    plain.mutable_bytes().resize(got);
+    std::string &plain = chunk_.mutable_bytes();
+    plain.resize(kChunkBytes);
+    const size_t got = ReadFull(fd_, plain.data(), kChunkBytes);
     finalWritten_ = got < kChunkBytes;
     const uint32_t word = static_cast<uint32_t>(got) | (finalWritten_ ? kFinalFlag : 0);
     PutU32(&pending_, word);
     pending_.resize(4 + got + kGcmTagBytes);
     unsigned char nonce[kGcmNonceBytes];
     ChunkNonce(index_, nonce);
-    GcmSeal(keys_.data.view(), nonce, plain.view(), ChunkAssociated(headerDigest_, index_, word),
+    GcmSeal(keys_.data.view(), nonce, std::string_view(plain.data(), got),
+            ChunkAssociated(headerDigest_, index_, word),
             reinterpret_cast<unsigned char *>(pending_.data()) + 4);
     ++index_;
     MacRecord(mac_, pending_);
@@ -204,38 +201,31 @@ BackupDecoder::BackupDecoder(std::string_view password, int sinkFd)
     : fd_(sinkFd), password_(std::string(password)), mac_(nullptr, &EVP_MAC_CTX_free) {}
 
 Result BackupDecoder::ReadHeader() {
-    header_ = pending_.substr(0, kHeaderBytes);
-    const uint32_t version = GetU32(header_, kMagic.size());
+    const std::string_view header(pending_.data(), kHeaderBytes);
+    const uint32_t version = GetU32(header, kMagic.size());
     if (version == 0) return Result::kNotABackup;
     if (version > kVersion) return Result::kBackupVersion;
-    const PasswordKeyParams params{GetU32(header_, 12), GetU32(header_, 16), GetU32(header_, 20)};
-    chunkBytes_ = GetU32(header_, 24 + kSaltBytes);
+    const PasswordKeyParams params{GetU32(header, 12), GetU32(header, 16), GetU32(header, 20)};
+    chunkBytes_ = GetU32(header, 24 + kSaltBytes);
     if (params.timeCost == 0 || params.timeCost > kMaxTimeCost || params.memoryKiB == 0 ||
         params.memoryKiB > kMaxMemoryKiB || params.parallelism == 0 ||
         params.parallelism > kMaxParallelism || chunkBytes_ == 0 || chunkBytes_ > kMaxChunkBytes)
         return Result::kBackupDamaged;
-    derivation_ = std::async(
-        std::launch::async, [password = std::move(password_), salt = header_.substr(24, kSaltBytes),
-                             params] { return DeriveKeys(password.view(), salt, params); });
-    headerRead_ = true;
-    return Result::kOk;
-}
-
-Result BackupDecoder::TakeKeys() {
+    chunk_.mutable_bytes().resize(chunkBytes_);
     try {
-        keys_ = derivation_.get();
+        keys_ = DeriveKeys(password_.view(), header.substr(24, kSaltBytes), params);
     } catch (const std::runtime_error &) {
         return Result::kBackupDamaged;  // parameters Argon2 refuses
     }
-    keysTaken_ = true;
-    std::optional<SecretBytes> key =
-        MasterKey::Unwrap(keys_.wrap.view(), std::string_view(header_).substr(kWrappedKeyAt),
-                          std::string_view(header_).substr(0, kWrappedKeyAt));
+    password_ = SecretBytes();  // the keys are all it was for
+    std::optional<SecretBytes> key = MasterKey::Unwrap(
+        keys_.wrap.view(), header.substr(kWrappedKeyAt), header.substr(0, kWrappedKeyAt));
     if (!key) return Result::kBackupPassword;
     masterKey_ = std::move(*key);
-    headerDigest_ = Sha256(header_);
+    headerDigest_ = Sha256(header);
     mac_ = NewMac(keys_.mac);
-    MacUpdate(mac_, header_);
+    MacUpdate(mac_, header);
+    headerRead_ = true;
     return Result::kOk;
 }
 
@@ -243,18 +233,13 @@ Result BackupDecoder::ReadRecord(std::string_view record) {
     const uint32_t word = GetU32(record, 0);
     const uint32_t length = word & ~kFinalFlag;
     if (length < chunkBytes_ && (word & kFinalFlag) == 0) return Result::kBackupDamaged;
-    SecretBytes plain(std::string(length, '\0'));
+    unsigned char *plain = reinterpret_cast<unsigned char *>(chunk_.mutable_bytes().data());
     unsigned char nonce[kGcmNonceBytes];
     ChunkNonce(index_, nonce);
     if (!GcmOpen(keys_.data.view(), nonce, record.substr(4),
-                 ChunkAssociated(headerDigest_, index_, word),
-                 reinterpret_cast<unsigned char *>(plain.mutable_bytes().data())))
+                 ChunkAssociated(headerDigest_, index_, word), plain))
         return Result::kBackupDamaged;
-    WriteFull(fd_, reinterpret_cast<const unsigned char *>(plain.view().data()), length);
-    // Start writing the pages back now, while the next records arrive, so that the sync that
-    // commits the restore finds little left to write. Advice only: that sync reports faults.
-    ::sync_file_range(fd_, static_cast<off_t>(written_), length, SYNC_FILE_RANGE_WRITE);
-    written_ += length;
+    WriteFull(fd_, plain, length);
     MacRecord(mac_, record);
     ++index_;
     finalRead_ = (word & kFinalFlag) != 0;
@@ -265,10 +250,6 @@ Result BackupDecoder::Feed(std::string_view bytes) {
     if (fault_ != Result::kOk) return fault_;
     if (trailerRead_ && !bytes.empty()) return fault_ = Result::kBackupDamaged;
     pending_.append(bytes);
-    return Decode(false);
-}
-
-Result BackupDecoder::Decode(bool waitForKeys) {
     size_t used = 0;
     for (;;) {
         const std::string_view rest = std::string_view(pending_).substr(used);
@@ -278,11 +259,6 @@ Result BackupDecoder::Decode(bool waitForKeys) {
             if (rest.size() < kHeaderBytes) break;
             if ((fault_ = ReadHeader()) != Result::kOk) return fault_;
             used += kHeaderBytes;
-        } else if (!keysTaken_) {
-            if (!waitForKeys && rest.size() < kMaxWaitingBytes &&
-                derivation_.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
-                break;
-            if ((fault_ = TakeKeys()) != Result::kOk) return fault_;
         } else if (!finalRead_) {
             if (rest.size() < 4) break;
             const uint32_t length = GetU32(rest, 0) & ~kFinalFlag;
@@ -309,7 +285,6 @@ Result BackupDecoder::Decode(bool waitForKeys) {
 Result BackupDecoder::Finish(SecretBytes *masterKey) {
     if (fault_ != Result::kOk) return fault_;
     if (!headerRead_ && pending_.empty()) return Result::kNotABackup;
-    if (Result r = Decode(true); r != Result::kOk) return r;
     if (!trailerRead_) return Result::kBackupDamaged;
     *masterKey = std::move(masterKey_);
     return Result::kOk;

@@ -6,7 +6,6 @@
 #include <openssl/evp.h>
 
 #include <cstdint>
-#include <future>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -46,6 +45,7 @@ class BackupEncoder {
     BackupKeys keys_;
     std::string headerDigest_;
     MacCtx mac_;
+    SecretBytes chunk_;  // the plaintext of the chunk being sealed
     std::string pending_;
     size_t taken_ = 0;  // bytes of pending_ already handed out
     uint64_t index_ = 0;
@@ -67,27 +67,19 @@ class BackupDecoder {
     Result Finish(SecretBytes *masterKey);
 
   private:
-    // Decodes what pending_ holds; with `waitForKeys`, waits for the key derivation rather
-    // than keep records for later.
-    Result Decode(bool waitForKeys);
-    Result ReadHeader();                         // checks the header and starts deriving its keys
-    Result TakeKeys();                           // waits for them and opens the master key
+    Result ReadHeader();
     Result ReadRecord(std::string_view record);  // one whole record
 
     int fd_;
     SecretBytes password_;
-    std::string header_;
-    // Argon2 runs beside the transfer: records wait in pending_ until the keys are there.
-    std::future<BackupKeys> derivation_;
-    bool keysTaken_ = false;
     BackupKeys keys_;
     SecretBytes masterKey_;
     std::string headerDigest_;
     MacCtx mac_;
+    SecretBytes chunk_;  // the plaintext of the chunk being opened
     std::string pending_;
     uint32_t chunkBytes_ = 0;
     uint64_t index_ = 0;
-    uint64_t written_ = 0;  // bytes of database written to fd_
     bool headerRead_ = false;
     bool finalRead_ = false;
     bool trailerRead_ = false;
