@@ -31,6 +31,8 @@ constexpr uint32_t kMaxChunkBytes = 4u << 20;
 constexpr uint32_t kMaxTimeCost = 16;
 constexpr uint32_t kMaxMemoryKiB = 256 * 1024;
 constexpr uint32_t kMaxParallelism = 4;
+// Decrypted chunks that may wait for the disk while the next one is opened.
+constexpr size_t kWriteBehindChunks = 4;
 
 void PutU32(std::string *out, uint32_t value) {
     for (int shift = 24; shift >= 0; shift -= 8)
@@ -122,18 +124,6 @@ size_t ReadFull(int fd, char *buffer, size_t length) {
     return got;
 }
 
-void WriteFull(int fd, const unsigned char *bytes, size_t length) {
-    while (length > 0) {
-        ssize_t n = ::write(fd, bytes, length);
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0 && (errno == ENOSPC || errno == EFBIG || errno == EDQUOT))
-            throw StorageFull("no room for the restored database");
-        if (n <= 0) throw std::runtime_error("cannot write the restored database");
-        bytes += n;
-        length -= static_cast<size_t>(n);
-    }
-}
-
 }  // namespace
 
 BackupEncoder::BackupEncoder(std::string_view password, const MasterKey &masterKey, int snapshotFd)
@@ -211,7 +201,7 @@ Result BackupDecoder::ReadHeader() {
         params.memoryKiB > kMaxMemoryKiB || params.parallelism == 0 ||
         params.parallelism > kMaxParallelism || chunkBytes_ == 0 || chunkBytes_ > kMaxChunkBytes)
         return Result::kBackupDamaged;
-    chunk_.mutable_bytes().resize(chunkBytes_);
+    sink_ = std::make_unique<WriteBehind>(fd_, chunkBytes_, kWriteBehindChunks);
     try {
         keys_ = DeriveKeys(password_.view(), header.substr(24, kSaltBytes), params);
     } catch (const std::runtime_error &) {
@@ -233,13 +223,13 @@ Result BackupDecoder::ReadRecord(std::string_view record) {
     const uint32_t word = GetU32(record, 0);
     const uint32_t length = word & ~kFinalFlag;
     if (length < chunkBytes_ && (word & kFinalFlag) == 0) return Result::kBackupDamaged;
-    unsigned char *plain = reinterpret_cast<unsigned char *>(chunk_.mutable_bytes().data());
+    unsigned char *plain = sink_->Next();
     unsigned char nonce[kGcmNonceBytes];
     ChunkNonce(index_, nonce);
     if (!GcmOpen(keys_.data.view(), nonce, record.substr(4),
                  ChunkAssociated(headerDigest_, index_, word), plain))
         return Result::kBackupDamaged;
-    WriteFull(fd_, plain, length);
+    sink_->Submit(length);
     MacRecord(mac_, record);
     ++index_;
     finalRead_ = (word & kFinalFlag) != 0;
@@ -286,6 +276,7 @@ Result BackupDecoder::Finish(SecretBytes *masterKey) {
     if (fault_ != Result::kOk) return fault_;
     if (!headerRead_ && pending_.empty()) return Result::kNotABackup;
     if (!trailerRead_) return Result::kBackupDamaged;
+    sink_->Drain();
     *masterKey = std::move(masterKey_);
     return Result::kOk;
 }

@@ -13,6 +13,7 @@
 #include "core/result.h"
 #include "core/secret.h"
 #include "crypto/master_key.h"
+#include "store/write_behind.h"
 
 namespace sim {
 
@@ -55,15 +56,17 @@ class BackupEncoder {
 
 class BackupDecoder {
   public:
-    // Writes the database it decrypts to `sinkFd`, which the caller keeps open.
+    // Writes the database it decrypts to `sinkFd`, which the caller keeps open while this
+    // lives, on a thread of its own (WriteBehind).
     BackupDecoder(std::string_view password, int sinkFd);
 
     // Takes the next bytes of the file. kOk, or the fault of the file: kNotABackup,
     // kBackupVersion, kBackupPassword or kBackupDamaged, which every later call repeats.
-    // Throws std::runtime_error when the sink cannot be written.
+    // Throws what writing the sink threw (StorageFull when there was no room), a few chunks
+    // after the write that failed.
     Result Feed(std::string_view bytes);
-    // kOk when the file ended right after its trailer and every byte checked; the master key
-    // it carried is then in *masterKey.
+    // kOk when the file ended right after its trailer, every byte checked and the whole
+    // database was written; the master key it carried is then in *masterKey. Throws as Feed.
     Result Finish(SecretBytes *masterKey);
 
   private:
@@ -76,7 +79,7 @@ class BackupDecoder {
     SecretBytes masterKey_;
     std::string headerDigest_;
     MacCtx mac_;
-    SecretBytes chunk_;  // the plaintext of the chunk being opened
+    std::unique_ptr<WriteBehind> sink_;  // once the header told the chunk size
     std::string pending_;
     uint32_t chunkBytes_ = 0;
     uint64_t index_ = 0;
