@@ -9,6 +9,8 @@
 #include "console/menu.h"
 #include "qelvoarc.h"
 
+// "List": every node of the domain as this HSM finds it.
+int32_t ListNodes(QSessionHandle session, const MenuItem &item);
 int32_t AddNode(QSessionHandle session, const MenuItem &item);
 int32_t DeleteNode(QSessionHandle session, const MenuItem &item);
 int32_t NotifyNodeDown(QSessionHandle session, const MenuItem &item);
