@@ -65,9 +65,6 @@ void PrintNodeList(const QNodeRecord *records, size_t count) {
 int32_t ListNodes(QSessionHandle session, const MenuItem &item) {
     PrintActionHeading(item);
     std::vector<std::string> nodes;
-    if (const uint32_t rc = ReadReplicationNodes(session, &nodes); rc != Q_OK) {
-        PrintError("Error recovering HSM info.", rc);
-        return int32_t(rc);
-    }
+    if (const uint32_t rc = ReadNodesOrReport(session, &nodes); rc != Q_OK) return int32_t(rc);
     return RunHsmTool(session, Q_TOOL_NODE_LIST);
 }
