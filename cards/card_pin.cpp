@@ -1,25 +1,24 @@
 #include "card_pin.h"
 
-#include <argon2.h>
-#include <openssl/evp.h>
+#include <openssl/crypto.h>
 #include <openssl/rand.h>
 
 #include <cstring>
-#include <memory>
 #include <stdexcept>
+#include <string_view>
 
+#include "aes_gcm.h"
+#include "argon2_key.h"
 #include "status.h"
 
 namespace cards {
 
 namespace {
 
-constexpr uint32_t kTimeCost = 3;
-constexpr uint32_t kMemoryKiB = 12 * 1024;
+constexpr wire::Argon2Params kPinKeyParams{3, 12 * 1024, 1};
 constexpr size_t kSaltBytes = 16;
 constexpr size_t kVerifierBytes = 32;
-constexpr size_t kNonceBytes = 12;
-constexpr size_t kTagBytes = 16;
+constexpr size_t kSealedBytes = wire::kGcmNonceBytes + kShadowSize + wire::kGcmTagBytes;
 
 std::string RandomBytes(size_t count) {
     std::string bytes(count, '\0');
@@ -28,13 +27,16 @@ std::string RandomBytes(size_t count) {
     return bytes;
 }
 
+template <size_t N>
+std::string_view View(const std::array<uint8_t, N> &bytes) {
+    return std::string_view(reinterpret_cast<const char *>(bytes.data()), N);
+}
+
 // Argon2id(PIN, salt): the verifier kept in the card, then the shadow's key.
 struct Derived {
     std::array<uint8_t, kVerifierBytes + 32> bytes{};
     Derived(const char *pin, const std::string &salt) {
-        const int rc = argon2id_hash_raw(kTimeCost, kMemoryKiB, 1, pin, std::strlen(pin),
-                                         salt.data(), salt.size(), bytes.data(), bytes.size());
-        if (rc != ARGON2_OK) throw std::runtime_error(argon2_error_message(rc));
+        wire::DeriveArgon2id(pin, salt, kPinKeyParams, bytes.data(), bytes.size());
     }
     Derived(const Derived &) = delete;
     Derived &operator=(const Derived &) = delete;
@@ -54,26 +56,6 @@ void NewPin(Card *card, const char *pin, ShadowKey *key) {
     card->pinVerifier = derived.Verifier();
     derived.Key(key);
     card->pinTries = kPinTries;
-}
-
-using CipherContext = std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)>;
-
-// One AES-256-GCM pass over `in` (encrypting or decrypting) with the card's CSN as the
-// authenticated data. The tag is written when encrypting and checked when decrypting.
-bool Gcm(bool encrypt, const Card &card, const ShadowKey &key, const uint8_t *nonce,
-         const uint8_t *in, uint8_t *out, uint8_t *tag) {
-    CipherContext ctx(EVP_CIPHER_CTX_new(), EVP_CIPHER_CTX_free);
-    int length = 0;
-    if (!ctx ||
-        EVP_CipherInit_ex(ctx.get(), EVP_aes_256_gcm(), nullptr, key.bytes.data(), nonce,
-                          encrypt ? 1 : 0) != 1 ||
-        EVP_CipherUpdate(ctx.get(), nullptr, &length, card.csn.data(), int(card.csn.size())) != 1 ||
-        EVP_CipherUpdate(ctx.get(), out, &length, in, int(kShadowSize)) != 1)
-        return false;
-    if (!encrypt && EVP_CIPHER_CTX_ctrl(ctx.get(), EVP_CTRL_GCM_SET_TAG, kTagBytes, tag) != 1)
-        return false;
-    if (EVP_CipherFinal_ex(ctx.get(), out + length, &length) != 1) return false;
-    return !encrypt || EVP_CIPHER_CTX_ctrl(ctx.get(), EVP_CTRL_GCM_GET_TAG, kTagBytes, tag) == 1;
 }
 
 }  // namespace
@@ -117,23 +99,23 @@ void ReplacePin(Card *card, const ShadowKey &key, const char *newPin) {
     OPENSSL_cleanse(shadow.data(), shadow.size());
 }
 
+// The sealed shadow is nonce || ciphertext || tag, with the card's CSN as authenticated data.
 void SealShadow(Card *card, const ShadowKey &key, const Shadow &shadow) {
-    std::string sealed = RandomBytes(kNonceBytes);
-    sealed.resize(kNonceBytes + kShadowSize + kTagBytes);
-    auto *bytes = reinterpret_cast<uint8_t *>(sealed.data());
-    if (!Gcm(true, *card, key, bytes, shadow.data(), bytes + kNonceBytes,
-             bytes + kNonceBytes + kShadowSize))
-        throw std::runtime_error("sealing the shadow failed");
+    std::string sealed = RandomBytes(wire::kGcmNonceBytes);
+    sealed.resize(kSealedBytes);
+    auto *bytes = reinterpret_cast<unsigned char *>(sealed.data());
+    wire::GcmSeal(View(key.bytes), bytes, View(shadow), View(card->csn),
+                  bytes + wire::kGcmNonceBytes);
     card->sealedShadow = std::move(sealed);
 }
 
 bool OpenShadow(const Card &card, const ShadowKey &key, Shadow *shadow) {
-    if (card.sealedShadow.size() != kNonceBytes + kShadowSize + kTagBytes) return false;
-    std::string sealed = card.sealedShadow;  // the tag is handed to OpenSSL as writable
-    auto *bytes = reinterpret_cast<uint8_t *>(sealed.data());
+    const std::string_view sealed = card.sealedShadow;
+    if (sealed.size() != kSealedBytes) return false;
     Shadow opened{};
-    const bool ok = Gcm(false, card, key, bytes, bytes + kNonceBytes, opened.data(),
-                        bytes + kNonceBytes + kShadowSize);
+    const bool ok =
+        wire::GcmOpen(View(key.bytes), reinterpret_cast<const unsigned char *>(sealed.data()),
+                      sealed.substr(wire::kGcmNonceBytes), View(card.csn), opened.data());
     if (ok) *shadow = opened;
     OPENSSL_cleanse(opened.data(), opened.size());
     return ok;

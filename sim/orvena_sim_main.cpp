@@ -80,6 +80,7 @@ int Run(const sim::DaemonOptions &options) {
                         data.keys(),  data.tokens(),    data.policy(),  data.events(), log,
                         hardware,     firmware,         data.backups(), ipFilter,      data.mofn(),
                         data.cloud(), data.eftd(),      &replicator};
+    hsm.nodeEndpoint = &replicationSettings.self;
 
     sim::Server server(
         hsm,
@@ -87,6 +88,8 @@ int Run(const sim::DaemonOptions &options) {
             sim::ServeConnection(hsm, tls.get(), fd, options.limits, watch);
         },
         options.host, options.port, options.limits);
+    // The port is known once bound; the node list tool reaches the others on it.
+    replicationSettings.self.port = server.port();
     std::optional<sim::Server> eftd;
     if (options.eftdListen)
         eftd.emplace(

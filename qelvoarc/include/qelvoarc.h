@@ -1202,12 +1202,33 @@ QELVOARC_API uint32_t QIPFilterOperation(QSessionHandle session, uint32_t operat
 
 #define Q_TOOL_PING 1u
 #define Q_TOOL_TRACEROUTE 2u
-#define Q_TOOL_NODE_LIST 100u /* result: records of 332 bytes */
+#define Q_TOOL_NODE_LIST 100u /* result: QNodeRecord records */
+
+#define Q_NODE_RECORD_LISTED 68u
+
+#pragma pack(push, 1)
+/* One node of the replication domain as the HSM found it when it asked the node. The counts
+ * are in host order. A node that could not be asked has only its address and status. */
+typedef struct QNodeRecord {
+    char address[16];    /*  0: dotted IPv4, NUL-padded */
+    uint32_t status;     /* 16: Q_OK, or why the node could not be asked */
+    uint8_t self;        /* 20: 1 for the HSM that answered */
+    uint8_t reserved[3]; /* 21: zero */
+    uint32_t nodeCount;  /* 24: entries of the node's own list */
+    char version[32];    /* 28: the last change the node's database holds, decimal text; the
+                          *     nodes of a domain in step show the same */
+    uint8_t nodes[Q_NODE_RECORD_LISTED][4]; /* 60: the first entries of its list, IPv4 in
+                                             *     network order */
+} QNodeRecord;
+QELVOARC_STATIC_ASSERT(sizeof(QNodeRecord) == 332, "node record");
+#pragma pack(pop)
 
 /* Runs a network tool on the HSM against target, a host name or an IPv4 or IPv6 address
  * (else Q_ERR_TOOL_TARGET). Needs ACL 0x20. result [out]: what the tool printed, ended by a
  * NUL that resultLength does not count (QFree); bounded to 30 seconds and 64 KiB. A tool the
- * HSM lacks: Q_ERR_TOOL_UNAVAILABLE. */
+ * HSM lacks: Q_ERR_TOOL_UNAVAILABLE. Q_TOOL_NODE_LIST takes no target (it may be NULL): the
+ * HSM asks every node of its list, each within the replication pulse, and result holds one
+ * QNodeRecord for itself, then one per node of its list; resultLength counts their bytes. */
 QELVOARC_API uint32_t QHSMTool(QSessionHandle session, uint32_t tool, const char *target,
                                uint8_t **result, uint32_t *resultLength, uint32_t flags);
 /* Binds the HSM to the cloud services with a bind key: one line of at most 1023 bytes,

@@ -7,7 +7,7 @@
 #include <memory>
 #include <stdexcept>
 
-#include "crypto/aes_gcm.h"
+#include "aes_gcm.h"
 
 namespace sim {
 
@@ -22,20 +22,20 @@ const unsigned char *Bytes(std::string_view s) {
 
 // nonce || ciphertext || tag of `plain` under `key`, with a fresh random nonce.
 std::string SealWith(std::string_view key, std::string_view plain, std::string_view associated) {
-    std::string out(kGcmNonceBytes + plain.size() + kGcmTagBytes, '\0');
+    std::string out(wire::kGcmNonceBytes + plain.size() + wire::kGcmTagBytes, '\0');
     auto *nonce = reinterpret_cast<unsigned char *>(out.data());
-    if (RAND_bytes(nonce, kGcmNonceBytes) != 1) throw std::runtime_error("RAND_bytes failed");
-    GcmSeal(key, nonce, plain, associated, nonce + kGcmNonceBytes);
+    if (RAND_bytes(nonce, wire::kGcmNonceBytes) != 1) throw std::runtime_error("RAND_bytes failed");
+    wire::GcmSeal(key, nonce, plain, associated, nonce + wire::kGcmNonceBytes);
     return out;
 }
 
 std::optional<SecretBytes> OpenWith(std::string_view key, std::string_view sealed,
                                     std::string_view associated) {
-    if (sealed.size() < kGcmNonceBytes + kGcmTagBytes) return std::nullopt;
-    SecretBytes plain(std::string(sealed.size() - kGcmNonceBytes - kGcmTagBytes, '\0'));
-    if (!GcmOpen(key, reinterpret_cast<const unsigned char *>(sealed.data()),
-                 sealed.substr(kGcmNonceBytes), associated,
-                 reinterpret_cast<unsigned char *>(plain.mutable_bytes().data())))
+    if (sealed.size() < wire::kGcmNonceBytes + wire::kGcmTagBytes) return std::nullopt;
+    SecretBytes plain(std::string(sealed.size() - wire::kGcmNonceBytes - wire::kGcmTagBytes, '\0'));
+    if (!wire::GcmOpen(key, reinterpret_cast<const unsigned char *>(sealed.data()),
+                       sealed.substr(wire::kGcmNonceBytes), associated,
+                       reinterpret_cast<unsigned char *>(plain.mutable_bytes().data())))
         return std::nullopt;
     return plain;
 }

@@ -79,10 +79,8 @@ SecretBytes DerivePasswordKey(std::string_view password, std::string_view salt,
                               const PasswordKeyParams &params, size_t bytes) {
     SecretBytes key(std::string(bytes, '\0'));
     SlotGuard slot;
-    int rc = argon2id_hash_raw(params.timeCost, params.memoryKiB, params.parallelism,
-                               password.data(), password.size(), salt.data(), salt.size(),
-                               key.mutable_bytes().data(), bytes);
-    if (rc != ARGON2_OK) throw std::runtime_error(argon2_error_message(rc));
+    wire::DeriveArgon2id(password, salt, params,
+                         reinterpret_cast<unsigned char *>(key.mutable_bytes().data()), bytes);
     return key;
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "argon2_key.h"
 #include "core/secret.h"
 
 namespace sim {
@@ -22,11 +23,7 @@ bool VerifyPassword(const std::string &encoded, std::string_view password);
 void VerifyPasswordOfNobody(std::string_view password);
 
 // Argon2id parameters of a key derived from a password.
-struct PasswordKeyParams {
-    uint32_t timeCost = 2;
-    uint32_t memoryKiB = 19 * 1024;
-    uint32_t parallelism = 1;
-};
+using PasswordKeyParams = wire::Argon2Params;
 
 // `bytes` bytes of Argon2id over `password` and `salt`, taking a hashing slot like a login.
 // Throws std::runtime_error when Argon2 refuses the parameters.

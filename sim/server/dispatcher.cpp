@@ -9,6 +9,7 @@
 
 #include "secret_fields.h"
 #include "server/request_policy.h"
+#include "status.h"
 #include "store/database.h"
 
 namespace sim {
@@ -37,11 +38,19 @@ void LogInternalError(DiagnosticLog &log, const pb::Request &request,
     log.Write(line);
 }
 
-// The audit trail of the policy step: every request it refuses for want of a right, or in
-// a session of the wrong kind, is logged as its session's user.
-void RecordRefusal(HsmContext &hsm, const pb::Request &request, const Session &session) {
-    hsm.events.Record(Actor::User(session.user),
-                      "Request refused: " + std::string(RequestName(request)), "access denied");
+// The audit trail of the policy step: every request it refuses for want of a right, in a
+// session of the wrong kind, or without the M of N authorization it needs, is logged as its
+// session's user. A handler's M of N refusal (the partition acted on is not the caller's) is
+// the same refusal, found later.
+bool IsLoggedRefusal(Result result) {
+    return result == Result::kAccessDenied || result == Result::kMofNNotAuthorized;
+}
+
+void RecordRefusal(HsmContext &hsm, const pb::Request &request, const Session &session,
+                   Result result) {
+    hsm.events.Record(
+        Actor::User(session.user), "Request refused: " + std::string(RequestName(request)),
+        result == Result::kAccessDenied ? "access denied" : wire::StatusText(ToWireStatus(result)));
 }
 
 // A login whose password has expired still opened a session, and the client needs its reply.
@@ -61,8 +70,12 @@ pb::Response Dispatch(const DispatchTable &table, HsmContext &hsm, ConnectionSta
     try {
         const DispatchTable::Entry *entry = table.Find(request.body_case());
         result = entry == nullptr ? Result::kNotSupported : Admit(entry->rule, call);
-        if (result == Result::kAccessDenied && session) RecordRefusal(hsm, request, *session);
-        if (result == Result::kOk) result = entry->run(call, request, &response);
+        if (IsLoggedRefusal(result) && session) RecordRefusal(hsm, request, *session, result);
+        if (result == Result::kOk) {
+            result = entry->run(call, request, &response);
+            if (result == Result::kMofNNotAuthorized && session)
+                RecordRefusal(hsm, request, *session, result);
+        }
         if (result == Result::kInternal) LogInternalError(hsm.log, request, session, {});
     } catch (const StorageFull &e) {
         // Not a fault of the HSM's: the operator frees room. Still worth a line, without

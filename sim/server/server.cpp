@@ -2,6 +2,7 @@
 
 #include <arpa/inet.h>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -19,6 +20,10 @@ constexpr int kListenBacklog = 512;
 // looks at the connections' deadlines.
 constexpr int kOutOfDescriptorsPauseMs = 50;
 constexpr int kWatchdogPeriodMs = 200;
+// Descriptors no client may take: the database's files, the pipes of the network tools, the
+// node links and, in a sanitizer build, the runtime's own checks each need one at times, and
+// fail in odd ways when the clients took them all.
+constexpr rlim_t kReservedDescriptors = 16;
 
 bool SessionEnded(const ConnectionWatch &watch) {
     const std::shared_ptr<const Session> session = watch.session;
@@ -27,6 +32,14 @@ bool SessionEnded(const ConnectionWatch &watch) {
 
 [[noreturn]] void ThrowErrno(const char *what) {
     throw std::system_error(errno, std::generic_category(), what);
+}
+
+// True when the descriptor `fd`, just accepted, leaves fewer than kReservedDescriptors free.
+// Descriptors are handed out lowest first, so every one below `fd` is in use.
+bool EatsIntoReserve(int fd) {
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) return false;
+    return static_cast<rlim_t>(fd) + kReservedDescriptors >= limit.rlim_cur;
 }
 
 int OpenReserveDescriptor() {
@@ -81,6 +94,10 @@ void Server::AcceptLoop() {
                 RefuseWithReserveDescriptor();
                 if (stop_.WaitSet(kOutOfDescriptorsPauseMs)) return;
             }
+            continue;
+        }
+        if (EatsIntoReserve(fd)) {
+            ::close(fd);
             continue;
         }
         std::lock_guard lock(mutex_);

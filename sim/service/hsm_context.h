@@ -25,6 +25,7 @@
 namespace sim {
 
 class Replicator;
+struct NodeEndpoint;
 
 // Shared by all connections; every member is thread-safe. Owned by the daemon (or a test)
 // and outlives every connection.
@@ -47,6 +48,8 @@ struct HsmContext {
     CloudStore &cloud;
     EftdConfigStore &eftd;
     Replicator *replication = nullptr;  // null when the HSM serves no other nodes (tests)
+    // How this node reaches the others; set with `replication`.
+    const NodeEndpoint *nodeEndpoint = nullptr;
 };
 
 class ReplyStream;

@@ -1,6 +1,7 @@
 #include "service/network_tool_service.h"
 
 #include "platform/network_tool.h"
+#include "service/node_list_tool.h"
 
 namespace sim {
 
@@ -9,9 +10,11 @@ namespace {
 // The library's tool codes.
 constexpr uint32_t kPingCode = 1;
 constexpr uint32_t kTraceRouteCode = 2;
+constexpr uint32_t kNodeListCode = 100;
 
-Result HandleRunNetworkTool(Call &, const pb::RunNetworkTool &request,
+Result HandleRunNetworkTool(Call &call, const pb::RunNetworkTool &request,
                             pb::RunNetworkToolReply *reply) {
+    if (request.tool() == kNodeListCode) return ListDomainNodes(call.hsm, reply);
     if (request.tool() != kPingCode && request.tool() != kTraceRouteCode)
         return Result::kNotSupported;
     if (!IsNetworkToolTarget(request.target())) return Result::kToolTarget;

@@ -8,7 +8,7 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "crypto/aes_gcm.h"
+#include "aes_gcm.h"
 #include "crypto/password_hash.h"
 #include "crypto/sha256.h"
 #include "store/database.h"
@@ -21,7 +21,7 @@ constexpr std::string_view kMagic = "ORVSBKUP";
 constexpr uint32_t kVersion = 1;
 constexpr size_t kSaltBytes = 16;
 constexpr uint32_t kChunkBytes = 256 * 1024;
-constexpr size_t kWrappedKeyBytes = kGcmNonceBytes + kGcmKeyBytes + kGcmTagBytes;
+constexpr size_t kWrappedKeyBytes = wire::kGcmNonceBytes + wire::kGcmKeyBytes + wire::kGcmTagBytes;
 constexpr size_t kHeaderBytes = kMagic.size() + 4 * 4 + kSaltBytes + 4 + kWrappedKeyBytes;
 constexpr size_t kWrappedKeyAt = kHeaderBytes - kWrappedKeyBytes;
 constexpr uint32_t kFinalFlag = 0x80000000u;
@@ -53,11 +53,11 @@ uint32_t GetU32(std::string_view bytes, size_t at) {
 
 BackupKeys DeriveKeys(std::string_view password, std::string_view salt,
                       const PasswordKeyParams &params) {
-    SecretBytes all = DerivePasswordKey(password, salt, params, 3 * kGcmKeyBytes);
+    SecretBytes all = DerivePasswordKey(password, salt, params, 3 * wire::kGcmKeyBytes);
     const std::string &bytes = all.view();
-    return {SecretBytes(bytes.substr(0, kGcmKeyBytes)),
-            SecretBytes(bytes.substr(kGcmKeyBytes, kGcmKeyBytes)),
-            SecretBytes(bytes.substr(2 * kGcmKeyBytes))};
+    return {SecretBytes(bytes.substr(0, wire::kGcmKeyBytes)),
+            SecretBytes(bytes.substr(wire::kGcmKeyBytes, wire::kGcmKeyBytes)),
+            SecretBytes(bytes.substr(2 * wire::kGcmKeyBytes))};
 }
 
 MacCtx NewMac(const SecretBytes &key) {
@@ -83,7 +83,7 @@ void MacUpdate(const MacCtx &mac, std::string_view bytes) {
 // of the chunk, so the trailer need not hash the data a second time.
 void MacRecord(const MacCtx &mac, std::string_view record) {
     MacUpdate(mac, record.substr(0, 4));
-    MacUpdate(mac, record.substr(record.size() - kGcmTagBytes));
+    MacUpdate(mac, record.substr(record.size() - wire::kGcmTagBytes));
 }
 
 std::string MacFinal(const MacCtx &mac) {
@@ -98,9 +98,9 @@ std::string MacFinal(const MacCtx &mac) {
 
 // A chunk's nonce is its index: every file has keys of its own, from its random salt.
 void ChunkNonce(uint64_t index, unsigned char *nonce) {
-    std::memset(nonce, 0, kGcmNonceBytes);
+    std::memset(nonce, 0, wire::kGcmNonceBytes);
     for (int i = 0; i < 8; ++i)
-        nonce[kGcmNonceBytes - 1 - i] = static_cast<unsigned char>(index >> (8 * i));
+        nonce[wire::kGcmNonceBytes - 1 - i] = static_cast<unsigned char>(index >> (8 * i));
 }
 
 // What a chunk's tag binds: the header, the chunk's place and its length word (with the
@@ -164,12 +164,12 @@ void BackupEncoder::Produce() {
     finalWritten_ = got < kChunkBytes;
     const uint32_t word = static_cast<uint32_t>(got) | (finalWritten_ ? kFinalFlag : 0);
     PutU32(&pending_, word);
-    pending_.resize(4 + got + kGcmTagBytes);
-    unsigned char nonce[kGcmNonceBytes];
+    pending_.resize(4 + got + wire::kGcmTagBytes);
+    unsigned char nonce[wire::kGcmNonceBytes];
     ChunkNonce(index_, nonce);
-    GcmSeal(keys_.data.view(), nonce, std::string_view(plain.data(), got),
-            ChunkAssociated(headerDigest_, index_, word),
-            reinterpret_cast<unsigned char *>(pending_.data()) + 4);
+    wire::GcmSeal(keys_.data.view(), nonce, std::string_view(plain.data(), got),
+                  ChunkAssociated(headerDigest_, index_, word),
+                  reinterpret_cast<unsigned char *>(pending_.data()) + 4);
     ++index_;
     MacRecord(mac_, pending_);
 }
@@ -224,10 +224,10 @@ Result BackupDecoder::ReadRecord(std::string_view record) {
     const uint32_t length = word & ~kFinalFlag;
     if (length < chunkBytes_ && (word & kFinalFlag) == 0) return Result::kBackupDamaged;
     unsigned char *plain = sink_->Next();
-    unsigned char nonce[kGcmNonceBytes];
+    unsigned char nonce[wire::kGcmNonceBytes];
     ChunkNonce(index_, nonce);
-    if (!GcmOpen(keys_.data.view(), nonce, record.substr(4),
-                 ChunkAssociated(headerDigest_, index_, word), plain))
+    if (!wire::GcmOpen(keys_.data.view(), nonce, record.substr(4),
+                       ChunkAssociated(headerDigest_, index_, word), plain))
         return Result::kBackupDamaged;
     sink_->Submit(length);
     MacRecord(mac_, record);
@@ -253,7 +253,7 @@ Result BackupDecoder::Feed(std::string_view bytes) {
             if (rest.size() < 4) break;
             const uint32_t length = GetU32(rest, 0) & ~kFinalFlag;
             if (length > chunkBytes_) return fault_ = Result::kBackupDamaged;
-            const size_t recordBytes = 4 + length + kGcmTagBytes;
+            const size_t recordBytes = 4 + length + wire::kGcmTagBytes;
             if (rest.size() < recordBytes) break;
             if ((fault_ = ReadRecord(rest.substr(0, recordBytes))) != Result::kOk) return fault_;
             used += recordBytes;

@@ -3,6 +3,7 @@
 #include "console/pickers.h"
 #include "console/prompts.h"
 #include "console/terminal.h"
+#include "device/library_handles.h"
 #include "keys/key_summary.h"
 
 namespace {
@@ -29,8 +30,8 @@ uint32_t ReportImportedKey(QSessionHandle session, const char *name, uint32_t st
         return status;
     }
     ErrPrintf("\n%s\n\n", "Key imported successfully.");
-    QKeyHandle key = 0;
-    QGetUserKey(session, name, Q_KEY_OPEN_DEFAULT, &key);
-    ShowKeySummary(key, name);
+    OwnedKey key;
+    QGetUserKey(session, name, Q_KEY_OPEN_DEFAULT, key.Out());
+    ShowKeySummary(key.Get(), name);
     return 0;
 }

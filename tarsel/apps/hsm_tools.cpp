@@ -1,16 +1,18 @@
-// "Ping" and "Tracert" of "HSM - Tools".
+// "Ping" and "Tracert" of "HSM - Tools", and the tool run they share with the node list.
 #include "apps/tool_actions.h"
 #include "console/prompts.h"
 #include "console/terminal.h"
+#include "hsm/node_list.h"
 
 namespace {
 
 constexpr size_t kTargetBuffer = 255;
 
-int32_t RunHsmTool(QSessionHandle session, const MenuItem &item, uint32_t tool) {
-    PrintActionHeading(item);
+}  // namespace
+
+int32_t RunHsmTool(QSessionHandle session, uint32_t tool) {
     char target[kTargetBuffer] = {};
-    if (!ReadLineOrCancel("Target : ", target, sizeof target))
+    if (tool != Q_TOOL_NODE_LIST && !ReadLineOrCancel("Target : ", target, sizeof target))
         return static_cast<int32_t>(kPromptCancelled);
     uint8_t *result = nullptr;
     uint32_t length = 0;
@@ -19,17 +21,20 @@ int32_t RunHsmTool(QSessionHandle session, const MenuItem &item, uint32_t tool) 
         PrintError("Error executing HSM tools.", rc);
         return static_cast<int32_t>(rc);
     }
-    OutPrintf("\n%s\n", reinterpret_cast<const char *>(result));
+    if (tool != Q_TOOL_NODE_LIST)
+        OutPrintf("\n%s\n", reinterpret_cast<const char *>(result));
+    else if (length != 0)
+        PrintNodeList(reinterpret_cast<const QNodeRecord *>(result), length / sizeof(QNodeRecord));
     QFree(result);
     return 0;
 }
 
-}  // namespace
-
 int32_t PingAction(QSessionHandle session, const MenuItem &item) {
-    return RunHsmTool(session, item, Q_TOOL_PING);
+    PrintActionHeading(item);
+    return RunHsmTool(session, Q_TOOL_PING);
 }
 
 int32_t TraceRouteAction(QSessionHandle session, const MenuItem &item) {
-    return RunHsmTool(session, item, Q_TOOL_TRACEROUTE);
+    PrintActionHeading(item);
+    return RunHsmTool(session, Q_TOOL_TRACEROUTE);
 }

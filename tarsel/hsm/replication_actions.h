@@ -9,6 +9,8 @@
 #include "console/menu.h"
 #include "qelvoarc.h"
 
+// "List": every node of the domain as this HSM finds it.
+int32_t ListNodes(QSessionHandle session, const MenuItem &item);
 int32_t AddNode(QSessionHandle session, const MenuItem &item);
 int32_t DeleteNode(QSessionHandle session, const MenuItem &item);
 int32_t NotifyNodeDown(QSessionHandle session, const MenuItem &item);
@@ -20,3 +22,5 @@ int32_t CrossCheckNodes(QSessionHandle session, const MenuItem &item);
 uint32_t ReplicationNodeOperation(QSessionHandle session, uint8_t operation, const char *address);
 // The HSM's node list (information kind 256); 0 or the library's code.
 uint32_t ReadReplicationNodes(QSessionHandle session, std::vector<std::string> *nodes);
+// The same, reporting a failure as "Error recovering HSM info.".
+uint32_t ReadNodesOrReport(QSessionHandle session, std::vector<std::string> *nodes);

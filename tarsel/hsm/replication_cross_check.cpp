@@ -61,10 +61,7 @@ void CheckNode(const std::string &node, PromptedLogin &login, size_t expectedCou
 int32_t CrossCheckNodes(QSessionHandle session, const MenuItem &item) {
     PrintActionHeading(item);
     std::vector<std::string> nodes;
-    if (const uint32_t rc = ReadReplicationNodes(session, &nodes); rc != Q_OK) {
-        PrintError("Error recovering HSM info.", rc);
-        return int32_t(rc);
-    }
+    if (const uint32_t rc = ReadNodesOrReport(session, &nodes); rc != Q_OK) return int32_t(rc);
     OutPrintf("%s\n", "Node List");
     if (nodes.empty()) OutPrintf(" -\n");
     for (const std::string &node : nodes)

@@ -55,6 +55,12 @@ uint32_t ReadReplicationNodes(QSessionHandle session, std::vector<std::string> *
     return Q_OK;
 }
 
+uint32_t ReadNodesOrReport(QSessionHandle session, std::vector<std::string> *nodes) {
+    const uint32_t rc = ReadReplicationNodes(session, nodes);
+    if (rc != Q_OK) PrintError("Error recovering HSM info.", rc);
+    return rc;
+}
+
 int32_t AddNode(QSessionHandle session, const MenuItem &item) {
     return AskAndOperate(session, item, "Node IP Address to Add : ", kAdd, "Replication Node IP",
                          "successfully added.", "Error adding IP to replication list.");
@@ -75,10 +81,7 @@ int32_t NotifyNodeDown(QSessionHandle session, const MenuItem &item) {
 int32_t TestNode(QSessionHandle session, const MenuItem &item) {
     PrintActionHeading(item);
     std::vector<std::string> nodes;
-    if (const uint32_t rc = ReadReplicationNodes(session, &nodes); rc != Q_OK) {
-        PrintError("Error recovering HSM info.", rc);
-        return int32_t(rc);
-    }
+    if (const uint32_t rc = ReadNodesOrReport(session, &nodes); rc != Q_OK) return int32_t(rc);
     if (nodes.empty()) {
         OutPrintf("There is no entry in the replication node list.\n");
         return 0;

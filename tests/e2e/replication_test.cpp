@@ -1,8 +1,9 @@
 // The replication menu against a domain of simulators: nodes added from the console, a cross
-// check that meets a stopped node and a node that missed an addition, and a test of nodes
-// on an HSM that has none.
+// check and a node list that meet a stopped node and a node that missed an addition, and a
+// test and a list of nodes on an HSM that has none.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <string>
 
 #include "console_e2e_support.h"
@@ -35,6 +36,25 @@ void LeaveNodesMenu(PtyDriver &console) {
     LeaveReplicationMenu(console);
 }
 
+// The line of one node in the node list.
+std::string NodeLine(const std::string &address, unsigned count, const char *mark) {
+    char line[128];
+    std::snprintf(line, sizeof line, "%-15s      %02u node(s)         %s\n", address.c_str(), count,
+                  mark);
+    return line;
+}
+
+// "List" of the nodes menu; answers the node list up to its closing line.
+std::string ListNodesFromConsole(PtyDriver &console) {
+    OpenReplicationItem(console, "2\n");
+    const size_t begin = console.Output().size();
+    Answer(console, "Option : ", "1\n");
+    EXPECT_TRUE(console.Expect("\n====================\n\n"));
+    std::string list = console.Output().substr(begin);
+    LeaveNodesMenu(console);
+    return list;
+}
+
 void AddNodeFromConsole(PtyDriver &console, const std::string &address) {
     OpenReplicationItem(console, "2\n");
     Answer(console, "Option : ", "2\n");
@@ -43,7 +63,7 @@ void AddNodeFromConsole(PtyDriver &console, const std::string &address) {
     LeaveNodesMenu(console);
 }
 
-TEST(ReplicationConsole, CrossCheckReportsEachNodeAndTheOneWithAShorterList) {
+TEST(ReplicationConsole, CrossCheckAndListReportEachNodeAndTheOneWithAShorterList) {
     SimDomain domain(3);
     const std::string a = domain[0].host(), b = domain[1].host(), c = domain[2].host();
     PtyDriver console(TARSEL_PATH, NodeConsoleArgs(domain, 0));
@@ -74,10 +94,24 @@ TEST(ReplicationConsole, CrossCheckReportsEachNodeAndTheOneWithAShorterList) {
     EXPECT_EQ(report.find("lacks symmetry"), report.rfind("lacks symmetry"));
     Answer(console, "Press ENTER key to continue...", "\n");
     LeaveReplicationMenu(console);
+
+    // B is down and C lacks B; both are marked.
+    const std::string list = ListNodesFromConsole(console);
+    const std::string check = "!! please check !!";
+    const size_t self = list.find("Node List -\n" + NodeLine(a, 2, "this") + "    version   : ");
+    EXPECT_NE(list.find("    node list :\n        " + b + "\n        " + c + "\n" +
+                            NodeLine(b, 0, check.c_str()) + "    <err 00000459>\n" +
+                            NodeLine(c, 1, check.c_str()) + "    version   : ",
+                        self),
+              std::string::npos)
+        << list;
+    EXPECT_NE(list.find("    node list :\n        " + a + "\n\n====================\n\n", self),
+              std::string::npos)
+        << list;
     ExitFromMainMenu(console);
 }
 
-TEST(ReplicationConsole, TestWithAnEmptyNodeListAsksNothing) {
+TEST(ReplicationConsole, TestAndListWithAnEmptyNodeList) {
     SimDomain domain(1);
     PtyDriver console(TARSEL_PATH, NodeConsoleArgs(domain, 0));
     ASSERT_TRUE(LogIn(console, domain[0].initPassword()));
@@ -85,6 +119,12 @@ TEST(ReplicationConsole, TestWithAnEmptyNodeListAsksNothing) {
     Answer(console, "Option : ", "4\n");
     console.Expect("There is no entry in the replication node list.\n");
     LeaveNodesMenu(console);
+    const std::string list = ListNodesFromConsole(console);
+    EXPECT_NE(list.find("Node List -\n" + NodeLine(domain[0].host(), 0, "this")), std::string::npos)
+        << list;
+    EXPECT_NE(list.find("\n    node list :\n    <empty>\n\n====================\n\n"),
+              std::string::npos)
+        << list;
     ExitFromMainMenu(console);
 }
 

@@ -40,6 +40,21 @@ TEST_F(ObjectsTest, ListingIsInOrderOpensFromTheFinalCallStopsWhenAskedRemovalIs
     EXPECT_EQ(algorithms, (std::vector<uint32_t>{Q_ALG_AES_256, Q_ALG_DES, Q_ALG_OBJ_MAP}));
     EXPECT_EQ(labels, (std::vector<std::string>{"payments", "", ""}));
 
+    // A label is bytes to the HSM, whatever the client's character set.
+    const char latin1[] = "caf\xe9";
+    testing::internal::CaptureStderr();
+    ASSERT_EQ(QCreateObjMetadata(&metadata, 0), Q_OK);
+    ASSERT_EQ(QSetObjMetadata(metadata, Q_METADATA_LABEL, latin1, 4, 0), Q_OK);
+    EXPECT_EQ(QManageObjMetadata(operator_, Q_METADATA_WRITE, "b-key", &metadata, 0), Q_OK);
+    EXPECT_EQ(QDestroyObjMetadata(metadata, 0), Q_OK);
+    ASSERT_EQ(QManageObjMetadata(operator_, Q_METADATA_OPEN, "b-key", &metadata, 0), Q_OK);
+    char label[16] = {};
+    uint32_t length = sizeof label;
+    EXPECT_EQ(QGetObjMetadata(metadata, Q_METADATA_LABEL, label, &length, 0), Q_OK);
+    EXPECT_STREQ(label, latin1);
+    EXPECT_EQ(QDestroyObjMetadata(metadata, 0), Q_OK);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+
     int calls = 0;
     EXPECT_EQ(QListObjs(
                   operator_,

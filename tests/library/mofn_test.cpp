@@ -258,6 +258,10 @@ TEST_F(MofNTest, KeyOperationsNeedTheGrantOfTheCurrentAuthorization) {
         EXPECT_FALSE(allowed(operation, clerk_));
     }
     QCloseSession(&second, 0);
+    EXPECT_NE(ExportedLog(sim_.dataDir())
+                  .find("|clerk|Request refused: export_key|The partition's M of N authorization "
+                        "does not grant this operation.\n"),
+              std::string::npos);
 }
 
 TEST_F(MofNTest, OnlyAStandingAuthorizationLetsThePartitionBeRemoved) {
@@ -271,6 +275,9 @@ TEST_F(MofNTest, OnlyAStandingAuthorizationLetsThePartitionBeRemoved) {
     EXPECT_EQ(QRemoveUser(operator_, kClerk), Q_ERR_MOFN_NOT_AUTHORIZED);
     Reach(Q_MOFN_STATE_AUTHORIZED, Q_MOFN_PERM_PARTITION_REMOVE);
     EXPECT_EQ(QRemoveUser(operator_, kClerk), Q_OK);
+    EXPECT_NE(ExportedLog(sim_.dataDir())
+                  .find("|Request refused: remove_user|The partition's M of N authorization"),
+              std::string::npos);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstring>
 #include <random>
 #include <thread>
 
@@ -224,6 +225,46 @@ TEST_F(ReplicationTest, NodesJoinAndLeaveOnEveryLiveNode) {
     EXPECT_EQ(NodeOperation(first, 3, stranger.host()), Q_ERR_REPL_FOREIGN_NODE);
     stranger.Stop();
     EXPECT_EQ(NodeOperation(first, 1, stranger.host()), Q_ERR_REPL_NODE_TEST_FAILED);
+}
+
+// The node list tool asks every node of the list for its own: one record each, the answering
+// HSM first; a node that cannot be asked says why.
+TEST_F(ReplicationTest, NodeListToolReportsWhatEachNodeHolds) {
+    FormDomain();
+    QSessionHandle first = Operator(0);
+    ASSERT_EQ(GenerateKey(first, "counted"), Q_OK);
+    domain_[2].Stop();
+    uint8_t *result = nullptr;
+    uint32_t length = 0;
+    ASSERT_EQ(QHSMTool(first, Q_TOOL_NODE_LIST, nullptr, &result, &length, 0), Q_OK);
+    ASSERT_EQ(length, 3 * sizeof(QNodeRecord));
+    QNodeRecord records[3];
+    std::memcpy(records, result, length);
+    QFree(result);
+
+    auto listed = [](const QNodeRecord &record) {
+        std::vector<std::string> nodes;
+        for (uint32_t i = 0; i < record.nodeCount; ++i) {
+            char text[INET_ADDRSTRLEN] = {};
+            inet_ntop(AF_INET, record.nodes[i], text, sizeof text);
+            nodes.push_back(text);
+        }
+        return nodes;
+    };
+    EXPECT_STREQ(records[0].address, domain_[0].host().c_str());
+    EXPECT_EQ(records[0].self, 1u);
+    EXPECT_EQ(listed(records[0]), (std::vector<std::string>{domain_[1].host(), domain_[2].host()}));
+    EXPECT_STRNE(records[0].version, "0");
+
+    EXPECT_STREQ(records[1].address, domain_[1].host().c_str());
+    EXPECT_EQ(records[1].status, Q_OK);
+    EXPECT_EQ(records[1].self, 0u);
+    EXPECT_EQ(listed(records[1]), (std::vector<std::string>{domain_[0].host(), domain_[2].host()}));
+    EXPECT_STREQ(records[1].version, records[0].version);
+
+    EXPECT_STREQ(records[2].address, domain_[2].host().c_str());
+    EXPECT_EQ(records[2].status, Q_ERR_REPL_NODE_TEST_FAILED);
+    EXPECT_EQ(records[2].nodeCount, 0u);
 }
 
 }  // namespace

@@ -31,6 +31,8 @@ bool LogsIn(const SimProcess &sim) {
 
 TEST(SimLimits, DescriptorsComeBackOnceClientsLeaveEvenAfterTheTableFilled) {
     SimProcess sim;
+    RawClient operatorClient(sim.port(), false);
+    ASSERT_EQ(operatorClient.Status(PasswordLogin("master", sim.initPassword())), wire::OK);
     const rlimit limit{64, 64};
     ASSERT_EQ(::prlimit(sim.pid(), RLIMIT_NOFILE, &limit, nullptr), 0);
     {
@@ -39,6 +41,11 @@ TEST(SimLimits, DescriptorsComeBackOnceClientsLeaveEvenAfterTheTableFilled) {
             flood.push_back(std::make_unique<RawClient>(sim.port(), false));
         // Past the end of the table a client is refused, not left waiting in the backlog.
         EXPECT_TRUE(flood.back()->WaitClosed());
+        // The clients never take the descriptors the HSM's own work needs.
+        wire::pb::Request ping;
+        ping.mutable_run_network_tool()->set_tool(1);
+        ping.mutable_run_network_tool()->set_target("127.0.0.1");
+        EXPECT_EQ(operatorClient.Status(ping), wire::OK);
     }
     const Clock::time_point start = Clock::now();
     bool served = false;

@@ -33,7 +33,7 @@ constexpr MenuEntry kMonitoringItems[] = {
 
 constexpr MenuEntry kReplicationNodesItems[] = {
     Title(0, ""),
-    Action(0, "List", kAnyone, NotAvailableAction),
+    Action(0, "List", kAnyone, ListNodes),
     Action(0, "Add", kAnyone, AddNode),
     Action(0, "Delete", kAnyone, DeleteNode),
     Action(0, "Test", kAnyone, TestNode),

@@ -1,11 +1,11 @@
 #pragma once
 // AES-256-GCM with a 12-byte nonce and a 16-byte tag: the one sealing primitive of the master
-// key and of backups.
+// key, of backups and of the shadows on smart cards.
 
 #include <cstddef>
 #include <string_view>
 
-namespace sim {
+namespace wire {
 
 inline constexpr size_t kGcmKeyBytes = 32;
 inline constexpr size_t kGcmNonceBytes = 12;
@@ -22,4 +22,4 @@ void GcmSeal(std::string_view key, const unsigned char *nonce, std::string_view 
 bool GcmOpen(std::string_view key, const unsigned char *nonce, std::string_view sealed,
              std::string_view associated, unsigned char *out);
 
-}  // namespace sim
+}  // namespace wire

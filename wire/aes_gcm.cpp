@@ -1,4 +1,4 @@
-#include "crypto/aes_gcm.h"
+#include "aes_gcm.h"
 
 #include <openssl/evp.h>
 
@@ -6,7 +6,7 @@
 #include <memory>
 #include <stdexcept>
 
-namespace sim {
+namespace wire {
 
 namespace {
 
@@ -62,4 +62,4 @@ bool GcmOpen(std::string_view key, const unsigned char *nonce, std::string_view 
            EVP_DecryptFinal_ex(ctx.get(), out + length, &length) == 1;
 }
 
-}  // namespace sim
+}  // namespace wire
