@@ -86,13 +86,15 @@ constexpr int kPartsAhead = 3;
 // Streams the file's parts; after the first refusal it sends no more and reads the replies
 // still owed, so that the session stays usable.
 [[nodiscard]] uint32_t SendParts(Connection &connection, uint64_t id, int fd) {
-    std::string part(kPartBytes, '\0');
     pb::Request request;
+    // The file is read straight into the request: a part is copied once, into the frame.
+    std::string &part = *request.mutable_write_restore()->mutable_data();
     pb::Response reply;
     uint32_t status = wire::OK;
     int owed = 0;
     for (bool sending = true; sending || owed > 0;) {
         if (sending && owed < kPartsAhead) {
+            part.resize(kPartBytes);
             const ssize_t n = ::read(fd, part.data(), part.size());
             if (n < 0 && errno == EINTR) continue;
             if (n < 0) status = wire::ERR_FILE;
@@ -101,7 +103,7 @@ constexpr int kPartsAhead = 3;
                 continue;
             }
             request.mutable_write_restore()->set_transfer_id(id);
-            request.mutable_write_restore()->set_data(part.data(), static_cast<size_t>(n));
+            part.resize(static_cast<size_t>(n));
             if (const uint32_t sent = connection.Send(request); sent != wire::OK) return sent;
             ++owed;
             continue;
