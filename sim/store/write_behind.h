@@ -5,6 +5,7 @@
 
 #include <condition_variable>
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <exception>
 #include <mutex>
@@ -48,6 +49,7 @@ class WriteBehind {
     std::deque<size_t> free_;    // guarded by mutex_: indexes of chunks_ nobody uses
     std::deque<size_t> queued_;  // guarded by mutex_: in the order they are written
     size_t filling_ = 0;         // the chunk Next gave, producer's own
+    uint64_t written_ = 0;       // writer's own: bytes written so far
     bool writing_ = false;       // guarded by mutex_: the writer holds a chunk
     bool stopping_ = false;      // guarded by mutex_
     std::exception_ptr fault_;   // guarded by mutex_
