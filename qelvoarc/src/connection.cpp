@@ -9,6 +9,7 @@
 #include "qelvoarc.h"
 #include "secret_fields.h"
 #include "sigpipe_guard.h"
+#include "text_fields.h"
 
 namespace qelvoarc {
 
@@ -59,6 +60,10 @@ uint32_t Connection::RoundTrip(pb::Request &request, pb::Response *response) {
 }
 
 uint32_t Connection::Send(pb::Request &request) {
+    if (!wire::TextFieldsAreUtf8(request)) {
+        wire::WipeSecretFields(request);
+        return wire::ERR_INVALID_PARAMETER;
+    }
     const bool serialised = !broken_ && request.SerializeToString(&outgoing_);
     // The message's secrets are of no use once serialised (or never sent); the frame's go
     // once it is written.

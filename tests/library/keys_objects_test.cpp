@@ -53,6 +53,9 @@ TEST_F(ObjectsTest, ListingIsInOrderOpensFromTheFinalCallStopsWhenAskedRemovalIs
     EXPECT_EQ(QGetObjMetadata(metadata, Q_METADATA_LABEL, label, &length, 0), Q_OK);
     EXPECT_STREQ(label, latin1);
     EXPECT_EQ(QDestroyObjMetadata(metadata, 0), Q_OK);
+    // A name is text: one in another character set is refused before it leaves.
+    EXPECT_EQ(QManageObjMetadata(operator_, Q_METADATA_OPEN, latin1, &metadata, 0),
+              Q_ERR_INVALID_PARAMETER);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 
     int calls = 0;
