@@ -182,6 +182,8 @@ wire::Status ToWireStatus(Result result) {
             return wire::ERR_REPL_NODE_EXISTS;
         case Result::kOutOfSync:
             return wire::ERR_REPL_OUT_OF_SYNC;
+        case Result::kReplicationUnconfirmed:
+            return wire::ERR_REPL_UNCONFIRMED;
     }
     return wire::ERR_INTERNAL;
 }

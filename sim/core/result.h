@@ -98,6 +98,7 @@ enum class [[nodiscard]] Result{
     kNodeUnknown,
     kNodeExists,
     kOutOfSync,
+    kReplicationUnconfirmed,
 };
 
 wire::Status ToWireStatus(Result result);
