@@ -49,15 +49,22 @@ int64_t SchemaVersion(Database &db) {
     return read.Step() ? read.Int(0) : 0;
 }
 
-// The columns of `table` in `schema`, comma-separated: a file that was upgraded may hold
-// them in another order than one created at the latest version.
-std::string Columns(Database &db, const std::string &schema, const char *table) {
-    std::string columns;
-    Statement read(db, "SELECT name FROM pragma_table_info(?, ?)");
+// The columns of `table` in `schema`, sorted: a file that was upgraded may hold them in
+// another order than one created at the latest version.
+std::vector<std::string> Columns(Database &db, const std::string &schema, const char *table) {
+    std::vector<std::string> columns;
+    Statement read(db, "SELECT name FROM pragma_table_info(?, ?) ORDER BY name");
     read.Bind(1, std::string_view(table)).Bind(2, schema);
     while (read.Step())
-        columns += (columns.empty() ? "\"" : ", \"") + read.Text(0) + "\"";
+        columns.push_back("\"" + read.Text(0) + "\"");
     return columns;
+}
+
+std::string Joined(const std::vector<std::string> &columns) {
+    std::string list;
+    for (const std::string &column : columns)
+        list += (list.empty() ? "" : ", ") + column;
+    return list;
 }
 
 }  // namespace
@@ -68,10 +75,10 @@ std::string TakeSnapshot(Database &db) {
     {
         Transaction read(db, Transaction::kRead);
         for (const char *table : kSharedTables)
-            db.Execute(("CREATE TABLE " + image + table + " AS SELECT * FROM main." + table).c_str());
-        db.Execute(("CREATE TABLE " + image +
-                    "snapshot_state AS SELECT sync_point, " + std::to_string(SchemaVersion(db)) +
-                    " AS schema FROM main.replication_state")
+            db.Execute(
+                ("CREATE TABLE " + image + table + " AS SELECT * FROM main." + table).c_str());
+        db.Execute(("CREATE TABLE " + image + "snapshot_state AS SELECT sync_point, " +
+                    std::to_string(SchemaVersion(db)) + " AS schema FROM main.replication_state")
                        .c_str());
         read.Commit();
     }
@@ -93,20 +100,21 @@ bool RestoreSnapshot(Database &db, std::string &image) {
                             static_cast<sqlite3_int64>(image.size()),
                             static_cast<sqlite3_int64>(image.size()), 0) != SQLITE_OK)
         return false;
-    Transaction tx(db);
     uint64_t syncPoint = 0;
+    std::vector<std::string> columns;
     try {
         Statement state(db, "SELECT sync_point, schema FROM domain_snapshot.snapshot_state");
         if (!state.Step() || state.Int(1) != SchemaVersion(db)) return false;
         syncPoint = static_cast<uint64_t>(state.Int(0));
+        for (const char *table : kSharedTables) {
+            const std::vector<std::string> mine = Columns(db, "main", table);
+            if (mine.empty() || Columns(db, kAttached, table) != mine) return false;
+            columns.push_back(Joined(mine));
+        }
     } catch (const StoreError &) {
         return false;  // not an image of the shared tables
     }
-    std::vector<std::string> columns;
-    for (const char *table : kSharedTables) {
-        columns.push_back(Columns(db, "main", table));
-        if (Columns(db, kAttached, table).empty()) return false;
-    }
+    Transaction tx(db);
     for (size_t i = kSharedTableCount; i-- > 0;)
         db.Execute((std::string("DELETE FROM main.") + kSharedTables[i]).c_str());
     for (size_t i = 0; i < kSharedTableCount; ++i)
