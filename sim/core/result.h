@@ -99,6 +99,7 @@ enum class [[nodiscard]] Result{
     kNodeExists,
     kOutOfSync,
     kReplicationUnconfirmed,
+    kReplicationNotHere,
 };
 
 wire::Status ToWireStatus(Result result);

@@ -229,7 +229,18 @@ uint64_t Replicator::Prepare(Database &db, const std::string &changeset) {
         AbortPrepared(sequence);
         throw;
     }
+    TellCommit(sequence);
     return sequence;
+}
+
+void Replicator::TellCommit(uint64_t sequence) {
+    committing_.clear();
+    for (const std::string &address : prepared_) {
+        wire::pb::NodeRequest request;
+        request.mutable_finish_change()->set_sequence(sequence);
+        request.mutable_finish_change()->set_commit(true);
+        if (links_[address]->Send(request)) committing_.push_back(address);
+    }
 }
 
 // Every node is asked at once; whichever refuses first decides what the client hears, and
@@ -291,34 +302,32 @@ void Replicator::AbortPrepared(uint64_t sequence) {
 
 void Replicator::Finish(uint64_t ticket, bool committed) {
     if (ticket == kAlone) return;
-    if (!committed) {
-        AbortPrepared(ticket);
-        return;
-    }
     // Every node commits at once; the client waits for the slowest.
-    std::vector<std::string> asked;
-    for (const std::string &address : prepared_) {
-        wire::pb::NodeRequest request;
-        request.mutable_finish_change()->set_sequence(ticket);
-        request.mutable_finish_change()->set_commit(true);
-        if (links_[address]->Send(request)) asked.push_back(address);
-    }
     std::string unconfirmed;
-    for (const std::string &address : asked) {
+    for (const std::string &address : committing_) {
         wire::pb::NodeResponse response;
         if (links_[address]->Receive(&response) != Result::kOk) unconfirmed = address;
     }
     for (const std::string &address : prepared_) {
-        if (std::find(asked.begin(), asked.end(), address) == asked.end()) unconfirmed = address;
+        if (std::find(committing_.begin(), committing_.end(), address) == committing_.end())
+            unconfirmed = address;
     }
     if (!unconfirmed.empty()) links_.erase(unconfirmed);
-    if (unconfirmed.empty() && everyNodeActive_) everyNodeHas_ = ticket;
+    if (committed && unconfirmed.empty() && everyNodeActive_) everyNodeHas_ = ticket;
     prepared_.clear();
+    committing_.clear();
     pending_ = 0;
-    applied_++;
+    if (committed) applied_++;
     coordinating_ = false;
     SetState(kLiveSync);
     coordinator_.unlock();
+    // The other nodes were told to commit before this node's own commit failed: the change
+    // is theirs, and this node, one behind now, takes it from them when it catches up.
+    if (!committed) {
+        Wake();
+        throw CommitRefused(Result::kReplicationNotHere,
+                            "committed on the other nodes, not on this one");
+    }
     // The change stays: it is durable here and on the nodes that confirmed. The node that did
     // not either committed it too, or rolled it back when its connection was dropped here;
     // then it is one behind, refuses the next change as out of step and takes this one when

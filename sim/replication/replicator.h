@@ -1,8 +1,9 @@
 #pragma once
 // This node's part in its replication domain. As the commit hook of every store, it is the
 // coordinator of two-phase commit for the transactions of its own clients: it asks every
-// active node to apply and hold the change (phase 1), commits here, then tells them to
-// commit (phase 2); a client hears of its change only after that. As the server of the
+// active node to apply and hold the change (phase 1), then, once all hold it, tells them to
+// commit (phase 2) while it commits here, so that the nodes' syncs to disk overlap; a
+// client hears of its change only after every node confirmed. As the server of the
 // node-to-node connections it is the participant of the others' transactions. Its pulse
 // thread brings back nodes that were away and catches this node up when it fell behind.
 //
@@ -118,6 +119,8 @@ class Replicator final : public CommitHook {
                          const std::string &changeset);
     // Rolls back the nodes prepared so far and releases coordinator_.
     void AbortPrepared(uint64_t sequence);
+    // Phase 2 to every prepared node, without waiting for the answers (Finish reads them).
+    void TellCommit(uint64_t sequence);
     void SetState(uint32_t state);
     // Wakes the pulse thread for a catch-up now.
     void Wake();
@@ -150,8 +153,9 @@ class Replicator final : public CommitHook {
     std::mutex coordinator_;
     std::map<std::string, std::unique_ptr<NodeLink>> links_;  // guarded by coordinator_
     std::vector<std::string> prepared_;                       // guarded by coordinator_
-    bool everyNodeActive_ = false;  // guarded by coordinator_: none of the list is down
-    uint64_t everyNodeHas_ = 0;     // guarded by coordinator_: the sync point all confirmed
+    std::vector<std::string> committing_;  // guarded by coordinator_: phase 2 sent, unanswered
+    bool everyNodeActive_ = false;         // guarded by coordinator_: none of the list is down
+    uint64_t everyNodeHas_ = 0;            // guarded by coordinator_: the sync point all confirmed
     // Whether the node list is not empty. Set in the write transaction that fills the list,
     // so that no store transaction starts in between without capturing its change; cleared
     // after the one that empties it (a transaction in between finds the list empty).

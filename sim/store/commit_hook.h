@@ -39,7 +39,8 @@ class CommitHook {
     // then the transaction rolls back. May write to `db` (its own bookkeeping).
     virtual uint64_t Prepare(Database &db, const std::string &changeset) = 0;
     // After COMMIT (`committed`) or its failure. Throws CommitRefused when the change is
-    // durable here but not known to be on every node.
+    // durable here but not known to be on every node, or, after a failed COMMIT, when other
+    // nodes may have it already.
     virtual void Finish(uint64_t ticket, bool committed) = 0;
 };
 
