@@ -234,6 +234,10 @@ uint64_t Replicator::Prepare(Database &db, const std::string &changeset) {
 }
 
 void Replicator::TellCommit(uint64_t sequence) {
+    // From here on this node waits for no other node's write lock, and its own is free once
+    // its commit is on disk: another coordinator's change may wait for it without a deadlock,
+    // instead of being refused as if the two were asking at the same time.
+    coordinating_ = false;
     committing_.clear();
     for (const std::string &address : prepared_) {
         wire::pb::NodeRequest request;
