@@ -64,6 +64,7 @@ int Run(const sim::DaemonOptions &options) {
     replicationSettings.self = {options.host, options.port, data.tlsKeyPath(), data.tlsCertPath()};
     replicationSettings.managerSeconds = options.replicationPulseSeconds;
     replicationSettings.recoverySeconds = options.replicationRecoverySeconds;
+    replicationSettings.journalChanges = static_cast<uint64_t>(options.replicationJournalChanges);
     sim::Replicator replicator(data.database(), data.masterKey(), replicationSettings, clock, log);
     replicationHook.Set(&replicator);
     // Host connections of the EFT daemon keep keys while the key store's generation holds.

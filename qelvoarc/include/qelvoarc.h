@@ -1937,6 +1937,8 @@ QELVOARC_API uint32_t QByteArray2Base64(const uint8_t *data, uint32_t length, ch
 #define Q_ERR_REPL_NODE_UNKNOWN 1115u
 #define Q_ERR_REPL_NODE_EXISTS 1116u
 #define Q_ERR_REPL_OUT_OF_SYNC 1117u
+#define Q_ERR_REPL_UNCONFIRMED 1118u /* made here, not confirmed by every node: no retry */
+#define Q_ERR_REPL_NOT_HERE 1119u    /* made on the other nodes, comes here: no retry */
 #define Q_ERR_UPACK_MALFORMED 1130u
 #define Q_ERR_UPACK_BAD_SIGNATURE 1131u
 #define Q_ERR_UPACK_UNKNOWN_SIGNER 1132u

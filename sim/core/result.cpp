@@ -182,6 +182,10 @@ wire::Status ToWireStatus(Result result) {
             return wire::ERR_REPL_NODE_EXISTS;
         case Result::kOutOfSync:
             return wire::ERR_REPL_OUT_OF_SYNC;
+        case Result::kReplicationUnconfirmed:
+            return wire::ERR_REPL_UNCONFIRMED;
+        case Result::kReplicationNotHere:
+            return wire::ERR_REPL_NOT_HERE;
     }
     return wire::ERR_INTERNAL;
 }

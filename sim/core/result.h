@@ -98,6 +98,8 @@ enum class [[nodiscard]] Result{
     kNodeUnknown,
     kNodeExists,
     kOutOfSync,
+    kReplicationUnconfirmed,
+    kReplicationNotHere,
 };
 
 wire::Status ToWireStatus(Result result);

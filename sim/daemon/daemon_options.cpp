@@ -98,6 +98,9 @@ const char *DaemonUsage() {
            "                            (default 2)\n"
            "  --repl-recovery SECONDS   recovery pulsing: how often nodes that were away are\n"
            "                            looked for and caught up (default 2)\n"
+           "  --repl-journal CHANGES    replication changes kept for nodes that were away; one\n"
+           "                            further behind takes a copy of the shared tables\n"
+           "                            (default 10000)\n"
            "  --help                    this text\n"
            "Diagnostics go to standard error: the cause of every internal error, with the\n"
            "request's kind and the session user, never a secret or a value a request carried.\n";
@@ -190,6 +193,9 @@ ParseOutcome ParseDaemonOptions(const std::vector<std::string> &args, DaemonOpti
         } else if (name == "--repl-recovery") {
             ok = ParseNumber<int>(value, 3600, &options->replicationRecoverySeconds) &&
                  options->replicationRecoverySeconds > 0;
+        } else if (name == "--repl-journal") {
+            ok = ParseNumber<int>(value, 10000000, &options->replicationJournalChanges) &&
+                 options->replicationJournalChanges > 0;
         } else {
             *error = "unknown option " + name;
             return ParseOutcome::kError;

@@ -29,11 +29,12 @@ struct DaemonOptions {
     HardwareSettings hardware;  // its dataDir, tpKey and start are set when the daemon runs
     bool tampered = false;      // set the tamper latch at start
     std::string vendorCert;     // the signer of update packages; "" = the data directory's
-    int telemetryIntervalSeconds = 300;    // between status documents while bound
-    std::string telemetryCa;               // CA file for the telemetry URL; "" = the system's
-    std::optional<EftdListen> eftdListen;  // the host-command port; none = not served
-    int replicationPulseSeconds = 2;       // a replication node silent this long blocks commits
-    int replicationRecoverySeconds = 2;    // how often nodes that were away are looked for
+    int telemetryIntervalSeconds = 300;     // between status documents while bound
+    std::string telemetryCa;                // CA file for the telemetry URL; "" = the system's
+    std::optional<EftdListen> eftdListen;   // the host-command port; none = not served
+    int replicationPulseSeconds = 2;        // a replication node silent this long blocks commits
+    int replicationRecoverySeconds = 2;     // how often nodes that were away are looked for
+    int replicationJournalChanges = 10000;  // a node further behind takes a full snapshot
 };
 
 enum class ParseOutcome { kRun, kHelp, kError };

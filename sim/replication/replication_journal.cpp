@@ -82,6 +82,22 @@ void RecordChange(Database &db, uint64_t sequence, const std::string &changeset)
         .Run();
 }
 
+void BoundJournal(Database &db, uint64_t sequence, uint64_t everyNodeHas, uint64_t cap) {
+    constexpr uint64_t kStride = 32;
+    if (sequence % kStride != 0) return;
+    const uint64_t through = std::max(everyNodeHas, sequence > cap ? sequence - cap : 0);
+    Statement(db, "DELETE FROM replication_journal WHERE sequence <= ?")
+        .Bind(1, static_cast<int64_t>(through))
+        .Run();
+}
+
+void RestartJournal(Database &db, uint64_t syncPoint) {
+    Statement(db, "DELETE FROM replication_journal").Run();
+    Statement(db, "UPDATE replication_state SET sync_point = ? WHERE id = 1")
+        .Bind(1, static_cast<int64_t>(syncPoint))
+        .Run();
+}
+
 std::vector<JournalChange> ReadChangesAfter(Database &db, uint64_t syncPoint, uint32_t limit) {
     std::vector<JournalChange> changes;
     Statement read(db,

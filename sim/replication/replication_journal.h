@@ -25,6 +25,12 @@ bool MarkNodeDown(Database &db, const std::string &address, bool down);  // fals
 uint64_t ReadSyncPoint(Database &db);
 // Journals `changeset` as transaction `sequence`, which becomes the sync point.
 void RecordChange(Database &db, uint64_t sequence, const std::string &changeset);
+// Drops what no node needs from the journal: the changes through `everyNodeHas`, and all
+// but the last `cap`. Works only every few sequences, so the bound is loose by that few.
+void BoundJournal(Database &db, uint64_t sequence, uint64_t everyNodeHas, uint64_t cap);
+// Empties the journal and sets the sync point: after a snapshot, or when this node's changes
+// stopped being journaled (it was alone) and the journal would have a gap.
+void RestartJournal(Database &db, uint64_t syncPoint);
 
 struct JournalChange {
     uint64_t sequence = 0;

@@ -5,8 +5,8 @@
 
 #include <algorithm>
 #include <chrono>
-#include <set>
 
+#include "replication/domain_snapshot.h"
 #include "secret_fields.h"
 
 namespace sim {
@@ -27,10 +27,11 @@ enum State : uint32_t {
 // Changes a node fetches at once while it catches up, and applies in one transaction.
 constexpr uint32_t kCatchUpBatch = 2000;
 
-// Tables the whole domain shares. The event logs, the backup counter and the network
-// settings are each HSM's own, and so is the replication state.
-const std::set<std::string, std::less<>> kReplicatedTables = {
-    "users", "oath_tokens", "access_tokens", "password_policy", "objects"};
+// A snapshot travels in pieces well under the largest frame.
+constexpr size_t kSnapshotChunk = 1u << 20;
+
+// The ticket of a change made while the node list is empty: no node to tell.
+constexpr uint64_t kAlone = 0;
 
 DatabaseFile WithoutHook(DatabaseFile file) {
     file.hook = nullptr;
@@ -59,6 +60,7 @@ class Replicator::Participant {
     }
     ~Participant() {
         if (open_) Rollback();
+        OPENSSL_cleanse(snapshot_.data(), snapshot_.size());
     }
 
     Result Prepare(const wire::pb::PrepareChange &change) {
@@ -72,7 +74,7 @@ class Replicator::Participant {
         const uint64_t syncPoint = ReadSyncPoint(db_);
         if (change.sequence() != syncPoint + 1) {
             Rollback();
-            if (change.sequence() > syncPoint + 1) owner_.pulseWake_.notify_all();
+            if (change.sequence() > syncPoint + 1) owner_.Wake();
             return Result::kOutOfSync;
         }
         if (!ApplyChange(db_, change.changeset())) {
@@ -80,6 +82,8 @@ class Replicator::Participant {
             return Result::kReplicationConflict;
         }
         RecordChange(db_, change.sequence(), change.changeset());
+        BoundJournal(db_, change.sequence(), change.every_node_has(),
+                     owner_.settings_.journalChanges);
         owner_.SetState(kPhase1Participant);
         return Result::kOk;
     }
@@ -100,6 +104,19 @@ class Replicator::Participant {
         if (committed) owner_.changesApplied_();
         owner_.SetState(kLiveSync);
         return committed ? Result::kOk : Result::kInternal;
+    }
+
+    // The image of the shared tables from `offset`, made anew at 0.
+    Result Snapshot(const wire::pb::FetchSnapshot &fetch, wire::pb::FetchSnapshotReply *reply) {
+        if (open_) return Result::kProtocol;
+        if (fetch.offset() == 0) {
+            OPENSSL_cleanse(snapshot_.data(), snapshot_.size());
+            snapshot_ = TakeSnapshot(db_);
+        }
+        if (fetch.offset() > snapshot_.size()) return Result::kProtocol;
+        reply->set_size(snapshot_.size());
+        reply->set_chunk(snapshot_.substr(fetch.offset(), kSnapshotChunk));
+        return Result::kOk;
     }
 
     Database &db() { return db_; }
@@ -127,6 +144,7 @@ class Replicator::Participant {
     bool open_ = false;
     uint64_t sequence_ = 0;
     std::chrono::steady_clock::time_point waitUntil_;
+    std::string snapshot_;  // the image a node fetches in pieces
 };
 
 Replicator::Replicator(const DatabaseFile &file, const MasterKey &masterKey,
@@ -140,7 +158,8 @@ Replicator::Replicator(const DatabaseFile &file, const MasterKey &masterKey,
       state_(kZeroed) {
     settings_.self.timeoutMs = settings_.managerSeconds * 1000;
     std::lock_guard lock(dbMutex_);
-    SetState(ReadNodes(db_).empty() ? kZeroed : kUndefined);
+    joined_ = !ReadNodes(db_).empty();
+    SetState(joined_ ? kUndefined : kZeroed);
 }
 
 Replicator::~Replicator() {
@@ -165,8 +184,16 @@ void Replicator::SetState(uint32_t state) {
     if (state_.exchange(state) != state) when_ = static_cast<uint64_t>(clock_.Now());
 }
 
+void Replicator::Wake() {
+    {
+        std::lock_guard lock(pulseMutex_);
+        woken_ = true;
+    }
+    pulseWake_.notify_all();
+}
+
 bool Replicator::Replicates(const char *table) const {
-    return kReplicatedTables.count(std::string_view(table)) != 0;
+    return IsSharedTable(table);
 }
 
 Result Replicator::OpenLink(const std::string &address, std::unique_ptr<NodeLink> *link) {
@@ -183,22 +210,41 @@ NodeLink *Replicator::LinkTo(const std::string &address, Result *result) {
 }
 
 uint64_t Replicator::Prepare(Database &db, const std::string &changeset) {
+    // The store's transaction holds the write lock: the list cannot change before it ends.
+    const std::vector<NodeEntry> nodes = ReadNodes(db);
+    if (nodes.empty()) return kAlone;
     coordinator_.lock();
     coordinating_ = true;
     const uint64_t sequence = ReadSyncPoint(db) + 1;
     pending_ = sequence;
     prepared_.clear();
+    everyNodeActive_ =
+        std::none_of(nodes.begin(), nodes.end(), [](const NodeEntry &node) { return node.down; });
     try {
-        const std::vector<NodeEntry> nodes = ReadNodes(db);
-        alone_ = nodes.empty();
-        if (!alone_) SetState(kPhase2Coordinator);
+        SetState(kPhase2Coordinator);
         PrepareOnActive(nodes, sequence, changeset);
         RecordChange(db, sequence, changeset);
+        BoundJournal(db, sequence, everyNodeHas_, settings_.journalChanges);
     } catch (...) {
         AbortPrepared(sequence);
         throw;
     }
+    TellCommit(sequence);
     return sequence;
+}
+
+void Replicator::TellCommit(uint64_t sequence) {
+    // From here on this node waits for no other node's write lock, and its own is free once
+    // its commit is on disk: another coordinator's change may wait for it without a deadlock,
+    // instead of being refused as if the two were asking at the same time.
+    coordinating_ = false;
+    committing_.clear();
+    for (const std::string &address : prepared_) {
+        wire::pb::NodeRequest request;
+        request.mutable_finish_change()->set_sequence(sequence);
+        request.mutable_finish_change()->set_commit(true);
+        if (links_[address]->Send(request)) committing_.push_back(address);
+    }
 }
 
 // Every node is asked at once; whichever refuses first decides what the client hears, and
@@ -210,7 +256,7 @@ void Replicator::PrepareOnActive(const std::vector<NodeEntry> &nodes, uint64_t s
     auto refuse = [&](const std::string &address, Result result) {
         if (result == Result::kReplicationUnreachable) links_.erase(address);
         if (refusal != Result::kOk) return;
-        if (result == Result::kOutOfSync) pulseWake_.notify_all();
+        if (result == Result::kOutOfSync) Wake();
         if (result != Result::kOutOfSync && result != Result::kReplicationConflict)
             result = Result::kReplicationUnreachable;
         refusal = result;
@@ -224,6 +270,7 @@ void Replicator::PrepareOnActive(const std::vector<NodeEntry> &nodes, uint64_t s
         wire::pb::NodeRequest request;
         request.mutable_prepare_change()->set_sequence(sequence);
         request.mutable_prepare_change()->set_changeset(changeset);
+        request.mutable_prepare_change()->set_every_node_has(everyNodeHas_);
         if (link != nullptr && link->Send(request))
             asked.push_back(node.address);
         else
@@ -253,41 +300,44 @@ void Replicator::AbortPrepared(uint64_t sequence) {
     prepared_.clear();
     pending_ = 0;
     coordinating_ = false;
-    if (!alone_) SetState(kLiveSync);
+    SetState(kLiveSync);
     coordinator_.unlock();
 }
 
 void Replicator::Finish(uint64_t ticket, bool committed) {
-    if (!committed) {
-        AbortPrepared(ticket);
-        return;
-    }
+    if (ticket == kAlone) return;
     // Every node commits at once; the client waits for the slowest.
-    std::vector<std::string> asked;
-    for (const std::string &address : prepared_) {
-        wire::pb::NodeRequest request;
-        request.mutable_finish_change()->set_sequence(ticket);
-        request.mutable_finish_change()->set_commit(true);
-        if (links_[address]->Send(request)) asked.push_back(address);
-    }
     std::string unconfirmed;
-    for (const std::string &address : asked) {
+    for (const std::string &address : committing_) {
         wire::pb::NodeResponse response;
         if (links_[address]->Receive(&response) != Result::kOk) unconfirmed = address;
     }
     for (const std::string &address : prepared_) {
-        if (std::find(asked.begin(), asked.end(), address) == asked.end()) unconfirmed = address;
+        if (std::find(committing_.begin(), committing_.end(), address) == committing_.end())
+            unconfirmed = address;
     }
     if (!unconfirmed.empty()) links_.erase(unconfirmed);
+    if (committed && unconfirmed.empty() && everyNodeActive_) everyNodeHas_ = ticket;
     prepared_.clear();
+    committing_.clear();
     pending_ = 0;
-    applied_++;
+    if (committed) applied_++;
     coordinating_ = false;
-    if (!alone_) SetState(kLiveSync);
+    SetState(kLiveSync);
     coordinator_.unlock();
-    // Committed here; the node that did not confirm has it prepared, or catches up.
+    // The other nodes were told to commit before this node's own commit failed: the change
+    // is theirs, and this node, one behind now, takes it from them when it catches up.
+    if (!committed) {
+        Wake();
+        throw CommitRefused(Result::kReplicationNotHere,
+                            "committed on the other nodes, not on this one");
+    }
+    // The change stays: it is durable here and on the nodes that confirmed. The node that did
+    // not either committed it too, or rolled it back when its connection was dropped here;
+    // then it is one behind, refuses the next change as out of step and takes this one when
+    // it catches up. The client must not retry, so it hears that the change was made.
     if (!unconfirmed.empty())
-        throw CommitRefused(Result::kReplicationUnreachable,
+        throw CommitRefused(Result::kReplicationUnconfirmed,
                             "commit not confirmed by " + unconfirmed);
 }
 
@@ -323,6 +373,16 @@ Result Replicator::AddNode(const std::string &address) {
     std::unique_ptr<NodeLink> link;
     Result result = OpenLink(address, &link);
     if (result != Result::kOk) return result;
+    {
+        std::lock_guard lock(dbMutex_);
+        Transaction tx(db_);
+        // Alone, this node journaled nothing: a journal that starts afresh one past its sync
+        // point sends the new node to a snapshot, which holds what was made meanwhile.
+        if (nodes.empty()) RestartJournal(db_, ReadSyncPoint(db_) + 1);
+        AddNodeEntry(db_, address);
+        joined_ = true;
+        tx.Commit();
+    }
     // The new node learns the whole domain, this node included.
     wire::pb::NodeRequest request;
     auto *change = request.mutable_change_membership();
@@ -332,22 +392,45 @@ Result Replicator::AddNode(const std::string &address) {
     for (const NodeEntry &node : nodes)
         change->add_nodes(node.address);
     wire::pb::NodeResponse response;
-    if (Result told = link->Call(request, &response); told != Result::kOk) return told;
-    SpreadMembership(address, true, address);
-    {
+    if (Result told = link->Call(request, &response); told != Result::kOk) {
         std::lock_guard lock(dbMutex_);
-        AddNodeEntry(db_, address);
+        RemoveNodeEntry(db_, address);
+        joined_ = !nodes.empty();
+        return told;
     }
+    SpreadMembership(address, true, address);
     SetState(kLiveSync);
-    pulseWake_.notify_all();
+    AwaitInStep(*link);
     return Result::kOk;
+}
+
+void Replicator::AwaitInStep(NodeLink &link) {
+    const auto until =
+        std::chrono::steady_clock::now() +
+        std::chrono::seconds(2 * (settings_.managerSeconds + settings_.recoverySeconds));
+    while (std::chrono::steady_clock::now() < until) {
+        uint64_t mine = 0;
+        {
+            std::lock_guard lock(dbMutex_);
+            mine = ReadSyncPoint(db_);
+        }
+        wire::pb::NodeRequest request;
+        request.mutable_node_pulse();
+        wire::pb::NodeResponse response;
+        if (link.Call(request, &response) != Result::kOk) return;
+        if (response.node_pulse().sync_point() >= mine) return;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
 }
 
 Result Replicator::DeleteNode(const std::string &address) {
     {
         std::lock_guard lock(dbMutex_);
         if (!RemoveNodeEntry(db_, address)) return Result::kNodeUnknown;
-        if (ReadNodes(db_).empty()) SetState(kZeroed);
+        if (ReadNodes(db_).empty()) {
+            joined_ = false;
+            SetState(kZeroed);
+        }
     }
     {
         std::lock_guard lock(coordinator_);
@@ -499,6 +582,9 @@ Result Replicator::Serve(Participant &participant, const wire::pb::NodeRequest &
             }
             return Result::kOk;
         }
+        case wire::pb::NodeRequest::kFetchSnapshot:
+            return participant.Snapshot(request.fetch_snapshot(),
+                                        response->mutable_fetch_snapshot());
         case wire::pb::NodeRequest::kChangeMembership:
             response->mutable_change_membership();
             ChangeMembership(request.change_membership());
@@ -509,10 +595,14 @@ Result Replicator::Serve(Participant &participant, const wire::pb::NodeRequest &
 }
 
 void Replicator::ChangeMembership(const wire::pb::ChangeMembership &change) {
+    const bool joining = change.add() && change.address() == settings_.self.address;
     bool joined = false;
     {
         std::lock_guard lock(dbMutex_);
         Transaction tx(db_);
+        // A joining node takes the domain's tables whole, by a snapshot: its own may be a
+        // copy older than the domain's, or hold changes it made alone.
+        if (joining) RestartJournal(db_, 0);
         if (change.add()) {
             for (const std::string &address : change.nodes()) {
                 if (address != settings_.self.address) AddNodeEntry(db_, address);
@@ -525,11 +615,16 @@ void Replicator::ChangeMembership(const wire::pb::ChangeMembership &change) {
             RemoveNodeEntry(db_, change.address());
         }
         joined = !ReadNodes(db_).empty();
+        if (joined) joined_ = true;
         tx.Commit();
     }
+    if (!joined) joined_ = false;
     SetState(joined ? kLiveSync : kZeroed);
-    std::lock_guard links(coordinator_);
-    links_.clear();
+    {
+        std::lock_guard links(coordinator_);
+        links_.clear();
+    }
+    if (joining) Wake();
 }
 
 void Replicator::PulseLoop() {
@@ -543,7 +638,9 @@ void Replicator::PulseLoop() {
             log_.Write(std::string("replication pulse: ") + e.what());
         }
         lock.lock();
-        pulseWake_.wait_for(lock, std::chrono::seconds(settings_.recoverySeconds));
+        pulseWake_.wait_for(lock, std::chrono::seconds(settings_.recoverySeconds),
+                            [this] { return stopping_ || woken_; });
+        woken_ = false;
     }
 }
 
@@ -571,13 +668,52 @@ void Replicator::CatchUp() {
 
 bool Replicator::CatchUpFrom(NodeLink &link) {
     std::lock_guard lock(dbMutex_);
-    wire::pb::NodeRequest request;
-    request.mutable_fetch_changes()->set_sync_point(ReadSyncPoint(db_));
-    request.mutable_fetch_changes()->set_limit(kCatchUpBatch);
-    wire::pb::NodeResponse response;
-    const bool applied = link.Call(request, &response) == Result::kOk && ApplyFetched(response);
-    wire::WipeSecretFields(response);
-    return applied;
+    const uint64_t mine = ReadSyncPoint(db_);
+    // At 0 the node joined and holds nothing it can vouch for.
+    if (mine != 0) {
+        wire::pb::NodeRequest request;
+        request.mutable_fetch_changes()->set_sync_point(mine);
+        request.mutable_fetch_changes()->set_limit(kCatchUpBatch);
+        wire::pb::NodeResponse response;
+        if (link.Call(request, &response) != Result::kOk) return false;
+        const auto &reply = response.fetch_changes();
+        const bool inJournal = !reply.entries().empty() && reply.entries(0).sequence() == mine + 1;
+        const bool applied = inJournal && ApplyFetched(response);
+        wire::WipeSecretFields(response);
+        // Further on, but the journal no longer holds what comes next: a snapshot.
+        if (inJournal || reply.sync_point() <= mine) return applied;
+    }
+    return TakeSnapshotFrom(link);
+}
+
+bool Replicator::TakeSnapshotFrom(NodeLink &link) {
+    const uint64_t mine = ReadSyncPoint(db_);
+    std::string image;
+    struct Wipe {
+        std::string &bytes;
+        ~Wipe() { OPENSSL_cleanse(bytes.data(), bytes.size()); }
+    } wipe{image};
+    uint64_t size = 0;
+    do {
+        wire::pb::NodeRequest request;
+        request.mutable_fetch_snapshot()->set_offset(image.size());
+        wire::pb::NodeResponse response;
+        const bool fetched = link.Call(request, &response) == Result::kOk;
+        const auto &reply = response.fetch_snapshot();
+        if (fetched && image.empty()) {
+            size = reply.size();
+            image.reserve(size);  // no reallocation leaves a copy behind
+        }
+        const bool fits = fetched && !reply.chunk().empty() && reply.size() == size &&
+                          image.size() + reply.chunk().size() <= size;
+        if (fits) image += reply.chunk();
+        wire::WipeSecretFields(response);
+        if (!fits) return false;
+    } while (image.size() < size);
+    if (!RestoreSnapshot(db_, image) || ReadSyncPoint(db_) <= mine) return false;
+    applied_++;
+    changesApplied_();
+    return true;
 }
 
 bool Replicator::ApplyFetched(const wire::pb::NodeResponse &response) {

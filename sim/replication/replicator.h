@@ -1,8 +1,9 @@
 #pragma once
 // This node's part in its replication domain. As the commit hook of every store, it is the
 // coordinator of two-phase commit for the transactions of its own clients: it asks every
-// active node to apply and hold the change (phase 1), commits here, then tells them to
-// commit (phase 2); a client hears of its change only after that. As the server of the
+// active node to apply and hold the change (phase 1), then, once all hold it, tells them to
+// commit (phase 2) while it commits here, so that the nodes' syncs to disk overlap; a
+// client hears of its change only after every node confirmed. As the server of the
 // node-to-node connections it is the participant of the others' transactions. Its pulse
 // thread brings back nodes that were away and catches this node up when it fell behind.
 //
@@ -12,6 +13,12 @@
 // meet, the one with the lower address goes on. The
 // journal's sequence numbers are therefore the same on every node, and a change is refused by
 // a node whose sync point is not the one before it.
+//
+// A node with an empty node list replicates nothing: its writes capture no change and journal
+// nothing, so its sync point stands still. The node that adds the first node to its list
+// therefore starts its journal afresh one past its sync point, and a node that joins drops its
+// own to 0: either way the joining node catches up by a snapshot, never from a journal that
+// misses the changes made while the other was alone.
 
 #include <atomic>
 #include <condition_variable>
@@ -36,9 +43,10 @@
 namespace sim {
 
 struct ReplicationSettings {
-    NodeEndpoint self;        // its timeout is the manager's pulse interval
-    int managerSeconds = 2;   // a node silent this long blocks commits
-    int recoverySeconds = 2;  // how often nodes that were away are looked for
+    NodeEndpoint self;                // its timeout is the manager's pulse interval
+    int managerSeconds = 2;           // a node silent this long blocks commits
+    int recoverySeconds = 2;          // how often nodes that were away are looked for
+    uint64_t journalChanges = 10000;  // a node further behind catches up by a snapshot
 };
 
 // What the information screen shows (wire::pb::ReplicationStatus and the node list).
@@ -73,6 +81,7 @@ class Replicator final : public CommitHook {
     void Start(uint16_t port);
     void Stop();
 
+    bool Captures() const override { return joined_; }
     bool Replicates(const char *table) const override;
     uint64_t Prepare(Database &db, const std::string &changeset) override;
     void Finish(uint64_t ticket, bool committed) override;
@@ -110,7 +119,11 @@ class Replicator final : public CommitHook {
                          const std::string &changeset);
     // Rolls back the nodes prepared so far and releases coordinator_.
     void AbortPrepared(uint64_t sequence);
+    // Phase 2 to every prepared node, without waiting for the answers (Finish reads them).
+    void TellCommit(uint64_t sequence);
     void SetState(uint32_t state);
+    // Wakes the pulse thread for a catch-up now.
+    void Wake();
     // Tells every active node but `except` to add or remove `address`.
     void SpreadMembership(const std::string &address, bool add, const std::string &except);
     void PulseLoop();
@@ -120,6 +133,11 @@ class Replicator final : public CommitHook {
     bool CatchUpFrom(NodeLink &link);
     // REQUIRES: dbMutex_ held.
     bool ApplyFetched(const wire::pb::NodeResponse &response);
+    // Replaces the shared tables by the image `link`'s node makes. REQUIRES: dbMutex_ held.
+    bool TakeSnapshotFrom(NodeLink &link);
+    // Waits a while for the node that just joined to reach this node's sync point, so that
+    // changes do not meet it out of step.
+    void AwaitInStep(NodeLink &link);
 
     ReplicationSettings settings_;
     DatabaseFile file_;
@@ -135,7 +153,13 @@ class Replicator final : public CommitHook {
     std::mutex coordinator_;
     std::map<std::string, std::unique_ptr<NodeLink>> links_;  // guarded by coordinator_
     std::vector<std::string> prepared_;                       // guarded by coordinator_
-    bool alone_ = true;  // guarded by coordinator_: the change under way has no other node
+    std::vector<std::string> committing_;  // guarded by coordinator_: phase 2 sent, unanswered
+    bool everyNodeActive_ = false;         // guarded by coordinator_: none of the list is down
+    uint64_t everyNodeHas_ = 0;            // guarded by coordinator_: the sync point all confirmed
+    // Whether the node list is not empty. Set in the write transaction that fills the list,
+    // so that no store transaction starts in between without capturing its change; cleared
+    // after the one that empties it (a transaction in between finds the list empty).
+    std::atomic<bool> joined_{false};
     std::atomic<bool> coordinating_{false};
     std::atomic<uint64_t> pending_{0};
 
@@ -147,6 +171,7 @@ class Replicator final : public CommitHook {
     std::mutex pulseMutex_;
     std::condition_variable pulseWake_;
     bool stopping_ = false;  // guarded by pulseMutex_
+    bool woken_ = false;     // guarded by pulseMutex_
     std::thread pulse_;
 };
 

@@ -27,6 +27,10 @@ class CommitHook {
   public:
     virtual ~CommitHook() = default;
 
+    // Whether write transactions capture their changes at all: a node alone in no domain
+    // spends nothing on replication. Read by a transaction once it holds the write lock, so
+    // a hook that changes its answer under that lock never misses a change.
+    virtual bool Captures() const = 0;
     // Whether `table` holds state the whole domain shares; only those tables are captured.
     virtual bool Replicates(const char *table) const = 0;
 
@@ -35,7 +39,8 @@ class CommitHook {
     // then the transaction rolls back. May write to `db` (its own bookkeeping).
     virtual uint64_t Prepare(Database &db, const std::string &changeset) = 0;
     // After COMMIT (`committed`) or its failure. Throws CommitRefused when the change is
-    // durable here but not known to be on every node.
+    // durable here but not known to be on every node, or, after a failed COMMIT, when other
+    // nodes may have it already.
     virtual void Finish(uint64_t ticket, bool committed) = 0;
 };
 
@@ -45,6 +50,7 @@ class CommitRelay final : public CommitHook {
   public:
     // REQUIRES: no transaction is under way; `hook` outlives every later one.
     void Set(CommitHook *hook) { target_ = hook; }
+    bool Captures() const override { return target_ != nullptr && target_->Captures(); }
     bool Replicates(const char *table) const override {
         return target_ != nullptr && target_->Replicates(table);
     }

@@ -162,7 +162,7 @@ std::string TakeChangeset(sqlite3 *db, sqlite3_session *session) {
 Transaction::Transaction(Database &db, Kind kind) : db_(db) {
     db_.Execute(kind == kWrite ? "BEGIN IMMEDIATE" : "BEGIN");
     CommitHook *hook = db_.hook();
-    if (kind != kWrite || hook == nullptr) return;
+    if (kind != kWrite || hook == nullptr || !hook->Captures()) return;
     if (sqlite3session_create(db_.handle(), "main", &changes_) != SQLITE_OK) {
         sqlite3_exec(db_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
         Fail(db_.handle(), "session");

@@ -17,8 +17,12 @@
 
 namespace {
 
-const char *const kReplicatedTables[] = {"users", "oath_tokens", "access_tokens", "password_policy",
-                                         "objects"};
+const char *const kReplicatedTables[] = {"users",           "oath_tokens",     "access_tokens",
+                                         "password_policy", "objects",         "svmk_state",
+                                         "mofn_partitions", "security_policy", "eftd_config"};
+
+// Journal entries a node keeps for nodes that are away.
+constexpr int kJournalChanges = 50;
 
 // A SHA-256 over every row of every replicated table, read from the node's file: what is on
 // disk, not what the node says.
@@ -45,6 +49,17 @@ std::string DatabaseDigest(const SimProcess &node) {
     EVP_MD_CTX_free(hash);
     sqlite3_close(db);
     return std::string(reinterpret_cast<char *>(digest), sizeof digest);
+}
+
+int64_t JournalLength(const SimProcess &node) {
+    sqlite3 *db = nullptr;
+    sqlite3_open_v2((node.dataDir() + "/hsm.db").c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
+    sqlite3_stmt *count = nullptr;
+    sqlite3_prepare_v2(db, "SELECT count(*) FROM replication_journal", -1, &count, nullptr);
+    const int64_t length = sqlite3_step(count) == SQLITE_ROW ? sqlite3_column_int64(count, 0) : -1;
+    sqlite3_finalize(count);
+    sqlite3_close(db);
+    return length;
 }
 
 bool HasObject(const SimProcess &node, const std::string &name) {
@@ -125,12 +140,19 @@ class ReplicationTest : public ::testing::Test {
         return false;
     }
 
-    SimDomain domain_{3};
+    SimDomain domain_{3,
+                      {"--repl-pulse", "1", "--repl-recovery", "1", "--repl-journal",
+                       std::to_string(kJournalChanges)}};
     std::vector<QSessionHandle> sessions_;
 };
 
 TEST_F(ReplicationTest, EveryWriteIsOnEveryNodeBeforeItsAcknowledgement) {
+    // Made alone, after the other nodes were copied: they take it when they join.
+    ASSERT_EQ(GenerateKey(Operator(0), "made alone"), Q_OK);
+    EXPECT_EQ(JournalLength(domain_[0]), 0);
     FormDomain();
+    EXPECT_TRUE(HasObject(domain_[1], "made alone"));
+    EXPECT_TRUE(HasObject(domain_[2], "made alone"));
     std::vector<QSessionHandle> sessions = {Operator(0), Operator(1), Operator(2)};
     EXPECT_EQ(Nodes(sessions[1]), (std::vector<std::string>{domain_[0].host(), domain_[2].host()}));
     for (size_t i = 0; i < domain_.size(); ++i) {
@@ -148,7 +170,8 @@ TEST_F(ReplicationTest, EveryWriteIsOnEveryNodeBeforeItsAcknowledgement) {
     EXPECT_EQ(record.replication.state, Q_REPL_STATE_LIVE_SYNC);
     EXPECT_EQ(record.replication.joinedDomain, 1);
     EXPECT_EQ(record.replication.managerInterval, 1u);
-    EXPECT_EQ(record.replication.syncPoint[7], 3);  // the three keys, most significant first
+    // The domain's opening and the three keys, most significant byte first.
+    EXPECT_EQ(record.replication.syncPoint[7], 4);
     EXPECT_STREQ(record.replication.binds[0].address, domain_[0].host().c_str());
 }
 
@@ -202,6 +225,27 @@ TEST_F(ReplicationTest, StoppedNodeBlocksChangesUntilNotifiedDownAndCatchesUpWhe
     ASSERT_EQ(GenerateKey(first, "while stopped"), Q_OK);
     domain_[2].Restart();
     EXPECT_TRUE(Converges());
+}
+
+TEST_F(ReplicationTest, NodeAwayLongerThanTheJournalCatchesUpByASnapshot) {
+    FormDomain();
+    QSessionHandle first = Operator(0);
+    domain_[2].Stop();
+    ASSERT_EQ(NodeOperation(first, 2, domain_[2].host()), Q_OK);
+    ASSERT_EQ(NodeOperation(Operator(1), 2, domain_[2].host()), Q_OK);
+    for (int n = 0; n < 3 * kJournalChanges; ++n)
+        ASSERT_EQ(GenerateKey(first, "while far " + std::to_string(n)), Q_OK);
+    ASSERT_EQ(QRemoveObj(first, "while far 0"), Q_OK);
+    // Kept for the node away, but only so much.
+    EXPECT_GE(JournalLength(domain_[1]), kJournalChanges);
+    EXPECT_LT(JournalLength(domain_[1]), 2 * kJournalChanges);
+
+    domain_[2].Restart();
+    EXPECT_TRUE(Converges());
+    std::this_thread::sleep_for(std::chrono::seconds(2));
+    ASSERT_EQ(GenerateKey(first, "after the snapshot"), Q_OK);
+    EXPECT_TRUE(HasObject(domain_[2], "after the snapshot"));
+    EXPECT_FALSE(HasObject(domain_[2], "while far 0"));
 }
 
 TEST_F(ReplicationTest, NodesJoinAndLeaveOnEveryLiveNode) {
