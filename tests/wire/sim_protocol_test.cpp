@@ -10,11 +10,6 @@
 
 namespace {
 
-std::string FrameHeader(uint32_t length) {
-    return {static_cast<char>(length >> 24), static_cast<char>(length >> 16),
-            static_cast<char>(length >> 8), static_cast<char>(length)};
-}
-
 // The daemon still serves a complete, well-formed session.
 void ExpectStillServing(const SimProcess &sim) {
     RawClient client(sim.port(), true);
