@@ -2,19 +2,12 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 std::vector<std::string> ConsoleArgs(const SimProcess &sim, const std::string &user,
                                      const std::vector<std::string> &more) {
     std::vector<std::string> args = {"127.0.0.1", user, "-p", std::to_string(sim.port())};
     args.insert(args.end(), more.begin(), more.end());
     return args;
-}
-
-std::string ReadFileBytes(const std::string &path) {
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
 }
 
 bool LogIn(PtyDriver &console, const std::string &password) {

@@ -16,9 +16,6 @@
 std::vector<std::string> ConsoleArgs(const SimProcess &sim, const std::string &user,
                                      const std::vector<std::string> &more = {});
 
-// The file's bytes; empty when it cannot be read.
-std::string ReadFileBytes(const std::string &path);
-
 // Waits for `prompt` and types `reply`; the secret form types it only once echo is off.
 inline void Answer(PtyDriver &console, const std::string &prompt, const std::string &reply) {
     console.Expect(prompt);
