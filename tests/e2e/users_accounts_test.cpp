@@ -108,18 +108,6 @@ TEST(UsersCreate, ANewUserIsListedWithItsRightsAndCanLogInAndEachRefusalIsShown)
     ExitFromMainMenu(carol);
 }
 
-TEST(UsersCreate, OldFirmwareListsNoObjectCounts) {
-    SimProcess sim(SimProcess::Options{.extraArgs = {"--firmware", "5.0.31.0"}});
-    PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
-    ASSERT_TRUE(LogIn(console, sim.initPassword()));
-    Choose(console, kList, "Users - List");
-    console.Expect(
-        "master                          Operator                                      -\n");
-    console.Expect("\nTotal of users: 1\n ");
-    Continue(console);
-    ExitFromMainMenu(console);
-}
-
 TEST(UsersAccounts, BlockedUsersLogInOnceUnblockedRemovedOnesNeverAndOathUsersWithTheirOtp) {
     SimProcess sim;
     ASSERT_EQ(sim.Simctl({"add-user", "erin", "Erin#123456", "--acl", "0"}), 0);
