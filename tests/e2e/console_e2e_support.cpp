@@ -1,6 +1,7 @@
 #include "console_e2e_support.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 
 std::vector<std::string> ConsoleArgs(const SimProcess &sim, const std::string &user,
@@ -8,6 +9,17 @@ std::vector<std::string> ConsoleArgs(const SimProcess &sim, const std::string &u
     std::vector<std::string> args = {"127.0.0.1", user, "-p", std::to_string(sim.port())};
     args.insert(args.end(), more.begin(), more.end());
     return args;
+}
+
+uint32_t OpenLibrarySession(const SimProcess &sim, const std::string &user,
+                            const std::string &password, QSessionHandle *session) {
+    QPasswordLoginRecord record{};
+    std::strncpy(record.address, "127.0.0.1", sizeof record.address);
+    record.port = sim.port();
+    std::strncpy(record.userId, user.c_str(), sizeof record.userId);
+    std::strncpy(record.password, password.c_str(), sizeof record.password);
+    record.authMode = Q_AUTH_PASSWORD;
+    return QOpenSession(session, Q_LOGIN_PASSWORD, &record, sizeof record, Q_SESSION_TLS);
 }
 
 bool LogIn(PtyDriver &console, const std::string &password) {
