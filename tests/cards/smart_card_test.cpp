@@ -2,8 +2,6 @@
 
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "card_test_support.h"
 
@@ -138,8 +136,7 @@ TEST_F(CardTest, ACopiedCardFileYieldsNothingWithoutItsPin) {
     ASSERT_EQ(QSCWriteShadow(&shadow, kPin, 0, 0), Q_OK);
 
     std::filesystem::copy_file(reader_.Path("alice.card"), reader_.Path("stolen.card"));
-    std::ifstream file(reader_.Path("stolen.card"), std::ios::binary);
-    const std::string text((std::istreambuf_iterator<char>(file)), {});
+    const std::string text = ReadFileBytes(reader_.Path("stolen.card"));
     EXPECT_EQ(text.find("c3c3c3c3"), std::string::npos);
     EXPECT_EQ(text.find(kPin), std::string::npos);
 
@@ -154,15 +151,14 @@ TEST_F(CardTest, ACopiedCardFileYieldsNothingWithoutItsPin) {
     ASSERT_EQ(Card("new bob"), 0);
     ASSERT_EQ(Card("insert bob"), 0);
     ASSERT_EQ(QSCWriteShadow(&shadow, kPin, 0, 0), Q_OK);
-    std::ifstream bobFile(reader_.Path("bob.card"), std::ios::binary);
-    std::string bob((std::istreambuf_iterator<char>(bobFile)), {});
+    std::string bob = ReadFileBytes(reader_.Path("bob.card"));
     const auto line = [](const std::string &card, const char *key) {
         const size_t at = card.find(std::string("\n") + key + " ") + 1;
         return card.substr(at, card.find('\n', at) - at);
     };
     for (const char *key : {"shadow", "pin-salt", "pin-verifier"})
         bob.replace(bob.find(line(bob, key)), line(bob, key).size(), line(text, key));
-    std::ofstream(reader_.Path("bob.card"), std::ios::binary | std::ios::trunc) << bob;
+    WriteFileBytes(reader_.Path("bob.card"), bob);
     EXPECT_EQ(QSCReadShadow(kPin, &read, 0), Q_ERR_FILE);
 }
 

@@ -1,9 +1,8 @@
 #include "console_e2e_support.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 std::vector<std::string> ConsoleArgs(const SimProcess &sim, const std::string &user,
                                      const std::vector<std::string> &more) {
@@ -12,9 +11,15 @@ std::vector<std::string> ConsoleArgs(const SimProcess &sim, const std::string &u
     return args;
 }
 
-std::string ReadFileBytes(const std::string &path) {
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+uint32_t OpenLibrarySession(const SimProcess &sim, const std::string &user,
+                            const std::string &password, QSessionHandle *session) {
+    QPasswordLoginRecord record{};
+    std::strncpy(record.address, "127.0.0.1", sizeof record.address);
+    record.port = sim.port();
+    std::strncpy(record.userId, user.c_str(), sizeof record.userId);
+    std::strncpy(record.password, password.c_str(), sizeof record.password);
+    record.authMode = Q_AUTH_PASSWORD;
+    return QOpenSession(session, Q_LOGIN_PASSWORD, &record, sizeof record, Q_SESSION_TLS);
 }
 
 bool LogIn(PtyDriver &console, const std::string &password) {

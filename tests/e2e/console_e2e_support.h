@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "pty_driver.h"
+#include "qelvoarc.h"
 #include "sim_process.h"
 #include "temp_dir.h"
 #include "test_crypto.h"
@@ -16,8 +17,10 @@
 std::vector<std::string> ConsoleArgs(const SimProcess &sim, const std::string &user,
                                      const std::vector<std::string> &more = {});
 
-// The file's bytes; empty when it cannot be read.
-std::string ReadFileBytes(const std::string &path);
+// A session of the device library beside the console (initialised by the caller), for what
+// the console cannot set up itself.
+uint32_t OpenLibrarySession(const SimProcess &sim, const std::string &user,
+                            const std::string &password, QSessionHandle *session);
 
 // Waits for `prompt` and types `reply`; the secret form types it only once echo is off.
 inline void Answer(PtyDriver &console, const std::string &prompt, const std::string &reply) {

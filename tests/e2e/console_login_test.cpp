@@ -14,7 +14,7 @@ const char kSessionLineTail[] =
 const char kOathSecondFactor[] = "536870912";  // 0x20000000
 const char kX509SecondFactor[] = "268435456";  // 0x10000000
 
-TEST(ConsoleLogin, PasswordLoginWithAndWithoutASecondFactor) {
+TEST(ConsoleLogin, PasswordsSecondFactorsAccessTokensExpiredPasswordsAndDashEaAsTheUser) {
     SimProcess sim;
     PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
     AnswerSecret(console, "\nHSM Orvena IP : 127.0.0.1\nHSM User ID : masterHSM User Password :",
@@ -71,10 +71,8 @@ TEST(ConsoleLogin, PasswordLoginWithAndWithoutASecondFactor) {
         ConsoleArgs(sim, "dave", {"-pri", missing, "-pri_cer", cert, "-hsm_cer", hsmCert}));
     unreadable.Expect("Error opening the file. " + missing + "\n");
     EXPECT_EQ(unreadable.WaitExit(), 1);
-}
 
-TEST(ConsoleLogin, AccessTokenExpiredPasswordAndDashEaAsTheUser) {
-    SimProcess sim;
+    // An access token needs no password.
     std::string token;
     ASSERT_EQ(sim.Simctl({"add-token", "master"}, &token), 0);
     token.erase(token.find_last_not_of("\r\n") + 1);

@@ -35,27 +35,20 @@ TEST(ConsoleMenu, NestedMenusLeaveSilentlyTheMainMenuRefusesAndAnEmptyLineExits)
     EXPECT_EQ(console.WaitExit(), 0);
 }
 
-// Below 5.0.35.0 the item is hidden; there the HSM is then lost, which ends the console.
+// Below 5.0.35.0 the item is hidden (the firmware read from the HSM's own version text; the
+// item shown from 5.0.35.0 on is the safe-keeping tests' way in); there the HSM is then lost,
+// which ends the console.
 TEST(ConsoleMenu, SafeKeepingNeedsFirmware5_0_35_0AndALostSessionEndsTheConsoleWithMinusOne) {
-    for (const char *firmware : {"5.0.35.0", "5.0.34.99"}) {
-        SCOPED_TRACE(firmware);
-        SimProcess sim(SimProcess::Options{.extraArgs = {"--firmware", firmware}});
-        PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
-        ASSERT_TRUE(LogIn(console, sim.initPassword()));
-        EXPECT_NE(console.Output().find(std::string("Engine ") + firmware + "-orvena-sim"),
-                  std::string::npos);
-        const bool shown = console.Output().find("Safe Keeping...") != std::string::npos;
-        EXPECT_EQ(shown, std::string(firmware) == "5.0.35.0");
-        if (shown) {
-            ExitFromMainMenu(console);
-            continue;
-        }
-        sim.Kill();
-        console.Send("1\n");
-        console.Expect("\nError session expired. ");
-        EXPECT_EQ(console.WaitExit(), 255);
-        EXPECT_EQ(console.Output().find("Keys/Objects - Generate"), std::string::npos);
-    }
+    SimProcess sim(SimProcess::Options{.extraArgs = {"--firmware", "5.0.34.99"}});
+    PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
+    ASSERT_TRUE(LogIn(console, sim.initPassword()));
+    EXPECT_NE(console.Output().find("Engine 5.0.34.99-orvena-sim"), std::string::npos);
+    EXPECT_EQ(console.Output().find("Safe Keeping..."), std::string::npos);
+    sim.Kill();
+    console.Send("1\n");
+    console.Expect("\nError session expired. ");
+    EXPECT_EQ(console.WaitExit(), 255);
+    EXPECT_EQ(console.Output().find("Keys/Objects - Generate"), std::string::npos);
 }
 
 }  // namespace

@@ -20,43 +20,11 @@ void StartFirmwareUpdate(KeysConsole &console, const std::string &path) {
     console.Answer("Local file to read upack: ", path + "\n");
 }
 
-TEST(FirmwareUpdate, APackageIsSentEvenUndescribedAndAGoodOneRunsAfterTheRestart) {
+// One console walks them all; the firmware update comes last, as it ends with a restart.
+TEST(HsmUtilities, RngBoundsKeyBackupQuestionsAndAFirmwarePackageThatRunsAfterTheRestart) {
     KeysConsole console;
     ASSERT_TRUE(console.ready());
     TempDir dir;
-    const std::string garbage = dir.Path("garbage.upk");
-    std::ofstream(garbage) << "no package";
-    StartFirmwareUpdate(console, garbage);
-    console.Expect("\nError retrieving upack info. Not a firmware update package. (1130)\n");
-    console.Answer("Confirm sending upack to HSM (y/[n]): ", "y\n");
-    console.Expect("\nError sending upack. Not a firmware update package. (1130)\n");
-    console.Leave(0);
-
-    const std::string good = dir.Path("good.upk");
-    ASSERT_EQ(console.sim().Simctl({"make-upack", "--version", "5.2.0.0", "--description",
-                                    "Spring release", "--out", good}),
-              0);
-    StartFirmwareUpdate(console, good);
-    console.Expect("\nUpack size:  " + std::to_string(ReadFileBytes(good).size()) + " bytes\n" +
-                   "Upack description:  'Spring release'.\n");
-    console.Answer("Confirm sending upack to HSM (y/[n]): ", "y\n");
-    console.Expect(
-        "\nUpack successfully sent. This upack will be processed by the HSM in the "
-        "next restart.\n\n");
-    console.Leave(0);
-    EXPECT_EQ(console.Exit(), 0);
-
-    console.sim().Restart();
-    PtyDriver again(TARSEL_PATH, ConsoleArgs(console.sim(), "master"));
-    ASSERT_TRUE(LogIn(again, console.sim().initPassword()));
-    EXPECT_NE(again.Output().find("Engine 5.2.0.0-orvena-sim"), std::string::npos)
-        << again.Output();
-    ExitFromMainMenu(again);
-}
-
-TEST(Rng, CountsOutsideOneTo1024AreAskedAgainAnd1024BytesFillOneLine) {
-    KeysConsole console;
-    ASSERT_TRUE(console.ready());
     console.Open("Tests...", "HSM - Tests\n\n");
     console.Choose("RNG", "HSM - Tests - RNG\n\n");
     for (const char *count : {"0\n", "1025\n", "1024\n"})
@@ -70,14 +38,9 @@ TEST(Rng, CountsOutsideOneTo1024AreAskedAgainAnd1024BytesFillOneLine) {
     console.Answer("Buffer size (bytes, max 1024) : ", "\n");
     console.Expect("\nOperation cancelled!\n");
     console.Leave(1);
-    EXPECT_EQ(console.Exit(), 0);
-}
 
-TEST(KeyBackup, BackupAsksBeforeOverwritingAndRestoreNeedsAFreeName) {
-    KeysConsole console;
-    ASSERT_TRUE(console.ready());
+    // A key backup asks before overwriting a file, and a restore needs a free name.
     ASSERT_EQ(console.sim().Simctl({"add-keys", "master", "1", "--prefix", "k"}), 0);
-    TempDir dir;
     const std::string path = dir.Path("k0.bak");
     std::ofstream(path) << "older";
 
@@ -109,7 +72,36 @@ TEST(KeyBackup, BackupAsksBeforeOverwritingAndRestoreNeedsAFreeName) {
     console.Expect("Option : ");
     EXPECT_NE(console.List().find(keys_e2e::ListLine("k1", "aes-256", false, false)),
               std::string::npos);
+
+    // A package is sent even when it cannot be described; a good one runs after the restart.
+    const std::string garbage = dir.Path("garbage.upk");
+    std::ofstream(garbage) << "no package";
+    StartFirmwareUpdate(console, garbage);
+    console.Expect("\nError retrieving upack info. Not a firmware update package. (1130)\n");
+    console.Answer("Confirm sending upack to HSM (y/[n]): ", "y\n");
+    console.Expect("\nError sending upack. Not a firmware update package. (1130)\n");
+    console.Leave(0);
+
+    const std::string good = dir.Path("good.upk");
+    ASSERT_EQ(console.sim().Simctl({"make-upack", "--version", "5.2.0.0", "--description",
+                                    "Spring release", "--out", good}),
+              0);
+    StartFirmwareUpdate(console, good);
+    console.Expect("\nUpack size:  " + std::to_string(ReadFileBytes(good).size()) + " bytes\n" +
+                   "Upack description:  'Spring release'.\n");
+    console.Answer("Confirm sending upack to HSM (y/[n]): ", "y\n");
+    console.Expect(
+        "\nUpack successfully sent. This upack will be processed by the HSM in the "
+        "next restart.\n\n");
+    console.Leave(0);
     EXPECT_EQ(console.Exit(), 0);
+
+    console.sim().Restart();
+    PtyDriver again(TARSEL_PATH, ConsoleArgs(console.sim(), "master"));
+    ASSERT_TRUE(LogIn(again, console.sim().initPassword()));
+    EXPECT_NE(again.Output().find("Engine 5.2.0.0-orvena-sim"), std::string::npos)
+        << again.Output();
+    ExitFromMainMenu(again);
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
-// The dialogues of "HSM - Backup": the password's minimum on new and old firmware, the
-// overwrite question, and a restore (never confirmed) that leaves the HSM waiting for its
-// restart.
+// The dialogues of "HSM - Backup": the password's minimum, the overwrite question, and a
+// restore (never confirmed) that leaves the HSM waiting for its restart. Old firmware's
+// minimum is in old_firmware_test.cpp.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -74,21 +74,6 @@ TEST(HsmBackup, BackupWithTheOverwriteQuestionThenRestoreUntilTheRestart) {
     BackUpWithTenCharacters(console, dir.Path("second.bak"));
     console.Expect("Error creating backup. ");
     console.Expect("(1150)");
-    BackToMainMenu(console);
-    ExitFromMainMenu(console);
-}
-
-TEST(HsmBackup, OldFirmwareWantsSixteenCharactersAndTheSameConfirmation) {
-    SimProcess sim(SimProcess::Options{.extraArgs = {"--firmware", "3.9.0.1"}});
-    PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
-    ASSERT_TRUE(LogIn(console, sim.initPassword()));
-
-    ChooseBackupItem(console, "1\n", "HSM - Backup - Backup");
-    console.Expect("Inform password to protect backup file (16 to 32 characters): \n");
-    AnswerSecret(console, "Password: ", std::string(kTenChars) + "\n");
-    AnswerSecret(console, "Password: ", "abcdefghijklmnop\n");
-    AnswerSecret(console, "Confirm password: ", "abcdefghijklmnoq\n");
-    console.Expect("Password differs from confirmation!");
     BackToMainMenu(console);
     ExitFromMainMenu(console);
 }

@@ -1,6 +1,5 @@
 // The screens of the HSM log: "Retrieve" plain, zipped and kept, zipped and unpacked, and with
-// a chosen range; "Clear"; "Follow" ended by Control+C; old firmware without the zip
-// question; and "Hardware logs".
+// a chosen range; "Clear"; and "Follow" ended by Control+C.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -14,7 +13,6 @@
 namespace {
 
 constexpr const char *kLogsMenu = "36\n";
-constexpr const char *kHardwareLogs = "44\n";
 
 // Opens "HSM - Logs" from the main menu and chooses `item` there.
 void ChooseLogItem(PtyDriver &console, const char *item, const std::string &heading) {
@@ -129,34 +127,6 @@ TEST(HsmLogs, RetrieveInEveryFormThenClearAndFollowUntilControlC) {
     console.Expect(" HSM: Followed 1 - ok\n");
     console.Send("\x03");
     EXPECT_EQ(console.WaitExit(), -1);  // ended by the signal
-}
-
-TEST(HsmLogs, OldFirmwareIsNotAskedToZipAndHardwareLogsKeepThePackage) {
-    SimProcess sim(SimProcess::Options{.extraArgs = {"--firmware", "3.7.2.11"}});
-    TempDir dir;
-    PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master", {"-hwlog"}));
-    ASSERT_TRUE(LogIn(console, sim.initPassword()));
-
-    ChooseLogItem(console, "1\n", "HSM - Logs - Retrieve");
-    Answer(console, "Retrieve logs (y/[n]): ", "y\n");
-    Answer(console, "Filter interval (y/[n]): ", "\n");
-    Answer(console, "Local file to save logs: ", dir.Path("plain.txt") + "\n");
-    console.Expect("Logs successfully retrieved.");
-    EXPECT_EQ(console.Output().find("Zip log"), std::string::npos);
-    BackToMainMenu(console);
-
-    const std::string package = dir.Path("package.zip");
-    console.Send(kHardwareLogs);
-    console.Expect("HSM - Hardware logs");
-    Answer(console, "Retrieve logs (y/[n]): ", "y\n");
-    Answer(console, "Local file to save zipped logs: ", package + "\n");
-    console.Expect("Logs successfully retrieved.");
-    Answer(console, "Press ENTER key to continue...", "\n");
-    console.Expect("Option : ");
-    ExitFromMainMenu(console);
-    std::string listing;
-    EXPECT_EQ(Shell("unzip -Z1 " + package, &listing), 0);
-    EXPECT_EQ(listing, "vlx_appliance.log\nvlx_hardware.log\n");
 }
 
 }  // namespace

@@ -25,16 +25,10 @@ constexpr char kAesKey[] = "2B7E151628AED2A6ABF7158809CF4F3C";
 // has no import of certificates yet.
 uint32_t ImportCertificate(const SimProcess &sim, const char *name,
                            const std::vector<uint8_t> &der) {
-    QPasswordLoginRecord record{};
-    std::strncpy(record.address, "127.0.0.1", sizeof record.address);
-    record.port = sim.port();
-    std::strncpy(record.userId, "master", sizeof record.userId);
-    std::strncpy(record.password, sim.initPassword().c_str(), sizeof record.password);
-    record.authMode = Q_AUTH_PASSWORD;
     uint32_t status = QInitialize(0);
     if (status != Q_OK) return status;
     QSessionHandle session = 0;
-    status = QOpenSession(&session, Q_LOGIN_PASSWORD, &record, sizeof record, Q_SESSION_TLS);
+    status = OpenLibrarySession(sim, "master", sim.initPassword(), &session);
     if (status == Q_OK) {
         QKeyHandle key = 0;
         status = QImportKey(session, name, 0, Q_BLOB_X509_CERT, Q_ALG_OBJ_X509_CERT, 0, der.data(),

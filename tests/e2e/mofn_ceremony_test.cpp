@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -25,14 +24,7 @@ class Ceremony {
             EXPECT_EQ(Card("new c" + std::to_string(card)), 0);
         // An exportable key, and a session of the clerk's own that tries to export it.
         EXPECT_EQ(QInitialize(0), Q_OK);
-        QPasswordLoginRecord login{};
-        std::strcpy(login.address, "127.0.0.1");
-        login.port = sim_.port();
-        std::strcpy(login.userId, "clerk");
-        std::strcpy(login.password, kPassword);
-        login.authMode = Q_AUTH_PASSWORD;
-        EXPECT_EQ(QOpenSession(&session_, Q_LOGIN_PASSWORD, &login, sizeof login, Q_SESSION_TLS),
-                  Q_OK);
+        EXPECT_EQ(OpenLibrarySession(sim_, "clerk", kPassword, &session_), Q_OK);
         EXPECT_EQ(QGenerateKey(session_, "aes", Q_ALG_AES_128, Q_KEY_EXPORTABLE, &key_), Q_OK);
         console_ = std::make_unique<PtyDriver>(
             TARSEL_PATH, ConsoleArgs(sim_, "clerk"),

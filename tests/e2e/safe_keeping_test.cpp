@@ -73,7 +73,7 @@ std::string OtherChecksum(const std::string &checksum) {
     return checksum == "0000" ? "1111" : "0000";
 }
 
-TEST(SafeKeeping, CustodiansSplitRecoverAndMatchASecretOneScreenEach) {
+TEST(SafeKeeping, CustodiansSplitRecoverAndMatchOneScreenEachAndTheQuestionsFollowTheType) {
     KeysConsole console;
     ASSERT_TRUE(console.ready());
     NewSecret(console, "vault", "5", {"n", "", ""});
@@ -140,15 +140,12 @@ TEST(SafeKeeping, CustodiansSplitRecoverAndMatchASecretOneScreenEach) {
     console.Expect("\nError match secret. ");
     console.Expect("(1044)");
     console.Leave(1);
-    EXPECT_EQ(console.Exit(), 0);
-}
 
-TEST(SafeKeeping, CreationQuestionsPropertiesAndRefusalsFollowTheSecretsType) {
-    KeysConsole console;
-    ASSERT_TRUE(console.ready());
+    // The creation questions, properties and refusals follow the secret's type.
     // Yes to OATH leaves X.509 unasked: the next question is the HSM's answer.
+    const size_t asked = console.pty().Output().size();
     NewSecret(console, "otp", "1", {"n", "y"});
-    EXPECT_EQ(console.pty().Output().rfind("X.509 (y/[n]):"), std::string::npos);
+    EXPECT_EQ(console.pty().Output().find("X.509 (y/[n]):", asked), std::string::npos);
     NewSecret(console, "mixed", "4", {"y", "n", "y"});
 
     OpenSafeKeeping(console, "Info");

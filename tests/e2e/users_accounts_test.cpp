@@ -108,19 +108,7 @@ TEST(UsersCreate, ANewUserIsListedWithItsRightsAndCanLogInAndEachRefusalIsShown)
     ExitFromMainMenu(carol);
 }
 
-TEST(UsersCreate, OldFirmwareListsNoObjectCounts) {
-    SimProcess sim(SimProcess::Options{.extraArgs = {"--firmware", "5.0.31.0"}});
-    PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
-    ASSERT_TRUE(LogIn(console, sim.initPassword()));
-    Choose(console, kList, "Users - List");
-    console.Expect(
-        "master                          Operator                                      -\n");
-    console.Expect("\nTotal of users: 1\n ");
-    Continue(console);
-    ExitFromMainMenu(console);
-}
-
-TEST(UsersAccounts, BlockedUsersLogInOnceUnblockedRemovedOnesNeverAndOathUsersWithTheirOtp) {
+TEST(UsersAccounts, BlockingRemovalOathMyPasswordAndAnEditedPolicy) {
     SimProcess sim;
     ASSERT_EQ(sim.Simctl({"add-user", "erin", "Erin#123456", "--acl", "0"}), 0);
     PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
@@ -185,10 +173,8 @@ TEST(UsersAccounts, BlockedUsersLogInOnceUnblockedRemovedOnesNeverAndOathUsersWi
 
     ExpectLoginRefused(sim, "erin", "Erin#123456");
     LogInAndExit(sim, "frank", "Frank#12345");
-}
 
-TEST(UsersPassword, MyPasswordChecksTheOldOneAndAnEditedPolicyRefusesPasswordsThatBreakIt) {
-    SimProcess sim;
+    // My Password checks the old one, and an edited policy refuses passwords that break it.
     ASSERT_EQ(sim.Simctl({"add-user", "hank", "Hank#123456", "--acl", "0"}), 0);
     PtyDriver hank(TARSEL_PATH, ConsoleArgs(sim, "hank"));
     ASSERT_TRUE(LogIn(hank, "Hank#123456"));
@@ -217,13 +203,13 @@ TEST(UsersPassword, MyPasswordChecksTheOldOneAndAnEditedPolicyRefusesPasswordsTh
     LogInAndExit(sim, "hank", "Hank#777777");
 
     // An edited policy refuses passwords that break it.
-    PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
-    ASSERT_TRUE(LogIn(console, sim.initPassword()));
+    PtyDriver master(TARSEL_PATH, ConsoleArgs(sim, "master"));
+    ASSERT_TRUE(LogIn(master, sim.initPassword()));
 
-    Choose(console, kPasswordPolicy, "Users - Password Policy");
-    console.Expect("Minimal length : ");
-    console.Expect("Number of days for expiration (0 for disabled) : ");
-    Answer(console, "Do you want to edit it (y/[n]): ", "y\n");
+    Choose(master, kPasswordPolicy, "Users - Password Policy");
+    master.Expect("Minimal length : ");
+    master.Expect("Number of days for expiration (0 for disabled) : ");
+    Answer(master, "Do you want to edit it (y/[n]): ", "y\n");
     const std::pair<const char *, const char *> answers[] = {
         {"Minimal length (8-16): ", "12\n"},
         {"Number of special characters : ", "1\n"},
@@ -233,26 +219,26 @@ TEST(UsersPassword, MyPasswordChecksTheOldOneAndAnEditedPolicyRefusesPasswordsTh
         {"Number of days for expiration (0 for disabled) : ", "0\n"},
     };
     for (const auto &[prompt, answer] : answers) {
-        Answer(console, prompt, answer);
+        Answer(master, prompt, answer);
     }
-    console.Expect("\nPolicy changed successfully.\n");
-    Continue(console);
+    master.Expect("\nPolicy changed successfully.\n");
+    Continue(master);
 
-    Choose(console, kPasswordPolicy, "Users - Password Policy");
-    console.Expect(
+    Choose(master, kPasswordPolicy, "Users - Password Policy");
+    master.Expect(
         "Minimal length : 12\nNumber of special characters : 1\n"
         "Number of uppercase characters : 2\nNumber of lowercase characters : 1\n"
         "Number of invalid logins before block (0 for disabled): 3\n"
         "Number of days for expiration (0 for disabled) : 0\n");
-    Answer(console, "Do you want to edit it (y/[n]): ", "\n");
-    Continue(console);
+    Answer(master, "Do you want to edit it (y/[n]): ", "\n");
+    Continue(master);
 
     // Long enough but with a single uppercase letter.
-    BeginCreate(console, "ivan", "Ivan#1234567");
-    AnswerPlainUser(console);
-    console.Expect("\nError creating user. ");
-    Continue(console);
-    ExitFromMainMenu(console);
+    BeginCreate(master, "ivan", "Ivan#1234567");
+    AnswerPlainUser(master);
+    master.Expect("\nError creating user. ");
+    Continue(master);
+    ExitFromMainMenu(master);
 }
 
 // The access-token menu as an operator sees it.

@@ -9,7 +9,6 @@
 #include <atomic>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <mutex>
 #include <sstream>
 #include <thread>
@@ -57,15 +56,6 @@ std::string Query(const std::string &dataDir, const std::string &sql) {
     }
     sqlite3_close(db);
     return answer;
-}
-
-std::string ReadFile(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-void WriteFile(const std::string &path, const std::string &bytes) {
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
 }
 
 uint32_t BackupPending(QSessionHandle session) {
@@ -178,7 +168,7 @@ TEST_F(BackupTest, AFaultyFileOrPasswordChangesNothing) {
     Generate(operator_, "newer");
     EXPECT_EQ(BackupPending(operator_), 1u);
 
-    const std::string good = ReadFile(file);
+    const std::string good = ReadFileBytes(file);
     ASSERT_GT(good.size(), 200u);
     std::string tampered = good, newer = good;
     tampered[good.size() / 2] ^= 1;
@@ -199,7 +189,7 @@ TEST_F(BackupTest, AFaultyFileOrPasswordChangesNothing) {
     };
     const std::string faulty = files_.Path("faulty.bak");
     for (const auto &c : cases) {
-        WriteFile(faulty, c.bytes);
+        WriteFileBytes(faulty, c.bytes);
         EXPECT_EQ(QBackupData(operator_, faulty.c_str(), c.password, Q_BACKUP_RESTORE), c.status)
             << c.bytes.size();
     }

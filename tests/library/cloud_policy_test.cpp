@@ -176,9 +176,7 @@ TEST_F(CloudTest, FailedTelemetryIsLoggedAndRetried) {
     ASSERT_EQ(QOSBindHSM(session, BindKey(cloud_).c_str(), 0), Q_OK);
     const std::string failure = "telemetry to https://127.0.0.1:9/status failed";
     auto failures = [&] {
-        std::ifstream file(diagnostics);
-        const std::string text((std::istreambuf_iterator<char>(file)),
-                               std::istreambuf_iterator<char>());
+        const std::string text = ReadFileBytes(diagnostics);
         size_t count = 0;
         for (size_t at = text.find(failure); at != std::string::npos;
              at = text.find(failure, at + 1))

@@ -2,17 +2,11 @@
 // and the backup of one object under the master key.
 
 #include <fstream>
-#include <iterator>
 
 #include "keys_fixture.h"
 #include "temp_dir.h"
 
 namespace {
-
-std::string ReadBytes(const std::string &path) {
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-}
 
 const uint8_t *Data(const std::string &bytes) {
     return reinterpret_cast<const uint8_t *>(bytes.data());
@@ -39,7 +33,7 @@ class FirmwareTest : public LibraryTest {
             args.insert(args.end(), {"--key", keyPath});
         }
         EXPECT_EQ(sim->Simctl(args), 0);
-        std::string package = ReadBytes(out);
+        std::string package = ReadFileBytes(out);
         std::remove(out.c_str());
         return package;
     }

@@ -4,17 +4,17 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstring>
-#include <fstream>
+#include <filesystem>
 #include <functional>
-#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "qelvoarc.h"
+#include "shell.h"
 #include "sim_process.h"
+#include "temp_dir.h"
 #include "test_crypto.h"
 
 inline QPasswordLoginRecord PasswordRecord(uint16_t port, const std::string &user,
@@ -32,14 +32,7 @@ inline QPasswordLoginRecord PasswordRecord(uint16_t port, const std::string &use
 // The event log of a data directory as orvena-simctl exports it.
 inline std::string ExportedLog(const std::string &dataDir) {
     std::string text;
-    const std::string command = std::string(ORVENA_SIMCTL_PATH) + " export-log --data " + dataDir;
-    if (FILE *pipe = ::popen(command.c_str(), "r")) {
-        char buffer[4096];
-        size_t got;
-        while ((got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0)
-            text.append(buffer, got);
-        ::pclose(pipe);
-    }
+    Shell(std::string(ORVENA_SIMCTL_PATH) + " export-log --data " + dataDir, &text);
     return text;
 }
 
@@ -64,6 +57,16 @@ struct WalkOnFinal {
         return 0;
     }
 };
+
+// An OATH event token of kOathSeed as an administrator types it: the seed in hexadecimal.
+inline QOathTokenRecord OathEventToken() {
+    QOathTokenRecord record{};
+    record.one = 1;
+    record.seedLength = 2 * (sizeof kOathSeed - 1);
+    std::memcpy(record.seed, kOathSeed, sizeof kOathSeed - 1);
+    record.digits = 16;
+    return record;
+}
 
 // Each test gets its own simulator and an initialised library with a session of the
 // operator, finalised afterwards.
@@ -113,9 +116,35 @@ class LibraryTest : public ::testing::Test {
         return status;
     }
 
+    // The status of a login of `user` with a password and `otp`; the session goes to *kept
+    // when given, and is closed otherwise.
+    uint32_t LoginWithOtp(const std::string &user, const std::string &otp,
+                          const std::string &password = "Passw0rd!x",
+                          QSessionHandle *kept = nullptr) {
+        QPasswordLoginRecord record = PasswordRecord(sim_.port(), user, password);
+        record.authMode = Q_AUTH_OTP;
+        record.otp = otp.c_str();
+        record.otpLength = static_cast<uint32_t>(otp.size());
+        QSessionHandle session = 0;
+        const uint32_t status = Open(record, &session);
+        if (kept != nullptr)
+            *kept = session;
+        else if (session != 0)
+            QCloseSession(&session, 0);
+        return status;
+    }
+
     void AddUser(const std::string &user, const std::string &password,
                  const std::string &acl = "0") {
         ASSERT_EQ(sim_.Simctl({"add-user", user, password, "--acl", acl}), 0);
+    }
+
+    // Registers `certificate` as the X.509 factor of `user`, the file left nowhere after.
+    void SetCertificate(const std::string &user, const TestCertificate &certificate) {
+        const std::string path = sim_.dataDir() + "/" + user + "-client.pem";
+        WriteFileBytes(path, certificate.pem);
+        ASSERT_EQ(sim_.Simctl({"set-cert", user, path}), 0);
+        std::filesystem::remove(path);
     }
 
     // A key `name` generated in the partition of `session`.
@@ -148,10 +177,7 @@ class LibraryTest : public ::testing::Test {
     }
 
     // The PEM certificate the simulator presents on TLS connections.
-    std::string ServerCertificate() const {
-        std::ifstream file(sim_.dataDir() + "/tls.crt", std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-    }
+    std::string ServerCertificate() const { return ReadFileBytes(sim_.dataDir() + "/tls.crt"); }
 
     SimProcess sim_;
     QSessionHandle operator_ = 0;

@@ -1,9 +1,5 @@
 // Every login method of QOpenSession against a live simulator.
 
-#include <unistd.h>
-
-#include <fstream>
-
 #include "qelvoarc_fixture.h"
 
 namespace {
@@ -39,10 +35,7 @@ TEST_F(LoginTest, PasswordLoginNeedsTheRightPasswordAWellFormedRecordAndTheUsers
     AddUser("dave", "Passw0rd!x", "0x10000000");
     TestCertificate dave = MakeTestCertificate("dave");
     TestCertificate stranger = MakeTestCertificate("stranger");
-    std::string certPath = sim_.dataDir() + "/dave-client.pem";
-    std::ofstream(certPath) << dave.pem;
-    ASSERT_EQ(sim_.Simctl({"set-cert", "dave", certPath}), 0);
-    ::unlink(certPath.c_str());
+    SetCertificate("dave", dave);
     std::string hsmCert = ServerCertificate();
     ASSERT_FALSE(hsmCert.empty());
 

@@ -1,10 +1,7 @@
 // Kept secrets through the library: shares that bring a secret back and shares that do not,
 // the authentication type checked at recovery, and what removal asks for.
 
-#include <unistd.h>
-
 #include <array>
-#include <fstream>
 #include <map>
 
 #include "users_fixture.h"
@@ -35,18 +32,6 @@ class SafeKeepingTest : public UsersTest {
                           const std::vector<QSKeepShare> &shares) {
         return QSKeepMatchSecret(session, name, shares.data(), static_cast<uint32_t>(shares.size()),
                                  0);
-    }
-
-    // A session of `user` logged in with its OATH token at HOTP counter `counter`.
-    QSessionHandle LoginWithOtp(const std::string &user, uint64_t counter) {
-        const std::string otp = Hotp(counter);
-        QPasswordLoginRecord record = PasswordRecord(sim_.port(), user, "Passw0rd!x");
-        record.authMode = Q_AUTH_OTP;
-        record.otp = otp.c_str();
-        record.otpLength = static_cast<uint32_t>(otp.size());
-        QSessionHandle session = 0;
-        EXPECT_EQ(Open(record, &session), Q_OK);
-        return session;
     }
 };
 
@@ -155,15 +140,12 @@ TEST_F(SafeKeepingTest, RecoveryAsksForTheAuthenticationTypeOfTheSecret) {
     EXPECT_EQ(Recover(alice, "both", shares["both"]), Q_ERR_SKEEP_X509_REQUIRED);
 
     // The factor must be the one this session logged in with.
-    QOathTokenRecord token{};
-    token.one = 1;
-    token.seedLength = 2 * (sizeof kOathSeed - 1);
-    std::memcpy(token.seed, kOathSeed, sizeof kOathSeed - 1);
-    token.digits = 16;
+    QOathTokenRecord token = OathEventToken();
     ASSERT_EQ(QAssignToken(operator_, "alice", Q_TOKEN_OATH_EVENT, &token, Q_OATH_HOTP_RECORD_SIZE),
               Q_OK);
     EXPECT_EQ(Recover(alice, "oath", shares["oath"]), Q_ERR_SKEEP_OATH_REQUIRED);
-    QSessionHandle aliceWithOtp = LoginWithOtp("alice", 0);
+    QSessionHandle aliceWithOtp = 0;
+    ASSERT_EQ(LoginWithOtp("alice", Hotp(0), "Passw0rd!x", &aliceWithOtp), Q_OK);
     EXPECT_EQ(Recover(aliceWithOtp, "oath", shares["oath"]), Q_OK);
     EXPECT_EQ(Recover(aliceWithOtp, "x509", shares["x509"]), Q_ERR_SKEEP_X509_REQUIRED);
     QCloseSession(&aliceWithOtp, 0);
@@ -171,10 +153,7 @@ TEST_F(SafeKeepingTest, RecoveryAsksForTheAuthenticationTypeOfTheSecret) {
 
     ASSERT_EQ(Create(operator_, "dave", 0), Q_OK);
     TestCertificate dave = MakeTestCertificate("dave");
-    const std::string certPath = sim_.dataDir() + "/dave-client.pem";
-    std::ofstream(certPath) << dave.pem;
-    ASSERT_EQ(sim_.Simctl({"set-cert", "dave", certPath}), 0);
-    ::unlink(certPath.c_str());
+    SetCertificate("dave", dave);
     QSessionHandle davePassword = Login("dave");
     ASSERT_EQ(QSKeepNewSecret(davePassword, "x509", 2, Q_SKEEP_AUTH_X509, 0), Q_OK);
     std::vector<QSKeepShare> daveShares = Split(davePassword, "x509", 2, Q_SKEEP_AUTH_X509, 2, 3);

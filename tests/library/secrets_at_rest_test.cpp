@@ -9,11 +9,6 @@
 
 namespace {
 
-std::string ReadAll(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
 std::string Hex(const std::string &bytes, const char *digits) {
     std::string out;
     for (unsigned char c : bytes) {
@@ -41,11 +36,7 @@ TEST(SecretsAtRest, NoSecretOfARunIsLeftInClearInLogsOrDataFiles) {
     std::memcpy(alice.userId, "alice", 5);
     std::memcpy(alice.password, alicePassword.data(), alicePassword.size());
     ASSERT_EQ(QCreateUser(master, &alice), Q_OK);
-    QOathTokenRecord token{};
-    token.one = 1;
-    token.seedLength = 2 * (sizeof kOathSeed - 1);
-    std::memcpy(token.seed, kOathSeed, sizeof kOathSeed - 1);
-    token.digits = 16;
+    QOathTokenRecord token = OathEventToken();
     ASSERT_EQ(QAssignToken(master, "alice", Q_TOKEN_OATH_EVENT, &token, Q_OATH_HOTP_RECORD_SIZE),
               Q_OK);
     QKeyHandle key = 0;
@@ -65,9 +56,9 @@ TEST(SecretsAtRest, NoSecretOfARunIsLeftInClearInLogsOrDataFiles) {
     ASSERT_EQ(sim.Stop(), 0);
     // The event log is in the database, whose pages are read here as they are on disk.
     std::vector<std::pair<std::string, std::string>> places = {
-        {"diagnostics", ReadAll(scratch.Path("stderr"))}};
+        {"diagnostics", ReadFileBytes(scratch.Path("stderr"))}};
     for (const auto &entry : std::filesystem::directory_iterator(sim.dataDir()))
-        places.emplace_back(entry.path().filename(), ReadAll(entry.path()));
+        places.emplace_back(entry.path().filename(), ReadFileBytes(entry.path()));
 
     const std::string tokenSecret(reinterpret_cast<const char *>(access.token) + 16, 16);
     const std::string secrets[] = {sim.initPassword(),

@@ -65,6 +65,10 @@ TEST_F(UsersTest, OnlyOperatorsAndCreatorsManageAccounts) {
     EXPECT_EQ(Create(lister, "newbie", 0), Q_ERR_ACCESS_DENIED);
     EXPECT_EQ(QRemoveUser(lister, "victim"), Q_ERR_ACCESS_DENIED);
     EXPECT_EQ(QSetUserParam(lister, Q_USER_PARAM_BLOCK, "victim", 6, 0), Q_ERR_ACCESS_DENIED);
+    uint32_t acl = 0;  // reading another's rights is listing, not managing
+    EXPECT_EQ(QGetUserAcl(lister, "master", &acl), Q_OK);
+    EXPECT_EQ(acl, Q_ACL_OPERATOR);
+    EXPECT_EQ(QGetUserAcl(lister, "ghost", &acl), Q_ERR_NOT_FOUND);
     EXPECT_EQ(QCloseSession(&lister, 0), Q_OK);
 
     QSessionHandle creator = Login("creator");

@@ -10,33 +10,17 @@
 
 namespace {
 
-QOathTokenRecord TokenRecord() {
-    QOathTokenRecord record{};
-    record.one = 1;
-    record.seedLength = 2 * (sizeof kOathSeed - 1);  // hexadecimal characters as typed
-    std::memcpy(record.seed, kOathSeed, sizeof kOathSeed - 1);
-    record.digits = 16;
-    return record;
-}
-
 class OathTest : public UsersTest {
   protected:
     uint32_t LoginWithOtp(const std::string &otp, const std::string &password = "Passw0rd!x") {
-        QPasswordLoginRecord record = PasswordRecord(sim_.port(), "alice", password);
-        record.authMode = Q_AUTH_OTP;
-        record.otp = otp.c_str();
-        record.otpLength = static_cast<uint32_t>(otp.size());
-        QSessionHandle session = 0;
-        uint32_t status = Open(record, &session);
-        if (session != 0) QCloseSession(&session, 0);
-        return status;
+        return UsersTest::LoginWithOtp("alice", otp, password);
     }
 };
 
 TEST_F(OathTest, EventAndTimeTokensGuardTheLoginAndOnlyAnAdministratorTouchesThem) {
     ASSERT_EQ(Create(operator_, "alice", 0), Q_OK);
     ASSERT_EQ(Create(operator_, "mallory", Q_ACL_LIST_USERS), Q_OK);
-    QOathTokenRecord record = TokenRecord();
+    QOathTokenRecord record = OathEventToken();
     EXPECT_EQ(QAssignToken(operator_, "alice", 7, &record, Q_OATH_HOTP_RECORD_SIZE),
               Q_ERR_INVALID_PARAMETER);
     ASSERT_EQ(
@@ -71,7 +55,7 @@ TEST_F(OathTest, EventAndTimeTokensGuardTheLoginAndOnlyAnAdministratorTouchesThe
     EXPECT_EQ(TryLogin("alice"), Q_OK);
 
     // A time token accepts the current step.
-    record = TokenRecord();
+    record = OathEventToken();
     record.timeStep = 0;
     EXPECT_EQ(QAssignToken(operator_, "alice", Q_TOKEN_OATH_TIME, &record, Q_OATH_TOTP_RECORD_SIZE),
               Q_ERR_INVALID_PARAMETER);

@@ -1,10 +1,13 @@
 #pragma once
-// A directory of its own for one test, removed with everything in it.
+// A directory of its own for one test, removed with everything in it, and whole files read
+// and written in one call.
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 class TempDir {
@@ -27,3 +30,13 @@ class TempDir {
   private:
     std::string path_;
 };
+
+// The file's bytes; empty when it cannot be read.
+inline std::string ReadFileBytes(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+inline void WriteFileBytes(const std::string &path, const std::string &bytes) {
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+}

@@ -235,24 +235,4 @@ TEST(ConsoleHex, ConvertsOnlyEvenLengthHexText) {
     EXPECT_FALSE(IsHexString("12 3"));
 }
 
-TEST(ConsoleConfirmByTyping, ReturnsCodeOnlyForTheExpectedWord) {
-    struct Case {
-        const char *typed;
-        uint32_t result;
-    };
-    const Case cases[] = {{"y\nLocal\n", 0x800},
-                          {"y\nLocalize\n", 0x800},
-                          {"y\nlocal\n", 0},
-                          {"y\n\n", 0},
-                          {"\n", 0}};
-    for (const Case &c : cases) {
-        TypedTerminal terminal(c.typed);
-        EXPECT_EQ(
-            ConfirmByTyping("Enable local-crypto", "Type Local: ", "Local", "Not enabled.", 0x800),
-            c.result)
-            << c.typed;
-        EXPECT_EQ(terminal->err, c.result ? "" : "\nNot enabled.\n\n") << c.typed;
-    }
-}
-
 }  // namespace

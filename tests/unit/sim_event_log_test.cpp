@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <fstream>
 #include <sstream>
 
@@ -124,26 +123,6 @@ INSTANTIATE_TEST_SUITE_P(
     [](const ::testing::TestParamInfo<Damage> &instance) {
         return std::string(instance.param.name);
     });
-
-// The command itself, once: its exit status and report for a database and a file.
-TEST_F(SimEventLogDamage, SimctlVerifyLogExitsNonZeroOnlyForABrokenLog) {
-    auto run = [](const std::string &args, std::string *output) {
-        FILE *pipe = ::popen((std::string(ORVENA_SIMCTL_PATH) + " " + args).c_str(), "r");
-        char buffer[256];
-        output->clear();
-        while (std::fgets(buffer, sizeof buffer, pipe) != nullptr)
-            *output += buffer;
-        return WEXITSTATUS(::pclose(pipe));
-    };
-    std::string file = dir_.path() + "/exported.log", output;
-    ASSERT_EQ(run("export-log --data " + dir_.path() + " --out " + file, &output), 0) << output;
-    EXPECT_EQ(run("verify-log " + file, &output), 0);
-    EXPECT_EQ(output, "event log whole: 5 lines\n");
-    sim::Database(sim::DatabaseFile{dir_.Path("hsm.db"), {}})
-        .Execute("UPDATE event_log SET text = replace(text, '|ok', '|failed') WHERE seq = 2");
-    EXPECT_EQ(run("verify-log --data " + dir_.path(), &output), 1);
-    EXPECT_EQ(output, "event log broken: line 2 does not match its hash\n");
-}
 
 TEST_F(SimEventLogDamage, BootCounterAndSequenceContinueAfterReopening) {
     sim::SystemClock clock;

@@ -7,8 +7,6 @@
 
 #include <ctime>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "sim_process.h"
 #include "sim_raw_client.h"
@@ -92,8 +90,7 @@ TEST(SimHardening, DataFilesAreTheOwnersAloneAndAWritableDirectoryIsRefused) {
     const std::string command = "timeout 30 " + std::string(ORVENA_SIM_PATH) + " --data " + data +
                                 " --listen 127.0.0.1:0 --discovery-port 0 >" + output + " 2>&1";
     EXPECT_NE(std::system(command.c_str()), 0);
-    std::ifstream in(output);
-    const std::string text((std::istreambuf_iterator<char>(in)), {});
+    const std::string text = ReadFileBytes(output);
     EXPECT_NE(text.find("can be written by other users"), std::string::npos) << text;
     EXPECT_FALSE(std::filesystem::exists(data + "/hsm.db"));
 }

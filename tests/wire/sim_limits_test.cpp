@@ -15,11 +15,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-std::string FrameHeader(uint32_t length) {
-    return {static_cast<char>(length >> 24), static_cast<char>(length >> 16),
-            static_cast<char>(length >> 8), static_cast<char>(length)};
-}
-
 double SecondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }

@@ -121,6 +121,12 @@ class RawClient {
     bool connected_ = false;
 };
 
+// The length prefix of a frame, for writing frames by hand.
+inline std::string FrameHeader(uint32_t length) {
+    return {static_cast<char>(length >> 24), static_cast<char>(length >> 16),
+            static_cast<char>(length >> 8), static_cast<char>(length)};
+}
+
 inline wire::pb::Request PasswordLogin(const std::string &user, const std::string &password,
                                        wire::pb::AuthMode authMode = wire::pb::AUTH_PASSWORD,
                                        const std::string &otp = "") {

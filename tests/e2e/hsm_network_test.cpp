@@ -1,7 +1,10 @@
 // The dialogues of "HSM - IP Filter": entries with and without a user, the list, and the
-// state's toggle, which never lets the operator lock itself out.
+// state's toggle, which never lets the operator lock itself out; then "HSM - Tools": what
+// ping printed on the HSM, framed by an empty line and a newline, and a target that tries to
+// be a command.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <string>
 
 #include "console_e2e_support.h"
@@ -9,6 +12,7 @@
 namespace {
 
 constexpr const char *kIpFilterMenu = "41\n";
+constexpr const char *kToolsMenu = "44\n";
 
 void ChooseItem(PtyDriver &console, const char *item, const std::string &heading) {
     Answer(console, "Option : ", item);
@@ -32,7 +36,7 @@ void Entry(PtyDriver &console, const char *action, const char *state, const std:
     Answer(console, "Host IP: ", host + "\n");
 }
 
-TEST(HsmIpFilter, EntriesListAndToggleWithoutLockingTheOperatorOut) {
+TEST(HsmNetwork, IpFilterNeverLocksTheOperatorOutAndPingShowsTheHsmsOutput) {
     SimProcess sim;
     PtyDriver console(TARSEL_PATH, ConsoleArgs(sim, "master"));
     ASSERT_TRUE(LogIn(console, sim.initPassword()));
@@ -89,7 +93,28 @@ TEST(HsmIpFilter, EntriesListAndToggleWithoutLockingTheOperatorOut) {
     Answer(console, "Option : ", "0\n");
     Pause(console);
     console.Expect("Option : ");
+
+    ChooseSubmenuItem(console, kToolsMenu, "1\n", "HSM - Tools - Ping\n\n");
+    Answer(console, "Target : ", "127.0.0.1;reboot\n");
+    console.Expect(
+        "\nError executing HSM tools. The target is neither a host name nor an IP "
+        "address. (1127)\n");
+    Pause(console);
+    Answer(console, "Option : ", "1\n");
+    Answer(console, "Target : ", "127.0.0.1\n");
+    // Four probes a second apart.
+    ASSERT_TRUE(console.Expect("Press ENTER key to continue...", std::chrono::seconds(30)));
+    const std::string shown = console.Output();
+    console.Send("\n");
+    Answer(console, "Option : ", "0\n");
+    console.Expect("Option : ");
     ExitFromMainMenu(console);
+    if (shown.find("Operation not permitted") != std::string::npos)
+        GTEST_SKIP() << "ping may not open its socket here (CAP_NET_RAW or "
+                        "net.ipv4.ping_group_range)";
+    // Between an empty line and a newline: its own last line, then the pause's empty line.
+    EXPECT_NE(shown.find("\nPING 127.0.0.1 (127.0.0.1) "), std::string::npos) << shown;
+    EXPECT_NE(shown.find(" ms\n\n\nPress ENTER key to continue..."), std::string::npos) << shown;
 }
 
 }  // namespace
