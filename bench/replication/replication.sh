@@ -3,7 +3,8 @@
 #  1. AES-256 key generation by REPL_BENCH_SESSIONS sessions (default 16) on a single node and
 #     on one node of a 3-node domain: the domain's throughput at least 0.5x the single node's,
 #     its median acknowledgement at most the single node's plus 2 loopback round trips (the
-#     round trip measured as a liveness request);
+#     round trip measured as a liveness request); the same with one session, where nothing
+#     queues, for comparison;
 #  2. catch-up of REPL_BENCH_CHANGES changes (default 10,000) by a node that was stopped while
 #     they were made: at most as long as making them took.
 set -euo pipefail
@@ -43,6 +44,8 @@ sync_point() { sqlite3 "$work/$1/hsm.db" "SELECT sync_point FROM replication_sta
 start_node single "$net.1" 0
 export ORVENA_BENCH_HOST=$net.1 ORVENA_BENCH_PORT=$port
 read -r single_rate single_ms < <($bench generate "$seconds" "$sessions")
+# With one session nothing queues: the acknowledgement is the commit's own cost.
+read -r _ single_alone_ms < <($bench generate 3 1)
 rtt_ms=$($bench rtt)
 
 start_node a "$net.2" 0
@@ -55,6 +58,7 @@ export ORVENA_BENCH_HOST=$net.2 ORVENA_BENCH_PORT=$port
 $bench node 3 "$net.3"
 $bench node 3 "$net.4"
 read -r domain_rate domain_ms < <($bench generate "$seconds" "$sessions")
+read -r _ domain_alone_ms < <($bench generate 3 1)
 
 kill -STOP "$c_pid"
 $bench node 2 "$net.4"
@@ -73,4 +77,6 @@ echo "  single node    $single_rate keys/s, median ack $single_ms ms"
 echo "  3-node domain  $domain_rate keys/s, median ack $domain_ms ms"
 echo "  throughput ratio $ratio (target >= 0.5); loopback round trip $rtt_ms ms;"
 echo "  median bound $latency_bound ms (single + 2 round trips)"
+echo "one session: median ack $single_alone_ms ms single, $domain_alone_ms ms domain" \
+  "(bound $(awk -v a="$single_alone_ms" -v r="$rtt_ms" 'BEGIN { printf "%.3f", a + 2 * r }') ms)"
 echo "catch-up of $changes changes: $catchup_s s, making them took $made_s s"
