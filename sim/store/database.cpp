@@ -136,10 +136,6 @@ std::string_view Statement::BlobView(int column) const {
             static_cast<size_t>(sqlite3_column_bytes(stmt_, column))};
 }
 
-bool Statement::IsNull(int column) const {
-    return sqlite3_column_type(stmt_, column) == SQLITE_NULL;
-}
-
 namespace {
 
 int ReplicatedTable(void *hook, const char *table) {

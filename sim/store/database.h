@@ -87,7 +87,6 @@ class Statement {
     // The same without a copy, valid until the next Step; for rows read by the thousand.
     std::string_view TextView(int column) const;
     std::string_view BlobView(int column) const;
-    bool IsNull(int column) const;
 
   private:
     Database &db_;
