@@ -30,12 +30,24 @@ StoredObject ReadRow(const Statement &st) {
     return object;
 }
 
+// Counts a change once it is over, committed or not: a reader that sees the new generation
+// began after the commit, so its own connection shows the change.
+class CountChangeWhenOver {
+  public:
+    explicit CountChangeWhenOver(std::atomic<uint64_t> &generation) : generation_(generation) {}
+    ~CountChangeWhenOver() { generation_.fetch_add(1, std::memory_order_acq_rel); }
+
+  private:
+    std::atomic<uint64_t> &generation_;
+};
+
 }  // namespace
 
 KeyStore::KeyStore(const DatabaseFile &file, const Clock &clock, const EventLog &events)
-    : db_(file), clock_(clock), events_(events) {}
+    : db_(file), reader_(file), clock_(clock), events_(events) {}
 
 Result KeyStore::Insert(Actor actor, StoredObject *object, std::string_view event) {
+    const CountChangeWhenOver counted(generation_);
     return inserts_.Run([&] {
         if (Result r = InsertLocked(object); r != Result::kOk) return r;
         LogLocked(actor, object->owner, event);
@@ -45,6 +57,7 @@ Result KeyStore::Insert(Actor actor, StoredObject *object, std::string_view even
 
 Result KeyStore::InsertAll(Actor actor, std::vector<StoredObject> *objects,
                            std::string_view event) {
+    const CountChangeWhenOver counted(generation_);
     return inserts_.Run([&] {
         for (StoredObject &object : *objects) {
             if (Result r = InsertLocked(&object); r != Result::kOk) return r;
@@ -91,10 +104,10 @@ Result KeyStore::InsertLocked(StoredObject *object) {
 
 std::optional<StoredObject> KeyStore::Find(std::string_view owner, std::string_view name,
                                            bool withSecret) {
-    std::lock_guard lock(mutex_);
+    std::lock_guard lock(readMutex_);
     std::string sql =
         std::string(kColumns) + ", certificate, sealed FROM objects WHERE owner = ? AND name = ?";
-    Statement st(db_, sql.c_str());
+    Statement st(reader_, sql.c_str());
     st.Bind(1, owner).Bind(2, name);
     if (!st.Step()) return std::nullopt;
     StoredObject object = ReadRow(st);
@@ -104,10 +117,10 @@ std::optional<StoredObject> KeyStore::Find(std::string_view owner, std::string_v
 }
 
 std::vector<StoredObject> KeyStore::List(std::string_view owner, uint32_t kind) {
-    std::lock_guard lock(mutex_);
+    std::lock_guard lock(readMutex_);
     std::string sql = std::string(kColumns) +
                       " FROM objects WHERE owner = ? AND (? = 0 OR kind = ?) ORDER BY name";
-    Statement st(db_, sql.c_str());
+    Statement st(reader_, sql.c_str());
     st.Bind(1, owner).Bind(2, int64_t{kind}).Bind(3, int64_t{kind});
     std::vector<StoredObject> objects;
     while (st.Step())
@@ -116,6 +129,7 @@ std::vector<StoredObject> KeyStore::List(std::string_view owner, uint32_t kind) 
 }
 
 Result KeyStore::Remove(Actor actor, std::string_view owner, std::string_view name) {
+    const CountChangeWhenOver counted(generation_);
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
     Statement(db_, "DELETE FROM objects WHERE owner = ? AND name = ?")
@@ -130,6 +144,7 @@ Result KeyStore::Remove(Actor actor, std::string_view owner, std::string_view na
 
 Result KeyStore::SetLabel(Actor actor, std::string_view owner, std::string_view name,
                           std::string_view label) {
+    const CountChangeWhenOver counted(generation_);
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
     Statement(db_, "UPDATE objects SET label = ? WHERE owner = ? AND name = ?")
@@ -144,6 +159,7 @@ Result KeyStore::SetLabel(Actor actor, std::string_view owner, std::string_view 
 }
 
 Result KeyStore::SetBlocked(Actor actor, const StoredObject &key, bool blocked) {
+    const CountChangeWhenOver counted(generation_);
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
     Statement(db_, "UPDATE objects SET blocked = ? WHERE id = ? AND kind = ?")
@@ -158,10 +174,10 @@ Result KeyStore::SetBlocked(Actor actor, const StoredObject &key, bool blocked) 
 }
 
 std::string KeyStore::FirstPkcs11MapOf(std::string_view owner, std::string_view name) {
-    std::lock_guard lock(mutex_);
+    std::lock_guard lock(readMutex_);
     // Left to itself SQLite walks the whole partition in name order to skip a sort; every
     // key the partition gets then costs more. Sorting the few maps found by kind does not.
-    Statement st(db_,
+    Statement st(reader_,
                  "SELECT name FROM objects INDEXED BY objects_owner_kind WHERE owner = ? AND "
                  "kind = ? AND (target = ? OR second = ?) ORDER BY name LIMIT 1");
     st.Bind(1, owner)
@@ -172,6 +188,7 @@ std::string KeyStore::FirstPkcs11MapOf(std::string_view owner, std::string_view 
 }
 
 void KeyStore::RemoveAll(Actor actor, std::string_view owner) {
+    const CountChangeWhenOver counted(generation_);
     std::lock_guard lock(mutex_);
     Transaction tx(db_);
     Statement(db_, "DELETE FROM objects WHERE owner = ?").Bind(1, owner).Run();
@@ -181,8 +198,8 @@ void KeyStore::RemoveAll(Actor actor, std::string_view owner) {
 }
 
 std::vector<ObjectCount> KeyStore::CountByKind(std::string_view owner) {
-    std::lock_guard lock(mutex_);
-    Statement st(db_,
+    std::lock_guard lock(readMutex_);
+    Statement st(reader_,
                  "SELECT kind, COUNT(*) FROM objects WHERE owner = ? GROUP BY kind ORDER BY kind");
     st.Bind(1, owner);
     std::vector<ObjectCount> counts;
@@ -192,13 +209,12 @@ std::vector<ObjectCount> KeyStore::CountByKind(std::string_view owner) {
 }
 
 uint64_t KeyStore::CountAll() {
-    std::lock_guard lock(mutex_);
-    Statement st(db_, "SELECT COUNT(*) FROM objects");
+    std::lock_guard lock(readMutex_);
+    Statement st(reader_, "SELECT COUNT(*) FROM objects");
     return st.Step() ? static_cast<uint64_t>(st.Int(0)) : 0;
 }
 
 void KeyStore::LogLocked(Actor actor, std::string_view owner, std::string_view operation) {
-    generation_.fetch_add(1, std::memory_order_acq_rel);
     if (actor.id() == owner) {
         events_.Append(db_, actor, operation, kEventOk);
         return;

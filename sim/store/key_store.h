@@ -1,9 +1,9 @@
 #pragma once
 // The objects of every user's partition: keys (material sealed under the master key, the
 // partition and the name), certificates, map objects and PKCS#11 maps. Names are unique per
-// partition. Thread-safe: every method runs under one mutex on its own SQLite connection,
-// and each change commits together with its event-log line, whose user is the change's
-// actor. Concurrent inserts share one commit.
+// partition. Thread-safe: changes run under one mutex on one SQLite connection, reads under
+// another on a second, and each change commits together with its event-log line, whose user
+// is the change's actor. Concurrent inserts share one commit.
 
 #include <atomic>
 #include <cstdint>
@@ -88,7 +88,7 @@ class KeyStore {
     // The objects of every partition.
     uint64_t CountAll();
 
-    // Grows with every change this store makes, before the change commits, so that a copy of
+    // Grows with every change this store makes, once the change is over, so that a copy of
     // an object read at one value is current for as long as the value stays. Changes made to
     // the file by another process are not counted.
     uint64_t Generation() const { return generation_.load(std::memory_order_acquire); }
@@ -100,13 +100,16 @@ class KeyStore {
     // REQUIRES: mutex_ held, inside a transaction.
     Result InsertLocked(StoredObject *object);
     // Logs `operation` on the partition of `owner` as done by `actor`; the line names the
-    // partition when it is not the actor's own. Every change passes here, so it counts the
-    // generation. REQUIRES: mutex_ held, inside a transaction.
+    // partition when it is not the actor's own. REQUIRES: mutex_ held, inside a transaction.
     void LogLocked(Actor actor, std::string_view owner, std::string_view operation);
 
     std::mutex mutex_;
-    Database db_;
+    Database db_;  // guarded by mutex_: every change
     GroupCommit inserts_{db_, mutex_};
+    // Reads have a connection of their own: in WAL mode they see what was committed last and
+    // never wait for a change, whose commit may wait for the other nodes of a domain.
+    std::mutex readMutex_;
+    Database reader_;  // guarded by readMutex_
     const Clock &clock_;
     const EventLog &events_;
     std::atomic<uint64_t> generation_{0};
