@@ -57,6 +57,8 @@ class NodeLink {
     bool Send(wire::pb::NodeRequest &request);
     Result Receive(wire::pb::NodeResponse *response);
 
+    // Whether a frame failed either way: the connection is of no further use.
+    bool broken() const { return broken_; }
     uint64_t helloSyncPoint() const { return helloSyncPoint_; }
     const std::string &address() const { return address_; }
 

@@ -200,13 +200,17 @@ Result Replicator::OpenLink(const std::string &address, std::unique_ptr<NodeLink
     return NodeLink::Open(settings_.self, nodeKey_, address, link);
 }
 
-NodeLink *Replicator::LinkTo(const std::string &address, Result *result) {
-    auto found = links_.find(address);
-    if (found != links_.end()) return found->second.get();
+std::shared_ptr<PeerLink> Replicator::LinkTo(const std::string &address, Result *result) {
+    if (auto found = links_.find(address); found != links_.end()) {
+        if (!found->second->Take().broken()) return found->second;
+        // A confirmation found it broken: the node committed, or rolled the change back when
+        // the connection closed, and says which in a new connection's hello.
+        links_.erase(found);
+    }
     std::unique_ptr<NodeLink> link;
     *result = OpenLink(address, &link);
     if (*result != Result::kOk) return nullptr;
-    return (links_[address] = std::move(link)).get();
+    return links_[address] = std::make_shared<PeerLink>(std::move(link));
 }
 
 uint64_t Replicator::Prepare(Database &db, const std::string &changeset) {
@@ -215,41 +219,45 @@ uint64_t Replicator::Prepare(Database &db, const std::string &changeset) {
     if (nodes.empty()) return kAlone;
     coordinator_.lock();
     coordinating_ = true;
-    const uint64_t sequence = ReadSyncPoint(db) + 1;
-    pending_ = sequence;
-    prepared_.clear();
-    everyNodeActive_ =
+    round_ = Round{};
+    round_.sequence = ReadSyncPoint(db) + 1;
+    round_.everyNodeActive =
         std::none_of(nodes.begin(), nodes.end(), [](const NodeEntry &node) { return node.down; });
+    pending_ = round_.sequence;
     try {
         SetState(kPhase2Coordinator);
-        PrepareOnActive(nodes, sequence, changeset);
-        RecordChange(db, sequence, changeset);
-        BoundJournal(db, sequence, everyNodeHas_, settings_.journalChanges);
+        PrepareOnActive(nodes, changeset);
+        RecordChange(db, round_.sequence, changeset);
+        BoundJournal(db, round_.sequence, everyNodeHas_, settings_.journalChanges);
     } catch (...) {
-        AbortPrepared(sequence);
+        AbortPrepared();
         throw;
     }
-    TellCommit(sequence);
-    return sequence;
+    TellCommit();
+    return round_.sequence;
 }
 
-void Replicator::TellCommit(uint64_t sequence) {
+void Replicator::TellCommit() {
     // From here on this node waits for no other node's write lock, and its own is free once
     // its commit is on disk: another coordinator's change may wait for it without a deadlock,
     // instead of being refused as if the two were asking at the same time.
     coordinating_ = false;
-    committing_.clear();
-    for (const std::string &address : prepared_) {
+    for (const std::shared_ptr<PeerLink> &peer : round_.prepared) {
         wire::pb::NodeRequest request;
-        request.mutable_finish_change()->set_sequence(sequence);
+        request.mutable_finish_change()->set_sequence(round_.sequence);
         request.mutable_finish_change()->set_commit(true);
-        if (links_[address]->Send(request)) committing_.push_back(address);
+        if (peer->Take().Send(request)) {
+            peer->Owe();
+            round_.committing.push_back(peer);
+        } else {
+            round_.unconfirmed = peer->address();
+        }
     }
 }
 
 // Every node is asked at once; whichever refuses first decides what the client hears, and
 // every node that held the change is told to drop it (AbortPrepared, by the caller).
-void Replicator::PrepareOnActive(const std::vector<NodeEntry> &nodes, uint64_t sequence,
+void Replicator::PrepareOnActive(const std::vector<NodeEntry> &nodes,
                                  const std::string &changeset) {
     Result refusal = Result::kOk;
     std::string refusedBy;
@@ -262,42 +270,42 @@ void Replicator::PrepareOnActive(const std::vector<NodeEntry> &nodes, uint64_t s
         refusal = result;
         refusedBy = address;
     };
-    std::vector<std::string> asked;
+    std::vector<std::shared_ptr<PeerLink>> asked;
     for (const NodeEntry &node : nodes) {
         if (node.down) continue;
         Result result = Result::kOk;
-        NodeLink *link = LinkTo(node.address, &result);
+        std::shared_ptr<PeerLink> peer = LinkTo(node.address, &result);
         wire::pb::NodeRequest request;
-        request.mutable_prepare_change()->set_sequence(sequence);
+        request.mutable_prepare_change()->set_sequence(round_.sequence);
         request.mutable_prepare_change()->set_changeset(changeset);
         request.mutable_prepare_change()->set_every_node_has(everyNodeHas_);
-        if (link != nullptr && link->Send(request))
-            asked.push_back(node.address);
+        if (peer != nullptr && peer->Take().Send(request))
+            asked.push_back(std::move(peer));
         else
-            refuse(node.address, link == nullptr ? result : Result::kReplicationUnreachable);
+            refuse(node.address, peer == nullptr ? result : Result::kReplicationUnreachable);
     }
-    for (const std::string &address : asked) {
+    for (std::shared_ptr<PeerLink> &peer : asked) {
         wire::pb::NodeResponse response;
-        const Result result = links_[address]->Receive(&response);
+        const Result result = peer->Take().Receive(&response);
         if (result == Result::kOk)
-            prepared_.push_back(address);
+            round_.prepared.push_back(std::move(peer));
         else
-            refuse(address, result);
+            refuse(peer->address(), result);
     }
     if (refusal != Result::kOk)
         throw CommitRefused(refusal, "replication to " + refusedBy + " refused");
 }
 
-void Replicator::AbortPrepared(uint64_t sequence) {
-    for (const std::string &address : prepared_) {
+void Replicator::AbortPrepared() {
+    for (const std::shared_ptr<PeerLink> &peer : round_.prepared) {
         wire::pb::NodeRequest request;
-        request.mutable_finish_change()->set_sequence(sequence);
+        request.mutable_finish_change()->set_sequence(round_.sequence);
         request.mutable_finish_change()->set_commit(false);
         wire::pb::NodeResponse response;
-        if (links_[address]->Call(request, &response) == Result::kReplicationUnreachable)
-            links_.erase(address);
+        if (peer->Take().Call(request, &response) == Result::kReplicationUnreachable)
+            links_.erase(peer->address());
     }
-    prepared_.clear();
+    round_ = Round{};
     pending_ = 0;
     coordinating_ = false;
     SetState(kLiveSync);
@@ -306,39 +314,55 @@ void Replicator::AbortPrepared(uint64_t sequence) {
 
 void Replicator::Finish(uint64_t ticket, bool committed) {
     if (ticket == kAlone) return;
-    // Every node commits at once; the client waits for the slowest.
-    std::string unconfirmed;
-    for (const std::string &address : committing_) {
-        wire::pb::NodeResponse response;
-        if (links_[address]->Receive(&response) != Result::kOk) unconfirmed = address;
+    round_.committedHere = committed;
+    {
+        std::lock_guard lock(confirmingMutex_);
+        confirming_.emplace(ticket, std::exchange(round_, Round{}));
     }
-    for (const std::string &address : prepared_) {
-        if (std::find(committing_.begin(), committing_.end(), address) == committing_.end())
-            unconfirmed = address;
-    }
-    if (!unconfirmed.empty()) links_.erase(unconfirmed);
-    if (committed && unconfirmed.empty() && everyNodeActive_) everyNodeHas_ = ticket;
-    prepared_.clear();
-    committing_.clear();
     pending_ = 0;
     if (committed) applied_++;
     coordinating_ = false;
     SetState(kLiveSync);
     coordinator_.unlock();
+    if (committed) return;
     // The other nodes were told to commit before this node's own commit failed: the change
     // is theirs, and this node, one behind now, takes it from them when it catches up.
-    if (!committed) {
-        Wake();
-        throw CommitRefused(Result::kReplicationNotHere,
-                            "committed on the other nodes, not on this one");
+    try {
+        Confirm(ticket);
+    } catch (const CommitRefused &) {
+        // Not here either way; that is what the client hears.
+    }
+    Wake();
+    throw CommitRefused(Result::kReplicationNotHere,
+                        "committed on the other nodes, not on this one");
+}
+
+void Replicator::Confirm(uint64_t ticket) {
+    Round round;
+    {
+        std::lock_guard lock(confirmingMutex_);
+        auto found = confirming_.find(ticket);
+        if (found == confirming_.end()) return;
+        round = std::move(found->second);
+        confirming_.erase(found);
+    }
+    // Every node commits at once; the client waits for the slowest.
+    for (const std::shared_ptr<PeerLink> &peer : round.committing) {
+        if (peer->ReadOwed() != Result::kOk) round.unconfirmed = peer->address();
+    }
+    if (round.committedHere && round.unconfirmed.empty() && round.everyNodeActive) {
+        uint64_t seen = everyNodeHas_;
+        while (seen < round.sequence &&
+               !everyNodeHas_.compare_exchange_weak(seen, round.sequence)) {
+        }
     }
     // The change stays: it is durable here and on the nodes that confirmed. The node that did
-    // not either committed it too, or rolled it back when its connection was dropped here;
-    // then it is one behind, refuses the next change as out of step and takes this one when
-    // it catches up. The client must not retry, so it hears that the change was made.
-    if (!unconfirmed.empty())
+    // not either committed it too, or rolled it back when its connection broke; then it is
+    // one behind, refuses the next change as out of step and takes this one when it catches
+    // up. The client must not retry, so it hears that the change was made.
+    if (!round.unconfirmed.empty())
         throw CommitRefused(Result::kReplicationUnconfirmed,
-                            "commit not confirmed by " + unconfirmed);
+                            "commit not confirmed by " + round.unconfirmed);
 }
 
 Result Replicator::TestNode(const std::string &address) {
@@ -488,7 +512,7 @@ Result Replicator::Refresh() {
     for (const NodeEntry &node : nodes) {
         std::unique_ptr<NodeLink> link;
         if (!node.down && OpenLink(node.address, &link) == Result::kOk)
-            links_[node.address] = std::move(link);
+            links_[node.address] = std::make_shared<PeerLink>(std::move(link));
     }
     return Result::kOk;
 }

@@ -2,8 +2,9 @@
 // This node's part in its replication domain. As the commit hook of every store, it is the
 // coordinator of two-phase commit for the transactions of its own clients: it asks every
 // active node to apply and hold the change (phase 1), then, once all hold it, tells them to
-// commit (phase 2) while it commits here, so that the nodes' syncs to disk overlap; a
-// client hears of its change only after every node confirmed. As the server of the
+// commit (phase 2) while it commits here, so that the nodes' syncs to disk overlap. The next
+// change may begin once this one is committed here; a client hears of its change only after
+// every node confirmed. As the server of the
 // node-to-node connections it is the participant of the others' transactions. Its pulse
 // thread brings back nodes that were away and catches this node up when it fell behind.
 //
@@ -36,6 +37,7 @@
 #include "crypto/master_key.h"
 #include "framing.h"
 #include "replication/node_channel.h"
+#include "replication/peer_link.h"
 #include "replication/replication_journal.h"
 #include "store/commit_hook.h"
 #include "store/database.h"
@@ -85,6 +87,7 @@ class Replicator final : public CommitHook {
     bool Replicates(const char *table) const override;
     uint64_t Prepare(Database &db, const std::string &changeset) override;
     void Finish(uint64_t ticket, bool committed) override;
+    void Confirm(uint64_t ticket) override;
 
     // Operator's node operations. Each answers kOk or why not.
     Result TestNode(const std::string &address);
@@ -106,21 +109,31 @@ class Replicator final : public CommitHook {
   private:
     class Participant;
 
+    // One change from its phase 1 to its confirmation.
+    struct Round {
+        uint64_t sequence = 0;
+        bool everyNodeActive = false;  // none of the list is down
+        bool committedHere = false;
+        std::vector<std::shared_ptr<PeerLink>> prepared;    // the nodes that hold the change
+        std::vector<std::shared_ptr<PeerLink>> committing;  // told to commit; answer owed
+        std::string unconfirmed;                            // a node that cannot confirm the commit
+    };
+
     Result Serve(Participant &participant, const wire::pb::NodeRequest &request,
                  wire::pb::NodeResponse *response);
     // Applies another node's word on the membership to this node's list.
     void ChangeMembership(const wire::pb::ChangeMembership &change);
     Result OpenLink(const std::string &address, std::unique_ptr<NodeLink> *link);
+    // The link to `address`, taken (PeerLink::Take) for the change under way, or null.
     // REQUIRES: coordinator_ held.
-    NodeLink *LinkTo(const std::string &address, Result *result);
+    std::shared_ptr<PeerLink> LinkTo(const std::string &address, Result *result);
     // Phase 1 on every active node of `nodes`. REQUIRES: coordinator_ held. Throws
-    // CommitRefused when a node does not hold the change; prepared_ names those that do.
-    void PrepareOnActive(const std::vector<NodeEntry> &nodes, uint64_t sequence,
-                         const std::string &changeset);
+    // CommitRefused when a node does not hold the change; round_.prepared names those that do.
+    void PrepareOnActive(const std::vector<NodeEntry> &nodes, const std::string &changeset);
     // Rolls back the nodes prepared so far and releases coordinator_.
-    void AbortPrepared(uint64_t sequence);
-    // Phase 2 to every prepared node, without waiting for the answers (Finish reads them).
-    void TellCommit(uint64_t sequence);
+    void AbortPrepared();
+    // Phase 2 to every prepared node, without waiting for the answers (Confirm reads them).
+    void TellCommit();
     void SetState(uint32_t state);
     // Wakes the pulse thread for a catch-up now.
     void Wake();
@@ -151,11 +164,12 @@ class Replicator final : public CommitHook {
 
     // Held from Prepare to Finish: one coordinated change at a time, and the links it uses.
     std::mutex coordinator_;
-    std::map<std::string, std::unique_ptr<NodeLink>> links_;  // guarded by coordinator_
-    std::vector<std::string> prepared_;                       // guarded by coordinator_
-    std::vector<std::string> committing_;  // guarded by coordinator_: phase 2 sent, unanswered
-    bool everyNodeActive_ = false;         // guarded by coordinator_: none of the list is down
-    uint64_t everyNodeHas_ = 0;            // guarded by coordinator_: the sync point all confirmed
+    std::map<std::string, std::shared_ptr<PeerLink>> links_;  // guarded by coordinator_
+    Round round_;                                             // guarded by coordinator_
+    // Changes committed here whose phase-2 answers are still to be read, by sequence.
+    std::mutex confirmingMutex_;
+    std::map<uint64_t, Round> confirming_;   // guarded by confirmingMutex_
+    std::atomic<uint64_t> everyNodeHas_{0};  // the sync point every node confirmed
     // Whether the node list is not empty. Set in the write transaction that fills the list,
     // so that no store transaction starts in between without capturing its change; cleared
     // after the one that empties it (a transaction in between finds the list empty).

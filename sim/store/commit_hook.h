@@ -38,10 +38,14 @@ class CommitHook {
     // Returns a ticket for Finish; throws CommitRefused when the change may not commit, and
     // then the transaction rolls back. May write to `db` (its own bookkeeping).
     virtual uint64_t Prepare(Database &db, const std::string &changeset) = 0;
-    // After COMMIT (`committed`) or its failure. Throws CommitRefused when the change is
-    // durable here but not known to be on every node, or, after a failed COMMIT, when other
-    // nodes may have it already.
+    // After COMMIT (`committed`) or its failure, still inside the store's lock: releases what
+    // Prepare holds, so that the next change may begin. After a failed COMMIT throws
+    // CommitRefused when other nodes may have the change already.
     virtual void Finish(uint64_t ticket, bool committed) = 0;
+    // Waits for the other nodes to confirm a change Finish took as committed; called once
+    // per such ticket, outside the store's lock. Throws CommitRefused when the change is
+    // durable here but not known to be on every node.
+    virtual void Confirm(uint64_t ticket) = 0;
 };
 
 // Lets the stores open before the hook exists: forwards to the hook set later, and captures
@@ -58,6 +62,7 @@ class CommitRelay final : public CommitHook {
         return target_->Prepare(db, changeset);
     }
     void Finish(uint64_t ticket, bool committed) override { target_->Finish(ticket, committed); }
+    void Confirm(uint64_t ticket) override { target_->Confirm(ticket); }
 
   private:
     CommitHook *target_ = nullptr;

@@ -179,19 +179,17 @@ Transaction::~Transaction() {
     if (!done_) sqlite3_exec(db_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
 }
 
-void Transaction::Commit() {
-    if (changes_ == nullptr) {
-        db_.Execute("COMMIT");
-        done_ = true;
-        return;
+Confirmation Transaction::CommitUnconfirmed() {
+    std::string changeset;
+    if (changes_ != nullptr) {
+        changeset = TakeChangeset(db_.handle(), changes_);
+        sqlite3session_delete(changes_);
+        changes_ = nullptr;
     }
-    std::string changeset = TakeChangeset(db_.handle(), changes_);
-    sqlite3session_delete(changes_);
-    changes_ = nullptr;
     if (changeset.empty()) {
         db_.Execute("COMMIT");
         done_ = true;
-        return;
+        return {};
     }
     // The change holds what its rows hold (password hashes, sealed keys): wiped once passed on.
     struct Wipe {
@@ -208,6 +206,28 @@ void Transaction::Commit() {
     }
     done_ = true;
     hook.Finish(ticket, true);
+    return {&hook, ticket};
+}
+
+Confirmation &Confirmation::operator=(Confirmation &&other) noexcept {
+    if (this != &other) {
+        Confirmation dropped(std::move(*this));
+        hook_ = std::exchange(other.hook_, nullptr);
+        ticket_ = other.ticket_;
+    }
+    return *this;
+}
+
+Confirmation::~Confirmation() {
+    try {
+        Await();
+    } catch (const StoreError &) {
+        // Whoever dropped it had no one to tell.
+    }
+}
+
+void Confirmation::Await() {
+    if (CommitHook *hook = std::exchange(hook_, nullptr)) hook->Confirm(ticket_);
 }
 
 }  // namespace sim

@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 
 namespace sim {
 
@@ -93,9 +94,29 @@ class Statement {
     sqlite3_stmt *stmt_ = nullptr;
 };
 
+// What a committed change may still wait for: the other nodes of a replication domain
+// confirming it. A store awaits it after releasing its own lock, so that its next change is
+// under way meanwhile. One never awaited is awaited when it goes, and its refusal dropped.
+class Confirmation {
+  public:
+    Confirmation() = default;
+    Confirmation(CommitHook *hook, uint64_t ticket) : hook_(hook), ticket_(ticket) {}
+    Confirmation(Confirmation &&other) noexcept
+        : hook_(std::exchange(other.hook_, nullptr)), ticket_(other.ticket_) {}
+    Confirmation &operator=(Confirmation &&other) noexcept;
+    ~Confirmation();
+
+    // Throws CommitRefused when the change is durable here but not known to be on every node.
+    void Await();
+
+  private:
+    CommitHook *hook_ = nullptr;
+    uint64_t ticket_ = 0;
+};
+
 // BEGIN IMMEDIATE on construction (kRead: a plain BEGIN, one snapshot for several reads
-// that lets writers go on); rolls back unless Commit() was called. A write transaction on a
-// database with a commit hook records its changes and lets the hook pass them before COMMIT.
+// that lets writers go on); rolls back unless committed. A write transaction on a database
+// with a commit hook records its changes and lets the hook pass them before COMMIT.
 class Transaction {
   public:
     enum Kind { kWrite, kRead };
@@ -103,7 +124,10 @@ class Transaction {
     ~Transaction();
     Transaction(const Transaction &) = delete;
     Transaction &operator=(const Transaction &) = delete;
-    void Commit();
+    // Commits, and waits until every node of the domain has the change.
+    void Commit() { CommitUnconfirmed().Await(); }
+    // Commits here; the other nodes' confirmation is the caller's to await.
+    [[nodiscard]] Confirmation CommitUnconfirmed();
 
   private:
     Database &db_;

@@ -9,17 +9,24 @@ Result GroupCommit::Run(const Write &write) {
     queue_.push_back(&self);
     // Either a leader takes this entry and marks it done, or no leader is under way and the
     // entry is still queued: then this caller leads.
-    batchDone_.wait(lock, [&] { return self.done || !leading_; });
+    batchDone_.wait(lock, [&] { return self.done || (!self.taken && !leading_); });
     if (!self.done) {
         leading_ = true;
         std::vector<Pending *> batch;
         batch.swap(queue_);
+        for (Pending *pending : batch)
+            pending->taken = true;
         lock.unlock();
-        CommitBatch(batch);
+        Confirmation confirmation = CommitBatch(batch);
+        // Committed here: the next batch begins while the other nodes confirm this one.
+        lock.lock();
+        leading_ = false;
+        batchDone_.notify_all();
+        lock.unlock();
+        Confirm(confirmation, batch);
         lock.lock();
         for (Pending *pending : batch)
             pending->done = true;
-        leading_ = false;
         batchDone_.notify_all();
     }
     if (self.error) std::rethrow_exception(self.error);
@@ -31,18 +38,30 @@ size_t GroupCommit::queued() const {
     return queue_.size();
 }
 
-void GroupCommit::CommitBatch(const std::vector<Pending *> &batch) {
+Confirmation GroupCommit::CommitBatch(const std::vector<Pending *> &batch) {
     try {
         std::lock_guard dbLock(dbMutex_);
         Transaction transaction(db_);
         for (Pending *pending : batch)
             RunInSavepoint(pending);
-        transaction.Commit();
+        return transaction.CommitUnconfirmed();
     } catch (...) {
-        std::exception_ptr error = std::current_exception();
-        for (Pending *pending : batch)
-            pending->error = error;
+        FailAll(batch, std::current_exception());
+        return {};
     }
+}
+
+void GroupCommit::Confirm(Confirmation &confirmation, const std::vector<Pending *> &batch) {
+    try {
+        confirmation.Await();
+    } catch (...) {
+        FailAll(batch, std::current_exception());
+    }
+}
+
+void GroupCommit::FailAll(const std::vector<Pending *> &batch, const std::exception_ptr &error) {
+    for (Pending *pending : batch)
+        pending->error = error;
 }
 
 void GroupCommit::RunInSavepoint(Pending *pending) {

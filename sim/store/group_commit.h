@@ -2,9 +2,9 @@
 // Durable writes from many threads share one transaction and so one fsync. A caller queues
 // its write; the first queued caller that finds no transaction under way becomes the leader:
 // it takes every write queued so far, runs each in its own savepoint of one transaction and
-// commits, while the callers that arrive meanwhile queue for the next transaction. Readers
-// of the same connection still wait for that transaction, its fsync included, as one
-// connection requires; they no longer wait for one fsync per insert.
+// commits, while the callers that arrive meanwhile queue for the next transaction. In a
+// replication domain the next transaction begins as soon as this one is committed here, while
+// the other nodes confirm it; its callers hear of it once they have.
 
 #include <condition_variable>
 #include <cstddef>
@@ -44,12 +44,16 @@ class GroupCommit {
         const Write *write = nullptr;
         Result result = Result::kInternal;
         std::exception_ptr error;
+        bool taken = false;  // in a batch under way
         bool done = false;
     };
 
-    // Runs the batch as one transaction and fills each entry's result or error. Does not
-    // throw. REQUIRES: the caller is the leader; `queueMutex_` not held.
-    void CommitBatch(const std::vector<Pending *> &batch);
+    // Runs the batch as one transaction and commits it here; a failure fills each entry's
+    // error. Does not throw. REQUIRES: the caller is the leader; `queueMutex_` not held.
+    Confirmation CommitBatch(const std::vector<Pending *> &batch);
+    // Awaits the other nodes; their refusal fills each entry's error. Does not throw.
+    static void Confirm(Confirmation &confirmation, const std::vector<Pending *> &batch);
+    static void FailAll(const std::vector<Pending *> &batch, const std::exception_ptr &error);
     // REQUIRES: `dbMutex_` held, inside the batch's transaction.
     void RunInSavepoint(Pending *pending);
 
@@ -58,7 +62,7 @@ class GroupCommit {
     mutable std::mutex queueMutex_;
     std::condition_variable batchDone_;
     std::vector<Pending *> queue_;  // guarded by queueMutex_
-    bool leading_ = false;          // guarded by queueMutex_: a batch is being committed
+    bool leading_ = false;          // guarded by queueMutex_: a batch is being committed here
 };
 
 }  // namespace sim
