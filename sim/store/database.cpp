@@ -20,8 +20,10 @@ constexpr int kBusyTimeoutMs = 10000;
 }  // namespace
 
 Database::Database(const DatabaseFile &file) : hook_(file.hook) {
+    // Every connection is used by one thread at a time, under its owner's mutex (see
+    // UserStore): SQLite's own mutex per call would only repeat that.
     if (sqlite3_open_v2(file.path.c_str(), &db_,
-                        SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX,
+                        SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
                         file.vfs.empty() ? nullptr : file.vfs.c_str()) != SQLITE_OK) {
         std::string message =
             "open " + file.path + ": " + (db_ ? sqlite3_errmsg(db_) : "out of memory");
