@@ -1,13 +1,16 @@
 // Inserts from many threads sharing one commit: every caller gets its own answer, a failed
 // commit stores nothing, and what was acknowledged is there after reopening, its log lines
-// one linear chain with those another connection appended meanwhile.
+// one linear chain with those another connection appended meanwhile. In a replication domain
+// the next batch commits while the one before waits for the other nodes.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <future>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -15,6 +18,7 @@
 #include <vector>
 
 #include "daemon/data_directory.h"
+#include "store/commit_hook.h"
 #include "store/event_log_file.h"
 #include "store/group_commit.h"
 #include "temp_dir.h"
@@ -161,6 +165,73 @@ TEST_F(SimGroupCommit, EachCallerGetsItsOwnAnswerAndAFailedCommitFailsTheWholeGr
     EXPECT_EQ(names(), "x y");
     EXPECT_EQ(RunOne(group, add("after")).result, sim::Result::kOk);
     EXPECT_EQ(names(), "after x y");
+}
+
+// A domain whose nodes confirm each change only when the test says so, and may refuse to.
+class HeldConfirmations final : public sim::CommitHook {
+  public:
+    bool Captures() const override { return true; }
+    bool Replicates(const char *) const override { return true; }
+    uint64_t Prepare(sim::Database &, const std::string &) override {
+        std::lock_guard lock(mutex_);
+        changed_.notify_all();
+        return ++prepared_;
+    }
+    void Finish(uint64_t, bool) override {}
+    void Confirm(uint64_t ticket) override {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [&] { return answered_.count(ticket) != 0; });
+        if (!answered_[ticket])
+            throw sim::CommitRefused(sim::Result::kReplicationUnconfirmed, "not confirmed");
+    }
+
+    bool AwaitPrepared(uint64_t count) {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, 30s, [&] { return prepared_ >= count; });
+    }
+    void Answer(uint64_t ticket, bool confirmed) {
+        std::lock_guard lock(mutex_);
+        answered_[ticket] = confirmed;
+        changed_.notify_all();
+    }
+
+  private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    uint64_t prepared_ = 0;
+    std::map<uint64_t, bool> answered_;
+};
+
+TEST_F(SimGroupCommit, NextBatchCommitsWhileTheOneBeforeAwaitsTheOtherNodes) {
+    HeldConfirmations nodes;
+    sim::Database db({dir_.path() + "/items.db", {}, &nodes});
+    std::mutex mutex;
+    sim::GroupCommit group(db, mutex);
+    db.Execute("CREATE TABLE item (name TEXT PRIMARY KEY)");
+    auto add = [&](const char *name) {
+        return std::async(std::launch::async, [&db, &group, name] {
+            return RunOne(group, [&db, name] {
+                sim::Statement(db, "INSERT INTO item (name) VALUES (?)").Bind(1, name).Run();
+                return sim::Result::kOk;
+            });
+        });
+    };
+    std::future<Outcome> first = add("first");
+    ASSERT_TRUE(nodes.AwaitPrepared(1));
+    std::future<Outcome> second = add("second");
+    ASSERT_TRUE(nodes.AwaitPrepared(2));
+    // Both are committed here, and neither caller has heard of it.
+    {
+        std::lock_guard lock(mutex);
+        sim::Statement count(db, "SELECT COUNT(*) FROM item");
+        ASSERT_TRUE(count.Step());
+        EXPECT_EQ(count.Int(0), 2);
+    }
+    EXPECT_EQ(first.wait_for(50ms), std::future_status::timeout);
+    nodes.Answer(2, true);
+    nodes.Answer(1, false);
+    EXPECT_EQ(first.get().error, "not confirmed");
+    EXPECT_EQ(second.get().result, sim::Result::kOk);
 }
 
 }  // namespace
