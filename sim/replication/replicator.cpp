@@ -314,10 +314,13 @@ void Replicator::AbortPrepared() {
 
 void Replicator::Finish(uint64_t ticket, bool committed) {
     if (ticket == kAlone) return;
-    round_.committedHere = committed;
-    {
+    Round round = std::exchange(round_, Round{});
+    if (committed) {
         std::lock_guard lock(confirmingMutex_);
-        confirming_.emplace(ticket, std::exchange(round_, Round{}));
+        confirming_.emplace(ticket, std::move(round));
+    } else {
+        // Read before the next change may begin: it takes the same sequence.
+        ReadAnswers(round);
     }
     pending_ = 0;
     if (committed) applied_++;
@@ -327,14 +330,16 @@ void Replicator::Finish(uint64_t ticket, bool committed) {
     if (committed) return;
     // The other nodes were told to commit before this node's own commit failed: the change
     // is theirs, and this node, one behind now, takes it from them when it catches up.
-    try {
-        Confirm(ticket);
-    } catch (const CommitRefused &) {
-        // Not here either way; that is what the client hears.
-    }
     Wake();
     throw CommitRefused(Result::kReplicationNotHere,
                         "committed on the other nodes, not on this one");
+}
+
+void Replicator::ReadAnswers(Round &round) {
+    // Every node commits at once; the client waits for the slowest.
+    for (const std::shared_ptr<PeerLink> &peer : round.committing) {
+        if (peer->ReadOwed() != Result::kOk) round.unconfirmed = peer->address();
+    }
 }
 
 void Replicator::Confirm(uint64_t ticket) {
@@ -346,11 +351,8 @@ void Replicator::Confirm(uint64_t ticket) {
         round = std::move(found->second);
         confirming_.erase(found);
     }
-    // Every node commits at once; the client waits for the slowest.
-    for (const std::shared_ptr<PeerLink> &peer : round.committing) {
-        if (peer->ReadOwed() != Result::kOk) round.unconfirmed = peer->address();
-    }
-    if (round.committedHere && round.unconfirmed.empty() && round.everyNodeActive) {
+    ReadAnswers(round);
+    if (round.unconfirmed.empty() && round.everyNodeActive) {
         uint64_t seen = everyNodeHas_;
         while (seen < round.sequence &&
                !everyNodeHas_.compare_exchange_weak(seen, round.sequence)) {

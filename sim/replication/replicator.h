@@ -112,8 +112,7 @@ class Replicator final : public CommitHook {
     // One change from its phase 1 to its confirmation.
     struct Round {
         uint64_t sequence = 0;
-        bool everyNodeActive = false;  // none of the list is down
-        bool committedHere = false;
+        bool everyNodeActive = false;                       // none of the list is down
         std::vector<std::shared_ptr<PeerLink>> prepared;    // the nodes that hold the change
         std::vector<std::shared_ptr<PeerLink>> committing;  // told to commit; answer owed
         std::string unconfirmed;                            // a node that cannot confirm the commit
@@ -134,6 +133,8 @@ class Replicator final : public CommitHook {
     void AbortPrepared();
     // Phase 2 to every prepared node, without waiting for the answers (Confirm reads them).
     void TellCommit();
+    // Reads the phase-2 answers owed to `round` and names a node that did not confirm.
+    static void ReadAnswers(Round &round);
     void SetState(uint32_t state);
     // Wakes the pulse thread for a catch-up now.
     void Wake();
