@@ -9,6 +9,8 @@
 #include <atomic>
 #include <chrono>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <random>
 #include <thread>
 
@@ -72,6 +74,15 @@ bool HasObject(const SimProcess &node, const std::string &name) {
     sqlite3_finalize(find);
     sqlite3_close(db);
     return found;
+}
+
+// Scratch copies of the database (images a node served or took) left in the node's directory.
+std::vector<std::string> ScratchCopies(const SimProcess &node) {
+    std::vector<std::string> left;
+    for (const auto &entry : std::filesystem::directory_iterator(node.dataDir()))
+        if (entry.path().filename().string().starts_with("hsm.db."))
+            left.push_back(entry.path().filename().string());
+    return left;
 }
 
 class ReplicationTest : public ::testing::Test {
@@ -239,6 +250,8 @@ TEST_F(ReplicationTest, NodeAwayLongerThanTheJournalCatchesUpByASnapshot) {
     // Kept for the node away, but only so much.
     EXPECT_GE(JournalLength(domain_[1]), kJournalChanges);
     EXPECT_LT(JournalLength(domain_[1]), 2 * kJournalChanges);
+    // As a crash while taking an image would leave it.
+    std::ofstream(domain_[2].dataDir() + "/hsm.db.node-image-crashed") << "half an image";
 
     domain_[2].Restart();
     EXPECT_TRUE(Converges());
@@ -246,6 +259,8 @@ TEST_F(ReplicationTest, NodeAwayLongerThanTheJournalCatchesUpByASnapshot) {
     ASSERT_EQ(GenerateKey(first, "after the snapshot"), Q_OK);
     EXPECT_TRUE(HasObject(domain_[2], "after the snapshot"));
     EXPECT_FALSE(HasObject(domain_[2], "while far 0"));
+    for (size_t i = 0; i < domain_.size(); ++i)
+        EXPECT_TRUE(ScratchCopies(domain_[i]).empty()) << i;
 }
 
 TEST_F(ReplicationTest, NodesJoinAndLeaveOnEveryLiveNode) {
