@@ -9,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 #include <iterator>
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -100,6 +101,38 @@ std::string Joined(const std::vector<std::string> &columns) {
     for (const std::string &column : columns)
         list += (list.empty() ? "" : ", ") + column;
     return list;
+}
+
+// SQLite gathers every row a statement changes before it runs the table's triggers (the
+// backup counter's), in memory: one statement over a whole table would hold it all. Batches
+// of this many rows keep that bounded.
+constexpr int64_t kRowsPerStatement = 1024;
+
+void EmptyTable(Database &db, const char *table) {
+    const std::string sql = std::string("DELETE FROM main.") + table +
+                            " WHERE rowid IN (SELECT rowid FROM main." + table + " LIMIT " +
+                            std::to_string(kRowsPerStatement) + ")";
+    do {
+        Statement(db, sql.c_str()).Run();
+    } while (sqlite3_changes64(db.handle()) > 0);
+}
+
+// Copies the rows of the attached table into the main one, in batches by the image's rowid.
+void CopyTable(Database &db, const char *table, const std::string &columns) {
+    const std::string image = std::string(kAttached) + "." + table;
+    const std::string bound = "SELECT rowid FROM " + image +
+                              " WHERE rowid > ? ORDER BY rowid LIMIT 1 OFFSET " +
+                              std::to_string(kRowsPerStatement - 1);
+    const std::string copy = std::string("INSERT INTO main.") + table + " (" + columns +
+                             ") SELECT " + columns + " FROM " + image +
+                             " WHERE rowid > ? AND rowid <= ?";
+    constexpr int64_t kEnd = std::numeric_limits<int64_t>::max();
+    for (int64_t done = std::numeric_limits<int64_t>::min(); done != kEnd;) {
+        int64_t upTo = kEnd;
+        if (Statement next(db, bound.c_str()); next.Bind(1, done).Step()) upTo = next.Int(0);
+        Statement(db, copy.c_str()).Bind(1, done).Bind(2, upTo).Run();
+        done = upTo;
+    }
 }
 
 // Copies the shared tables and their sync point into the attached file, all of one moment.
@@ -196,11 +229,9 @@ bool IncomingSnapshot::Restore(Database &db) {
     }
     Transaction tx(db);
     for (size_t i = kSharedTableCount; i-- > 0;)
-        db.Execute((std::string("DELETE FROM main.") + kSharedTables[i]).c_str());
+        EmptyTable(db, kSharedTables[i]);
     for (size_t i = 0; i < kSharedTableCount; ++i)
-        db.Execute((std::string("INSERT INTO main.") + kSharedTables[i] + " (" + columns[i] +
-                    ") SELECT " + columns[i] + " FROM " + kAttached + "." + kSharedTables[i])
-                       .c_str());
+        CopyTable(db, kSharedTables[i], columns[i]);
     RestartJournal(db, syncPoint);
     tx.Commit();
     return true;
