@@ -263,6 +263,32 @@ TEST_F(ReplicationTest, NodeAwayLongerThanTheJournalCatchesUpByASnapshot) {
         EXPECT_TRUE(ScratchCopies(domain_[i]).empty()) << i;
 }
 
+// A commit that fails after phase 2 went out leaves the change made where it could be, and
+// the client hears so; the node without it takes it when it catches up. No write of phase 1
+// reaches a file (the change waits in SQLite's cache), so a file-size limit of 0 fails exactly
+// the commit.
+TEST_F(ReplicationTest, ACommitThatFailsAfterPhaseTwoIsMadeWhereItCouldAndCaughtUpLater) {
+    FormDomain();
+    QSessionHandle first = Operator(0);
+    domain_[2].LimitFileSize(0);
+    EXPECT_EQ(GenerateKey(first, "unconfirmed"), Q_ERR_REPL_UNCONFIRMED);
+    EXPECT_TRUE(HasObject(domain_[0], "unconfirmed"));
+    EXPECT_TRUE(HasObject(domain_[1], "unconfirmed"));
+    EXPECT_FALSE(HasObject(domain_[2], "unconfirmed"));
+    domain_[2].LimitFileSize(RLIM_INFINITY);
+    EXPECT_TRUE(Converges());
+
+    domain_[0].LimitFileSize(0);
+    EXPECT_EQ(GenerateKey(first, "not here"), Q_ERR_REPL_NOT_HERE);
+    EXPECT_FALSE(HasObject(domain_[0], "not here"));
+    EXPECT_TRUE(HasObject(domain_[1], "not here"));
+    EXPECT_TRUE(HasObject(domain_[2], "not here"));
+    domain_[0].LimitFileSize(RLIM_INFINITY);
+    EXPECT_TRUE(Converges());
+    EXPECT_TRUE(HasObject(domain_[0], "not here"));
+    EXPECT_EQ(GenerateKey(first, "afterwards"), Q_OK);
+}
+
 TEST_F(ReplicationTest, NodesJoinAndLeaveOnEveryLiveNode) {
     QSessionHandle first = Operator(0);
     EXPECT_EQ(NodeOperation(first, 1, domain_[1].host()), Q_OK);
