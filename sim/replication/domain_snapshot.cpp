@@ -36,15 +36,6 @@ namespace {
 constexpr const char *kAttached = "domain_snapshot";
 // Appended to the database's name, then a unique suffix: RemoveStaleSnapshots finds them by it.
 constexpr const char *kImageInfix = ".node-image-";
-// SQLite's companions of a database file.
-constexpr const char *kCompanions[] = {"-wal", "-shm", "-journal"};
-
-void RemoveWithCompanions(const std::string &path) {
-    ::unlink(path.c_str());
-    for (const char *suffix : kCompanions)
-        ::unlink((path + suffix).c_str());
-}
-
 [[noreturn]] void FailIo(const std::string &what) {
     const int error = errno;
     const std::string message = what + ": " + std::strerror(error);

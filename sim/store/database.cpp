@@ -1,6 +1,7 @@
 #include "store/database.h"
 
 #include <openssl/crypto.h>
+#include <unistd.h>
 
 #include "store/commit_hook.h"
 
@@ -208,6 +209,14 @@ void Transaction::Commit() {
     }
     done_ = true;
     hook.Finish(ticket, true);
+}
+
+const char *const kDatabaseCompanions[3] = {"-wal", "-shm", "-journal"};
+
+void RemoveWithCompanions(const std::string &path) {
+    ::unlink(path.c_str());
+    for (const char *suffix : kDatabaseCompanions)
+        ::unlink((path + suffix).c_str());
 }
 
 }  // namespace sim
