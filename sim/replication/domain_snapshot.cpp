@@ -36,6 +36,8 @@ namespace {
 constexpr const char *kAttached = "domain_snapshot";
 // Appended to the database's name, then a unique suffix: RemoveStaleSnapshots finds them by it.
 constexpr const char *kImageInfix = ".node-image-";
+
+// Throws for the failed call that set errno: a full disk as such, so that it is told apart.
 [[noreturn]] void FailIo(const std::string &what) {
     const int error = errno;
     const std::string message = what + ": " + std::strerror(error);
@@ -57,17 +59,24 @@ class Attached {
   public:
     Attached(Database &db, const std::string &path) : db_(db) {
         Statement(db_, "ATTACH DATABASE ? AS domain_snapshot").Bind(1, path).Run();
-        db_.Execute("PRAGMA domain_snapshot.journal_mode=OFF");
-        db_.Execute("PRAGMA domain_snapshot.synchronous=OFF");
+        try {
+            db_.Execute("PRAGMA domain_snapshot.journal_mode=OFF");
+            db_.Execute("PRAGMA domain_snapshot.synchronous=OFF");
+        } catch (...) {
+            Detach();  // no destructor runs for a constructor that throws
+            throw;
+        }
     }
-    ~Attached() {
-        sqlite3_exec(db_.handle(), (std::string("DETACH ") + kAttached).c_str(), nullptr, nullptr,
-                     nullptr);
-    }
+    ~Attached() { Detach(); }
     Attached(const Attached &) = delete;
     Attached &operator=(const Attached &) = delete;
 
   private:
+    void Detach() {
+        sqlite3_exec(db_.handle(), (std::string("DETACH ") + kAttached).c_str(), nullptr, nullptr,
+                     nullptr);
+    }
+
     Database &db_;
 };
 
@@ -213,8 +222,6 @@ bool IncomingSnapshot::Restore(Database &db) {
             if (mine.empty() || Columns(db, kAttached, table) != mine) return false;
             columns.push_back(Joined(mine));
         }
-    } catch (const StorageFull &) {
-        throw;
     } catch (const StoreError &) {
         return false;  // not an image of the shared tables
     }
