@@ -6,13 +6,17 @@
 #     round trip measured as a liveness request); the same with one session, where nothing
 #     queues, for comparison;
 #  2. catch-up of REPL_BENCH_CHANGES changes (default 10,000) by a node that was stopped while
-#     they were made: at most as long as making them took.
+#     they were made: at most as long as making them took;
+#  3. peak resident memory of the serving and of the taking node while a node joins a domain
+#     of REPL_BENCH_SNAPSHOT_KEYS keys (default 300,000) by a snapshot, above idle: under
+#     64 MiB each, whatever the domain's size.
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 build=${REPL_BENCH_BUILD:-build/bench}
 sessions=${REPL_BENCH_SESSIONS:-16}
 seconds=${REPL_BENCH_SECONDS:-10}
 changes=${REPL_BENCH_CHANGES:-10000}
+snapshot_keys=${REPL_BENCH_SNAPSHOT_KEYS:-300000}
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DTARSEL_BENCH=ON >/dev/null
 cmake --build "$build" -j2 --target orvena-sim orvena-simctl replication_bench >/dev/null
 
@@ -40,6 +44,7 @@ start_node() {
   port=$(sed -n 's/.*ready on [0-9.]*:\([0-9]*\).*/\1/p' "$work/$1.log")
 }
 sync_point() { sqlite3 "$work/$1/hsm.db" "SELECT sync_point FROM replication_state"; }
+kib() { awk -v f="$2:" '$1 == f { print $2 }' "/proc/$1/status"; }
 
 start_node single "$net.1" 0
 export ORVENA_BENCH_HOST=$net.1 ORVENA_BENCH_PORT=$port
@@ -70,6 +75,20 @@ kill -CONT "$c_pid"
 until [ "$(sync_point c)" = "$target" ]; do sleep 0.02; done
 catchup_s=$(awk -v s="$start" -v e="$(date +%s.%N)" 'BEGIN { printf "%.3f", e - s }')
 
+# A node that joins holds nothing it can vouch for: it takes the domain's tables by a snapshot.
+# The keys are made while the other is alone, so that no journal holds them.
+start_node d "$net.5" 0
+d_pid=$node_pid
+"$build"/sim/orvena-simctl --data "$work/e" init --join "$work/d" --serial OVBENCH0005 >/dev/null
+"$build"/sim/orvena-simctl --data "$work/d" add-keys master "$snapshot_keys" >/dev/null
+start_node e "$net.6" "$port"
+e_pid=$node_pid
+echo 5 >"/proc/$d_pid/clear_refs"; echo 5 >"/proc/$e_pid/clear_refs"  # peaks from here on
+d_idle=$(kib "$d_pid" VmRSS); e_idle=$(kib "$e_pid" VmRSS)
+ORVENA_BENCH_HOST=$net.5 ORVENA_BENCH_PORT=$port $bench node 3 "$net.6"
+until [ "$(sync_point e)" != 0 ] && [ "$(sync_point e)" = "$(sync_point d)" ]; do sleep 0.05; done
+serving_kib=$(( $(kib "$d_pid" VmHWM) - d_idle )); taking_kib=$(( $(kib "$e_pid" VmHWM) - e_idle ))
+
 ratio=$(awk -v a="$domain_rate" -v b="$single_rate" 'BEGIN { printf "%.2f", a / b }')
 latency_bound=$(awk -v a="$single_ms" -v r="$rtt_ms" 'BEGIN { printf "%.3f", a + 2 * r }')
 echo "key generation, $sessions sessions, $seconds s each:"
@@ -80,3 +99,5 @@ echo "  median bound $latency_bound ms (single + 2 round trips)"
 echo "one session: median ack $single_alone_ms ms single, $domain_alone_ms ms domain" \
   "(bound $(awk -v a="$single_alone_ms" -v r="$rtt_ms" 'BEGIN { printf "%.3f", a + 2 * r }') ms)"
 echo "catch-up of $changes changes: $catchup_s s, making them took $made_s s"
+echo "snapshot of $snapshot_keys keys ($(stat -c %s "$work/d/hsm.db") bytes of database): above idle," \
+  "serving node $((serving_kib / 1024)) MiB, taking node $((taking_kib / 1024)) MiB (target < 64 MiB each)"

@@ -60,7 +60,6 @@ class Replicator::Participant {
     }
     ~Participant() {
         if (open_) Rollback();
-        OPENSSL_cleanse(snapshot_.data(), snapshot_.size());
     }
 
     Result Prepare(const wire::pb::PrepareChange &change) {
@@ -110,12 +109,12 @@ class Replicator::Participant {
     Result Snapshot(const wire::pb::FetchSnapshot &fetch, wire::pb::FetchSnapshotReply *reply) {
         if (open_) return Result::kProtocol;
         if (fetch.offset() == 0) {
-            OPENSSL_cleanse(snapshot_.data(), snapshot_.size());
-            snapshot_ = TakeSnapshot(db_);
+            snapshot_.reset();  // its file goes before the next is made
+            snapshot_ = SnapshotImage::Take(db_);
         }
-        if (fetch.offset() > snapshot_.size()) return Result::kProtocol;
-        reply->set_size(snapshot_.size());
-        reply->set_chunk(snapshot_.substr(fetch.offset(), kSnapshotChunk));
+        if (snapshot_ == nullptr || fetch.offset() > snapshot_->size()) return Result::kProtocol;
+        reply->set_size(snapshot_->size());
+        reply->set_chunk(snapshot_->Read(fetch.offset(), kSnapshotChunk));
         return Result::kOk;
     }
 
@@ -144,7 +143,7 @@ class Replicator::Participant {
     bool open_ = false;
     uint64_t sequence_ = 0;
     std::chrono::steady_clock::time_point waitUntil_;
-    std::string snapshot_;  // the image a node fetches in pieces
+    std::unique_ptr<SnapshotImage> snapshot_;  // the image a node fetches in pieces
 };
 
 Replicator::Replicator(const DatabaseFile &file, const MasterKey &masterKey,
@@ -157,6 +156,8 @@ Replicator::Replicator(const DatabaseFile &file, const MasterKey &masterKey,
       db_(file_),
       state_(kZeroed) {
     settings_.self.timeoutMs = settings_.managerSeconds * 1000;
+    // No connection serves or takes an image yet: any left lie there since a crash.
+    RemoveStaleSnapshots(file_.path);
     std::lock_guard lock(dbMutex_);
     joined_ = !ReadNodes(db_).empty();
     SetState(joined_ ? kUndefined : kZeroed);
@@ -714,29 +715,25 @@ bool Replicator::CatchUpFrom(NodeLink &link) {
 
 bool Replicator::TakeSnapshotFrom(NodeLink &link) {
     const uint64_t mine = ReadSyncPoint(db_);
-    std::string image;
-    struct Wipe {
-        std::string &bytes;
-        ~Wipe() { OPENSSL_cleanse(bytes.data(), bytes.size()); }
-    } wipe{image};
+    IncomingSnapshot image(db_);
     uint64_t size = 0;
     do {
         wire::pb::NodeRequest request;
         request.mutable_fetch_snapshot()->set_offset(image.size());
         wire::pb::NodeResponse response;
+        struct Wipe {
+            wire::pb::NodeResponse &response;
+            ~Wipe() { wire::WipeSecretFields(response); }
+        } wipe{response};
         const bool fetched = link.Call(request, &response) == Result::kOk;
         const auto &reply = response.fetch_snapshot();
-        if (fetched && image.empty()) {
-            size = reply.size();
-            image.reserve(size);  // no reallocation leaves a copy behind
-        }
+        if (fetched && image.size() == 0) size = reply.size();
         const bool fits = fetched && !reply.chunk().empty() && reply.size() == size &&
                           image.size() + reply.chunk().size() <= size;
-        if (fits) image += reply.chunk();
-        wire::WipeSecretFields(response);
         if (!fits) return false;
+        image.Append(reply.chunk());
     } while (image.size() < size);
-    if (!RestoreSnapshot(db_, image) || ReadSyncPoint(db_) <= mine) return false;
+    if (!image.Restore(db_) || ReadSyncPoint(db_) <= mine) return false;
     applied_++;
     changesApplied_();
     return true;

@@ -20,17 +20,9 @@ constexpr const char *kSnapshotPrefix = "hsm.db.snapshot-";
 constexpr const char *kRestorePart = "hsm.db.restore-part";
 constexpr const char *kRestored = "hsm.db.restored";
 constexpr const char *kRestoredKey = "master.key.restored";
-// SQLite's companions of a database file.
-constexpr const char *kCompanions[] = {"-wal", "-shm", "-journal"};
 // The tables of the network settings: what a restore without them keeps of the HSM's own.
 constexpr const char *kNetworkTables[] = {"network_settings", "ip_filter_state",
                                           "ip_filter_entries"};
-
-void RemoveWithCompanions(const std::string &path) {
-    ::unlink(path.c_str());
-    for (const char *suffix : kCompanions)
-        ::unlink((path + suffix).c_str());
-}
 
 std::string RandomSuffix() {
     unsigned char random[8];
@@ -196,7 +188,7 @@ void ApplyPendingRestore(const std::string &dir) {
             throw std::runtime_error("cannot move the restored master key into place");
         SyncDirectory(dir);
         // The old database's log would be replayed into the new file.
-        for (const char *suffix : kCompanions)
+        for (const char *suffix : kDatabaseCompanions)
             ::unlink((dir + "/hsm.db" + suffix).c_str());
         if (::rename(restored.c_str(), (dir + "/hsm.db").c_str()) != 0)
             throw std::runtime_error("cannot move the restored database into place");

@@ -1,6 +1,7 @@
 #include "store/database.h"
 
 #include <openssl/crypto.h>
+#include <unistd.h>
 
 #include "store/commit_hook.h"
 
@@ -230,6 +231,14 @@ Confirmation::~Confirmation() {
 
 void Confirmation::Await() {
     if (CommitHook *hook = std::exchange(hook_, nullptr)) hook->Confirm(ticket_);
+}
+
+const char *const kDatabaseCompanions[3] = {"-wal", "-shm", "-journal"};
+
+void RemoveWithCompanions(const std::string &path) {
+    ::unlink(path.c_str());
+    for (const char *suffix : kDatabaseCompanions)
+        ::unlink((path + suffix).c_str());
 }
 
 }  // namespace sim

@@ -135,4 +135,11 @@ class Transaction {
     bool done_ = false;
 };
 
+// SQLite's companions of a database file (the log and its index); "-journal" is there only
+// while a transaction of a rollback-journal file runs, or after a crash in one.
+extern const char *const kDatabaseCompanions[3];
+
+// Deletes the database file at `path` and whichever of its companions exist.
+void RemoveWithCompanions(const std::string &path);
+
 }  // namespace sim

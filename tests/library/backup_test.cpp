@@ -209,16 +209,6 @@ TEST_F(BackupTest, AFaultyFileOrPasswordChangesNothing) {
             << entry.path();
 }
 
-// A file-size limit on the simulator stands in for a full disk: its writes past the limit
-// fail as they would on one (the HSM ignores SIGXFSZ). Only the soft limit moves, so that it
-// can move back without privileges.
-void LimitFileSize(pid_t pid, rlim_t bytes) {
-    rlimit limit{};
-    ASSERT_EQ(::prlimit(pid, RLIMIT_FSIZE, nullptr, &limit), 0);
-    limit.rlim_cur = std::min(bytes, limit.rlim_max);
-    ASSERT_EQ(::prlimit(pid, RLIMIT_FSIZE, &limit, nullptr), 0);
-}
-
 TEST_F(BackupTest, ARestoreThatRunsOutOfRoomSaysSoKeepsTheOldDatabaseAndMayBeRetried) {
     Generate(operator_, "kept");
     const std::string small = files_.Path("small.bak");
@@ -234,10 +224,10 @@ TEST_F(BackupTest, ARestoreThatRunsOutOfRoomSaysSoKeepsTheOldDatabaseAndMayBeRet
     constexpr rlim_t kRoom = 3 << 20;
     ASSERT_GT(std::filesystem::file_size(large), 2 * kRoom);
 
-    LimitFileSize(sim_.pid(), kRoom);
+    sim_.LimitFileSize(kRoom);
     EXPECT_EQ(QBackupData(operator_, large.c_str(), kPassword, Q_BACKUP_RESTORE),
               Q_ERR_STORAGE_FULL);
-    LimitFileSize(sim_.pid(), RLIM_INFINITY);
+    sim_.LimitFileSize(RLIM_INFINITY);
     Generate(operator_, "meanwhile");
     for (const auto &entry : std::filesystem::directory_iterator(sim_.dataDir()))
         EXPECT_EQ(entry.path().filename().string().find(".restore"), std::string::npos)

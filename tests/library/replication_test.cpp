@@ -9,6 +9,8 @@
 #include <atomic>
 #include <chrono>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <random>
 #include <thread>
 
@@ -72,6 +74,15 @@ bool HasObject(const SimProcess &node, const std::string &name) {
     sqlite3_finalize(find);
     sqlite3_close(db);
     return found;
+}
+
+// Scratch copies of the database (images a node served or took) left in the node's directory.
+std::vector<std::string> ScratchCopies(const SimProcess &node) {
+    std::vector<std::string> left;
+    for (const auto &entry : std::filesystem::directory_iterator(node.dataDir()))
+        if (entry.path().filename().string().starts_with("hsm.db."))
+            left.push_back(entry.path().filename().string());
+    return left;
 }
 
 class ReplicationTest : public ::testing::Test {
@@ -239,6 +250,8 @@ TEST_F(ReplicationTest, NodeAwayLongerThanTheJournalCatchesUpByASnapshot) {
     // Kept for the node away, but only so much.
     EXPECT_GE(JournalLength(domain_[1]), kJournalChanges);
     EXPECT_LT(JournalLength(domain_[1]), 2 * kJournalChanges);
+    // As a crash while taking an image would leave it.
+    std::ofstream(domain_[2].dataDir() + "/hsm.db.node-image-crashed") << "half an image";
 
     domain_[2].Restart();
     EXPECT_TRUE(Converges());
@@ -246,6 +259,34 @@ TEST_F(ReplicationTest, NodeAwayLongerThanTheJournalCatchesUpByASnapshot) {
     ASSERT_EQ(GenerateKey(first, "after the snapshot"), Q_OK);
     EXPECT_TRUE(HasObject(domain_[2], "after the snapshot"));
     EXPECT_FALSE(HasObject(domain_[2], "while far 0"));
+    for (size_t i = 0; i < domain_.size(); ++i)
+        EXPECT_TRUE(ScratchCopies(domain_[i]).empty()) << i;
+}
+
+// A commit that fails after phase 2 went out leaves the change made where it could be, and
+// the client hears so; the node without it takes it when it catches up. No write of phase 1
+// reaches a file (the change waits in SQLite's cache), so a file-size limit of 0 fails exactly
+// the commit.
+TEST_F(ReplicationTest, ACommitThatFailsAfterPhaseTwoIsMadeWhereItCouldAndCaughtUpLater) {
+    FormDomain();
+    QSessionHandle first = Operator(0);
+    domain_[2].LimitFileSize(0);
+    EXPECT_EQ(GenerateKey(first, "unconfirmed"), Q_ERR_REPL_UNCONFIRMED);
+    EXPECT_TRUE(HasObject(domain_[0], "unconfirmed"));
+    EXPECT_TRUE(HasObject(domain_[1], "unconfirmed"));
+    EXPECT_FALSE(HasObject(domain_[2], "unconfirmed"));
+    domain_[2].LimitFileSize(RLIM_INFINITY);
+    EXPECT_TRUE(Converges());
+
+    domain_[0].LimitFileSize(0);
+    EXPECT_EQ(GenerateKey(first, "not here"), Q_ERR_REPL_NOT_HERE);
+    EXPECT_FALSE(HasObject(domain_[0], "not here"));
+    EXPECT_TRUE(HasObject(domain_[1], "not here"));
+    EXPECT_TRUE(HasObject(domain_[2], "not here"));
+    domain_[0].LimitFileSize(RLIM_INFINITY);
+    EXPECT_TRUE(Converges());
+    EXPECT_TRUE(HasObject(domain_[0], "not here"));
+    EXPECT_EQ(GenerateKey(first, "afterwards"), Q_OK);
 }
 
 TEST_F(ReplicationTest, NodesJoinAndLeaveOnEveryLiveNode) {

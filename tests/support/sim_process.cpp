@@ -11,6 +11,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -180,6 +181,13 @@ int SimProcess::Stop() {
     ::kill(pid_, SIGTERM);
     ::kill(pid_, SIGCONT);
     return Wait();
+}
+
+void SimProcess::LimitFileSize(rlim_t bytes) {
+    rlimit limit{};
+    ASSERT_EQ(::prlimit(pid_, RLIMIT_FSIZE, nullptr, &limit), 0);
+    limit.rlim_cur = std::min(bytes, limit.rlim_max);
+    ASSERT_EQ(::prlimit(pid_, RLIMIT_FSIZE, &limit, nullptr), 0);
 }
 
 void SimProcess::Kill() {

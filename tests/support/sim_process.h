@@ -2,6 +2,7 @@
 // Starts an orvena-sim for one test on an ephemeral port with its own temporary data
 // directory, and removes both again. Not thread-safe: one test thread drives an instance.
 
+#include <sys/resource.h>
 #include <sys/types.h>
 
 #include <cstdint>
@@ -50,6 +51,10 @@ class SimProcess {
     void Kill();
     // Starts again on the same data directory; the ports may change unless one was given.
     void Restart();
+    // A file-size limit stands in for a full disk: the simulator's writes past `bytes` fail as
+    // they would on one (it ignores SIGXFSZ). Only the soft limit moves, so that it can move
+    // back (RLIM_INFINITY) without privileges.
+    void LimitFileSize(rlim_t bytes);
 
     // Runs orvena-simctl --data <dir> <args...>; returns its exit status, stdout in *out.
     int Simctl(const std::vector<std::string> &args, std::string *out = nullptr) const;

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "replication/domain_snapshot.h"
 #include "replication/replication_journal.h"
 #include "store/schema.h"
@@ -18,6 +20,26 @@ std::string Column(sim::Database &db, const char *sql) {
     return values;
 }
 
+// Files in `dir` other than the two databases and SQLite's companions of them.
+std::vector<std::string> OtherFiles(const TempDir &dir) {
+    std::vector<std::string> others;
+    for (const auto &entry : std::filesystem::directory_iterator(dir.path())) {
+        const std::string name = entry.path().filename().string();
+        const bool database = name.starts_with("from.db") || name.starts_with("to.db");
+        if (!database || name.find(".node-image-") != std::string::npos) others.push_back(name);
+    }
+    return others;
+}
+
+// Takes `length` bytes of `image` as the taking node does, in small pieces.
+bool Restore(sim::Database &to, const sim::SnapshotImage &image, uint64_t length) {
+    sim::IncomingSnapshot incoming(to);
+    while (incoming.size() < length)
+        incoming.Append(
+            image.Read(incoming.size(), std::min<uint64_t>(4096, length - incoming.size())));
+    return incoming.Restore(to);
+}
+
 void AddUser(sim::Database &db, const std::string &id) {
     db.Execute(("INSERT INTO users (id, password_hash, acl, password_changed) VALUES ('" + id +
                 "', 'hash', 1, 0)")
@@ -30,28 +52,49 @@ TEST(SimDomainSnapshot, ReplacesTheSharedTablesAndKeepsTheNodesOwn) {
     sim::Database from({dir.Path("from.db"), {}}), to({dir.Path("to.db"), {}});
     sim::EnsureSchema(from, "OVFROM");
     sim::EnsureSchema(to, "OVTO");
-    AddUser(from, "alice");
+    // More rows than one statement copies or deletes, on both sides.
+    from.Execute("BEGIN");
+    for (int i = 0; i < 2500; ++i)
+        AddUser(from, "alice" + std::to_string(10000 + i));
+    from.Execute("COMMIT");
     from.Execute("UPDATE security_policy SET word = 7");
     from.Execute("INSERT INTO network_settings VALUES ('gateway', 'theirs')");
     sim::RestartJournal(from, 42);
-    AddUser(to, "bob");
+    to.Execute("BEGIN");
+    for (int i = 0; i < 1500; ++i)
+        AddUser(to, "bob" + std::to_string(10000 + i));
+    to.Execute("COMMIT");
     to.Execute("INSERT INTO network_settings VALUES ('gateway', 'mine')");
     to.Execute("INSERT INTO replication_nodes (address) VALUES ('127.0.0.9')");
     sim::RecordChange(to, 7, "change");
 
-    std::string image = sim::TakeSnapshot(from);
-    std::string garbage = image.substr(0, 100);
-    EXPECT_FALSE(sim::RestoreSnapshot(to, garbage));
-    EXPECT_EQ(Column(to, "SELECT id FROM users"), "bob");
+    std::unique_ptr<sim::SnapshotImage> image = sim::SnapshotImage::Take(from);
+    // The serving node's file lasts only as long as its descriptor.
+    EXPECT_TRUE(OtherFiles(dir).empty());
+    EXPECT_FALSE(Restore(to, *image, 100));
+    EXPECT_EQ(Column(to, "SELECT count(*) FROM users WHERE id LIKE 'bob%'"), "1500");
 
-    ASSERT_TRUE(sim::RestoreSnapshot(to, image));
-    EXPECT_EQ(Column(to, "SELECT id FROM users"), "alice");
-    EXPECT_EQ(Column(to, "SELECT user_id FROM mofn_partitions"), "alice");
+    ASSERT_TRUE(Restore(to, *image, image->size()));
+    EXPECT_EQ(Column(to, "SELECT count(*) FROM users"), "2500");
+    EXPECT_EQ(Column(to, "SELECT min(id) || max(id) FROM users"), "alice10000alice12499");
+    EXPECT_EQ(Column(to, "SELECT count(*) FROM mofn_partitions JOIN users ON user_id = id"),
+              "2500");
     EXPECT_EQ(Column(to, "SELECT word FROM security_policy"), "7");
     EXPECT_EQ(sim::ReadSyncPoint(to), 42u);
     EXPECT_EQ(Column(to, "SELECT count(*) FROM replication_journal"), "0");
     EXPECT_EQ(Column(to, "SELECT value FROM network_settings"), "mine");
     EXPECT_EQ(Column(to, "SELECT address FROM replication_nodes"), "127.0.0.9");
+    EXPECT_TRUE(OtherFiles(dir).empty());
+}
+
+TEST(SimDomainSnapshot, StartDeletesTheImagesACrashLeft) {
+    TempDir dir;
+    WriteFileBytes(dir.Path("to.db.node-image-Ab12Cd"), "sealed keys");
+    WriteFileBytes(dir.Path("to.db.node-image-Ab12Cd-journal"), "");
+    WriteFileBytes(dir.Path("to.db-wal"), "");
+    sim::RemoveStaleSnapshots(dir.Path("to.db"));
+    EXPECT_TRUE(OtherFiles(dir).empty());
+    EXPECT_TRUE(std::filesystem::exists(dir.Path("to.db-wal")));
 }
 
 }  // namespace
