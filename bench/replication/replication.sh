@@ -43,7 +43,7 @@ start_node() {
   for _ in $(seq 100); do grep -q ready "$work/$1.log" && break; sleep 0.1; done
   port=$(sed -n 's/.*ready on [0-9.]*:\([0-9]*\).*/\1/p' "$work/$1.log")
 }
-sync_point() { sqlite3 "$work/$1/hsm.db" "SELECT sync_point FROM replication_state"; }
+sync_point() { sqlite3 -cmd ".timeout 2000" "$work/$1/hsm.db" "SELECT sync_point FROM replication_state"; }
 kib() { awk -v f="$2:" '$1 == f { print $2 }' "/proc/$1/status"; }
 
 start_node single "$net.1" 0

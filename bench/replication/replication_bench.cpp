@@ -48,7 +48,7 @@ size_t Generate(int sessions, const std::atomic<bool> &stop, std::atomic<long> &
                 std::vector<double> *latencies) {
     std::vector<std::thread> threads;
     std::vector<std::vector<double>> each(static_cast<size_t>(sessions));
-    std::atomic<size_t> made{0};
+    std::atomic<size_t> made{0}, refused{0};
     for (int s = 0; s < sessions; ++s) {
         threads.emplace_back([&, s] {
             QSessionHandle session = Open();
@@ -58,7 +58,10 @@ size_t Generate(int sessions, const std::atomic<bool> &stop, std::atomic<long> &
                                          std::to_string(Clock::now().time_since_epoch().count());
                 QKeyHandle key = 0;
                 const auto start = Clock::now();
-                if (QGenerateKey(session, name.c_str(), Q_ALG_AES_256, 0, &key) != Q_OK) continue;
+                if (QGenerateKey(session, name.c_str(), Q_ALG_AES_256, 0, &key) != Q_OK) {
+                    refused++;
+                    continue;
+                }
                 each[size_t(s)].push_back(Milliseconds(start));
                 QDestroyKey(key, 0);
                 made++;
@@ -68,6 +71,8 @@ size_t Generate(int sessions, const std::atomic<bool> &stop, std::atomic<long> &
     }
     for (std::thread &thread : threads)
         thread.join();
+    // A refusal is not made quickly, and must not pass for that.
+    if (refused != 0) std::fprintf(stderr, "%zu generations refused\n", refused.load());
     for (const auto &some : each)
         latencies->insert(latencies->end(), some.begin(), some.end());
     return made;
