@@ -45,24 +45,35 @@ start_node() {
 }
 sync_point() { sqlite3 -cmd ".timeout 2000" "$work/$1/hsm.db" "SELECT sync_point FROM replication_state"; }
 kib() { awk -v f="$2:" '$1 == f { print $2 }' "/proc/$1/status"; }
+# cpu_ticks PID...: the processes' user and system time together, in clock ticks.
+cpu_ticks() { for p in "$@"; do awk '{ print $14 + $15 }' "/proc/$p/stat"; done | awk '{ s += $1 } END { print s }'; }
+# us_per_key TICKS RATE: CPU microseconds per key of a run of $seconds at RATE keys/s.
+us_per_key() { awk -v t="$1" -v r="$2" -v s="$seconds" -v hz="$(getconf CLK_TCK)" 'BEGIN { printf "%.0f", t * 1e6 / hz / (r * s) }'; }
 
 start_node single "$net.1" 0
+single_pid=$node_pid
 export ORVENA_BENCH_HOST=$net.1 ORVENA_BENCH_PORT=$port
+ticks=$(cpu_ticks "$single_pid")
 read -r single_rate single_ms < <($bench generate "$seconds" "$sessions")
+single_us=$(us_per_key $(($(cpu_ticks "$single_pid") - ticks)) "$single_rate")
 # With one session nothing queues: the acknowledgement is the commit's own cost.
 read -r _ single_alone_ms < <($bench generate 3 1)
 rtt_ms=$($bench rtt)
 
 start_node a "$net.2" 0
+a_pid=$node_pid
 "$build"/sim/orvena-simctl --data "$work/b" init --join "$work/a" --serial OVBENCH0002 >/dev/null
 "$build"/sim/orvena-simctl --data "$work/c" init --join "$work/a" --serial OVBENCH0003 >/dev/null
 start_node b "$net.3" "$port"
+b_pid=$node_pid
 start_node c "$net.4" "$port"
 c_pid=$node_pid
 export ORVENA_BENCH_HOST=$net.2 ORVENA_BENCH_PORT=$port
 $bench node 3 "$net.3"
 $bench node 3 "$net.4"
+ticks=$(cpu_ticks "$a_pid" "$b_pid" "$c_pid")
 read -r domain_rate domain_ms < <($bench generate "$seconds" "$sessions")
+domain_us=$(us_per_key $(($(cpu_ticks "$a_pid" "$b_pid" "$c_pid") - ticks)) "$domain_rate")
 read -r _ domain_alone_ms < <($bench generate 3 1)
 
 kill -STOP "$c_pid"
@@ -96,6 +107,7 @@ echo "  single node    $single_rate keys/s, median ack $single_ms ms"
 echo "  3-node domain  $domain_rate keys/s, median ack $domain_ms ms"
 echo "  throughput ratio $ratio (target >= 0.5); loopback round trip $rtt_ms ms;"
 echo "  median bound $latency_bound ms (single + 2 round trips)"
+echo "  simulator CPU per key: single node $single_us us, domain $domain_us us over its 3 nodes"
 echo "one session: median ack $single_alone_ms ms single, $domain_alone_ms ms domain" \
   "(bound $(awk -v a="$single_alone_ms" -v r="$rtt_ms" 'BEGIN { printf "%.3f", a + 2 * r }') ms)"
 echo "catch-up of $changes changes: $catchup_s s, making them took $made_s s"
