@@ -212,15 +212,6 @@ Confirmation Transaction::CommitUnconfirmed() {
     return {&hook, ticket};
 }
 
-Confirmation &Confirmation::operator=(Confirmation &&other) noexcept {
-    if (this != &other) {
-        Confirmation dropped(std::move(*this));
-        hook_ = std::exchange(other.hook_, nullptr);
-        ticket_ = other.ticket_;
-    }
-    return *this;
-}
-
 Confirmation::~Confirmation() {
     try {
         Await();

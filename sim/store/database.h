@@ -103,7 +103,7 @@ class Confirmation {
     Confirmation(CommitHook *hook, uint64_t ticket) : hook_(hook), ticket_(ticket) {}
     Confirmation(Confirmation &&other) noexcept
         : hook_(std::exchange(other.hook_, nullptr)), ticket_(other.ticket_) {}
-    Confirmation &operator=(Confirmation &&other) noexcept;
+    Confirmation &operator=(Confirmation &&) = delete;
     ~Confirmation();
 
     // Throws CommitRefused when the change is durable here but not known to be on every node.

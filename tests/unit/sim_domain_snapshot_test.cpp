@@ -40,11 +40,18 @@ bool Restore(sim::Database &to, const sim::SnapshotImage &image, uint64_t length
     return incoming.Restore(to);
 }
 
-void AddUser(sim::Database &db, const std::string &id) {
-    db.Execute(("INSERT INTO users (id, password_hash, acl, password_changed) VALUES ('" + id +
-                "', 'hash', 1, 0)")
-                   .c_str());
-    db.Execute(("INSERT INTO mofn_partitions VALUES ('" + id + "', 1, 0, 'set', 'none')").c_str());
+// `count` users named `prefix` and a number, each with its M of N row, in one transaction.
+void AddUsers(sim::Database &db, const std::string &prefix, int count) {
+    db.Execute("BEGIN");
+    for (int i = 0; i < count; ++i) {
+        const std::string id = prefix + std::to_string(10000 + i);
+        db.Execute(("INSERT INTO users (id, password_hash, acl, password_changed) VALUES ('" + id +
+                    "', 'hash', 1, 0)")
+                       .c_str());
+        db.Execute(
+            ("INSERT INTO mofn_partitions VALUES ('" + id + "', 1, 0, 'set', 'none')").c_str());
+    }
+    db.Execute("COMMIT");
 }
 
 TEST(SimDomainSnapshot, ReplacesTheSharedTablesAndKeepsTheNodesOwn) {
@@ -53,17 +60,11 @@ TEST(SimDomainSnapshot, ReplacesTheSharedTablesAndKeepsTheNodesOwn) {
     sim::EnsureSchema(from, "OVFROM");
     sim::EnsureSchema(to, "OVTO");
     // More rows than one statement copies or deletes, on both sides.
-    from.Execute("BEGIN");
-    for (int i = 0; i < 2500; ++i)
-        AddUser(from, "alice" + std::to_string(10000 + i));
-    from.Execute("COMMIT");
+    AddUsers(from, "alice", 2500);
     from.Execute("UPDATE security_policy SET word = 7");
     from.Execute("INSERT INTO network_settings VALUES ('gateway', 'theirs')");
     sim::RestartJournal(from, 42);
-    to.Execute("BEGIN");
-    for (int i = 0; i < 1500; ++i)
-        AddUser(to, "bob" + std::to_string(10000 + i));
-    to.Execute("COMMIT");
+    AddUsers(to, "bob", 1500);
     to.Execute("INSERT INTO network_settings VALUES ('gateway', 'mine')");
     to.Execute("INSERT INTO replication_nodes (address) VALUES ('127.0.0.9')");
     sim::RecordChange(to, 7, "change");
