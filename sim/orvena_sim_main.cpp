@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <google/protobuf/stubs/logging.h>
+#include <sqlite3.h>
 
 #include <cstdio>
 #include <exception>
@@ -42,6 +43,9 @@ int Run(const sim::DaemonOptions &options) {
     ::signal(SIGPIPE, SIG_IGN);
     // A file-size limit then fails the write like a full disk instead of killing the HSM.
     ::signal(SIGXFSZ, SIG_IGN);
+    // Nothing reads SQLite's memory statistics, and keeping them takes a process-wide mutex
+    // on every allocation of every connection. Must precede the first connection.
+    sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
 
     sim::SystemClock clock;
     // Only the daemon's start completes a restore: orvena-simctl may open the directory while

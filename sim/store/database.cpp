@@ -74,6 +74,17 @@ void Database::Execute(const char *sql) {
     if (sqlite3_exec(db_, sql, nullptr, nullptr, nullptr) != SQLITE_OK) Fail(db_, sql);
 }
 
+void Database::Run(const char *sql) {
+    if (!TryRun(sql)) Fail(db_, sql);
+}
+
+bool Database::TryRun(const char *sql) {
+    sqlite3_stmt *stmt = Acquire(sql);
+    const int rc = sqlite3_step(stmt);
+    Release(stmt);
+    return rc == SQLITE_DONE;
+}
+
 Statement::Statement(Database &db, const char *sql) : db_(db), stmt_(db.Acquire(sql)) {}
 
 Statement::~Statement() {
@@ -162,7 +173,7 @@ std::string TakeChangeset(sqlite3 *db, sqlite3_session *session) {
 }  // namespace
 
 Transaction::Transaction(Database &db, Kind kind) : db_(db) {
-    db_.Execute(kind == kWrite ? "BEGIN IMMEDIATE" : "BEGIN");
+    db_.Run(kind == kWrite ? "BEGIN IMMEDIATE" : "BEGIN");
     CommitHook *hook = db_.hook();
     if (kind != kWrite || hook == nullptr || !hook->Captures()) return;
     if (sqlite3session_create(db_.handle(), "main", &changes_) != SQLITE_OK) {
@@ -190,7 +201,7 @@ Confirmation Transaction::CommitUnconfirmed() {
         changes_ = nullptr;
     }
     if (changeset.empty()) {
-        db_.Execute("COMMIT");
+        db_.Run("COMMIT");
         done_ = true;
         return {};
     }
@@ -201,7 +212,7 @@ Confirmation Transaction::CommitUnconfirmed() {
     } wipe{changeset};
     CommitHook &hook = *db_.hook();
     const uint64_t ticket = hook.Prepare(db_, changeset);
-    bool committed = sqlite3_exec(db_.handle(), "COMMIT", nullptr, nullptr, nullptr) == SQLITE_OK;
+    bool committed = db_.TryRun("COMMIT");
     if (!committed) {
         const std::string cause = sqlite3_errmsg(db_.handle());
         hook.Finish(ticket, false);

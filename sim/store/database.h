@@ -48,7 +48,13 @@ class Database {
     Database(const Database &) = delete;
     Database &operator=(const Database &) = delete;
 
+    // Compiles the statements of `sql` anew each time: for scripts and one-off statements.
     void Execute(const char *sql);
+    // Run one statement without parameters, compiled once (as Acquire): for the BEGIN,
+    // SAVEPOINT and COMMIT of every transaction. Run throws as Execute does; TryRun answers
+    // false, with the connection's error message set.
+    void Run(const char *sql);
+    bool TryRun(const char *sql);
     sqlite3 *handle() const { return db_; }
     CommitHook *hook() const { return hook_; }
 
