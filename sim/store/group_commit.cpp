@@ -2,35 +2,32 @@
 
 namespace sim {
 
-Result GroupCommit::Run(const Write &write) {
-    Pending self;
-    self.write = &write;
-    std::unique_lock lock(queueMutex_);
-    queue_.push_back(&self);
-    // Either a leader takes this entry and marks it done, or no leader is under way and the
-    // entry is still queued: then this caller leads.
-    batchDone_.wait(lock, [&] { return self.done || (!self.taken && !leading_); });
-    if (!self.done) {
-        leading_ = true;
-        std::vector<Pending *> batch;
-        batch.swap(queue_);
-        for (Pending *pending : batch)
-            pending->taken = true;
-        lock.unlock();
-        Confirmation confirmation = CommitBatch(batch);
-        // Committed here: the next batch begins while the other nodes confirm this one.
-        lock.lock();
-        leading_ = false;
-        batchDone_.notify_all();
-        lock.unlock();
-        Confirm(confirmation, batch);
-        lock.lock();
-        for (Pending *pending : batch)
-            pending->done = true;
-        batchDone_.notify_all();
+void GroupCommit::Pending::Wake(bool lead) {
+    {
+        std::lock_guard lock(mutex);
+        awake = true;
+        leads = lead;
     }
-    if (self.error) std::rethrow_exception(self.error);
-    return self.result;
+    woken.notify_one();
+}
+
+bool GroupCommit::Pending::Sleep() {
+    std::unique_lock lock(mutex);
+    woken.wait(lock, [&] { return awake; });
+    return leads;
+}
+
+Result GroupCommit::Run(const Write &write) {
+    auto self = std::make_shared<Pending>(write);
+    bool leads = false;
+    {
+        std::lock_guard lock(queueMutex_);
+        queue_.push_back(self);
+        leads = !std::exchange(leading_, true);
+    }
+    if (leads || self->Sleep()) Lead(*self);
+    if (self->error) std::rethrow_exception(self->error);
+    return self->result;
 }
 
 size_t GroupCommit::queued() const {
@@ -38,12 +35,39 @@ size_t GroupCommit::queued() const {
     return queue_.size();
 }
 
-Confirmation GroupCommit::CommitBatch(const std::vector<Pending *> &batch) {
+void GroupCommit::Lead(const Pending &self) {
+    Batch batch;
+    {
+        std::lock_guard lock(queueMutex_);
+        batch.swap(queue_);
+    }
+    Confirmation confirmation = CommitBatch(batch);
+    // Committed here: the next batch begins while the other nodes confirm this one.
+    HandOnTheLead();
+    Confirm(confirmation, batch);
+    for (const std::shared_ptr<Pending> &pending : batch) {
+        if (pending.get() != &self) pending->Wake(false);
+    }
+}
+
+void GroupCommit::HandOnTheLead() {
+    std::shared_ptr<Pending> next;
+    {
+        std::lock_guard lock(queueMutex_);
+        if (queue_.empty())
+            leading_ = false;
+        else
+            next = queue_.front();
+    }
+    if (next) next->Wake(true);
+}
+
+Confirmation GroupCommit::CommitBatch(const Batch &batch) {
     try {
         std::lock_guard dbLock(dbMutex_);
         Transaction transaction(db_);
-        for (Pending *pending : batch)
-            RunInSavepoint(pending);
+        for (const std::shared_ptr<Pending> &pending : batch)
+            RunInSavepoint(*pending);
         return transaction.CommitUnconfirmed();
     } catch (...) {
         FailAll(batch, std::current_exception());
@@ -51,7 +75,7 @@ Confirmation GroupCommit::CommitBatch(const std::vector<Pending *> &batch) {
     }
 }
 
-void GroupCommit::Confirm(Confirmation &confirmation, const std::vector<Pending *> &batch) {
+void GroupCommit::Confirm(Confirmation &confirmation, const Batch &batch) {
     try {
         confirmation.Await();
     } catch (...) {
@@ -59,20 +83,20 @@ void GroupCommit::Confirm(Confirmation &confirmation, const std::vector<Pending 
     }
 }
 
-void GroupCommit::FailAll(const std::vector<Pending *> &batch, const std::exception_ptr &error) {
-    for (Pending *pending : batch)
+void GroupCommit::FailAll(const Batch &batch, const std::exception_ptr &error) {
+    for (const std::shared_ptr<Pending> &pending : batch)
         pending->error = error;
 }
 
-void GroupCommit::RunInSavepoint(Pending *pending) {
-    db_.Execute("SAVEPOINT group_write");
+void GroupCommit::RunInSavepoint(Pending &pending) {
+    db_.Run("SAVEPOINT group_write");
     try {
-        pending->result = (*pending->write)();
+        pending.result = (*pending.write)();
     } catch (...) {
-        pending->error = std::current_exception();
+        pending.error = std::current_exception();
     }
-    if (pending->error || pending->result != Result::kOk) db_.Execute("ROLLBACK TO group_write");
-    db_.Execute("RELEASE group_write");
+    if (pending.error || pending.result != Result::kOk) db_.Run("ROLLBACK TO group_write");
+    db_.Run("RELEASE group_write");
 }
 
 }  // namespace sim
