@@ -39,8 +39,9 @@ struct JournalChange {
 // At most `limit` changes after `syncPoint`, in order.
 std::vector<JournalChange> ReadChangesAfter(Database &db, uint64_t syncPoint, uint32_t limit);
 
-// Applies another node's change. False, with nothing applied, when a row is not as the change
-// expects: the nodes were not in step, and the transaction must not commit.
+// Applies another node's change. False when a row is not as the change expects: the nodes were
+// not in step, part of the change may be applied, and the transaction must not commit.
+// REQUIRES: inside a transaction, which the caller rolls back when this fails.
 bool ApplyChange(Database &db, const std::string &changeset);
 
 // Orders dotted IPv4 addresses numerically.

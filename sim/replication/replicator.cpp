@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <exception>
 
 #include "replication/domain_snapshot.h"
 #include "secret_fields.h"
@@ -66,8 +67,7 @@ class Replicator::Participant {
         if (open_) return Result::kProtocol;
         waitUntil_ = std::chrono::steady_clock::now() +
                      std::chrono::milliseconds(owner_.settings_.self.timeoutMs / 2);
-        if (sqlite3_exec(db_.handle(), "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) != SQLITE_OK)
-            return Result::kReplicationConflict;
+        if (!db_.TryRun("BEGIN IMMEDIATE")) return Result::kReplicationConflict;
         open_ = true;
         sequence_ = change.sequence();
         const uint64_t syncPoint = ReadSyncPoint(db_);
@@ -95,8 +95,7 @@ class Replicator::Participant {
             return Result::kOk;
         }
         owner_.SetState(kPhase2Participant);
-        const bool committed =
-            sqlite3_exec(db_.handle(), "COMMIT", nullptr, nullptr, nullptr) == SQLITE_OK;
+        const bool committed = db_.TryRun("COMMIT");
         if (!committed) Rollback();
         open_ = false;
         owner_.applied_++;
@@ -227,9 +226,10 @@ uint64_t Replicator::Prepare(Database &db, const std::string &changeset) {
     pending_ = round_.sequence;
     try {
         SetState(kPhase2Coordinator);
-        PrepareOnActive(nodes, changeset);
-        RecordChange(db, round_.sequence, changeset);
-        BoundJournal(db, round_.sequence, everyNodeHas_, settings_.journalChanges);
+        PrepareOnActive(nodes, changeset, [&] {
+            RecordChange(db, round_.sequence, changeset);
+            BoundJournal(db, round_.sequence, everyNodeHas_, settings_.journalChanges);
+        });
     } catch (...) {
         AbortPrepared();
         throw;
@@ -258,8 +258,8 @@ void Replicator::TellCommit() {
 
 // Every node is asked at once; whichever refuses first decides what the client hears, and
 // every node that held the change is told to drop it (AbortPrepared, by the caller).
-void Replicator::PrepareOnActive(const std::vector<NodeEntry> &nodes,
-                                 const std::string &changeset) {
+void Replicator::PrepareOnActive(const std::vector<NodeEntry> &nodes, const std::string &changeset,
+                                 const std::function<void()> &meanwhile) {
     Result refusal = Result::kOk;
     std::string refusedBy;
     auto refuse = [&](const std::string &address, Result result) {
@@ -285,6 +285,14 @@ void Replicator::PrepareOnActive(const std::vector<NodeEntry> &nodes,
         else
             refuse(node.address, peer == nullptr ? result : Result::kReplicationUnreachable);
     }
+    // This node's own part of the change costs no time while the others apply it. Every
+    // answer is read even when it fails: a link must not be left owing one.
+    std::exception_ptr failedHere;
+    try {
+        meanwhile();
+    } catch (...) {
+        failedHere = std::current_exception();
+    }
     for (std::shared_ptr<PeerLink> &peer : asked) {
         wire::pb::NodeResponse response;
         const Result result = peer->Take().Receive(&response);
@@ -293,6 +301,7 @@ void Replicator::PrepareOnActive(const std::vector<NodeEntry> &nodes,
         else
             refuse(peer->address(), result);
     }
+    if (failedHere) std::rethrow_exception(failedHere);
     if (refusal != Result::kOk)
         throw CommitRefused(refusal, "replication to " + refusedBy + " refused");
 }

@@ -126,9 +126,11 @@ class Replicator final : public CommitHook {
     // The link to `address`, taken (PeerLink::Take) for the change under way, or null.
     // REQUIRES: coordinator_ held.
     std::shared_ptr<PeerLink> LinkTo(const std::string &address, Result *result);
-    // Phase 1 on every active node of `nodes`. REQUIRES: coordinator_ held. Throws
-    // CommitRefused when a node does not hold the change; round_.prepared names those that do.
-    void PrepareOnActive(const std::vector<NodeEntry> &nodes, const std::string &changeset);
+    // Phase 1 on every active node of `nodes`, running `meanwhile` while they apply the
+    // change. REQUIRES: coordinator_ held. Throws what `meanwhile` threw, or CommitRefused
+    // when a node does not hold the change; round_.prepared names those that do.
+    void PrepareOnActive(const std::vector<NodeEntry> &nodes, const std::string &changeset,
+                         const std::function<void()> &meanwhile);
     // Rolls back the nodes prepared so far and releases coordinator_.
     void AbortPrepared();
     // Phase 2 to every prepared node, without waiting for the answers (Confirm reads them).
