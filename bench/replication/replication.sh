@@ -47,7 +47,8 @@ sync_point() { sqlite3 -cmd ".timeout 2000" "$work/$1/hsm.db" "SELECT sync_point
 kib() { awk -v f="$2:" '$1 == f { print $2 }' "/proc/$1/status"; }
 # cpu_ticks PID...: the processes' user and system time together, in clock ticks.
 cpu_ticks() { for p in "$@"; do awk '{ print $14 + $15 }' "/proc/$p/stat"; done | awk '{ s += $1 } END { print s }'; }
-# us_per_key TICKS RATE: CPU microseconds per key of a run of $seconds at RATE keys/s.
+# us_per_key TICKS RATE: CPU microseconds per key of a run of $seconds at RATE keys/s (the
+# sessions' logins, a few milliseconds of password hashing each, count too).
 us_per_key() { awk -v t="$1" -v r="$2" -v s="$seconds" -v hz="$(getconf CLK_TCK)" 'BEGIN { printf "%.0f", t * 1e6 / hz / (r * s) }'; }
 
 start_node single "$net.1" 0

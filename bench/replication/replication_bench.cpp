@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <latch>
 #include <string>
 #include <thread>
 #include <vector>
@@ -42,17 +43,24 @@ double Median(std::vector<double> values) {
     return values[values.size() / 2];
 }
 
-// N sessions generate keys until `stop` says so or `budget` keys are made; the latency of
-// each acknowledged generation in *latencies.
-size_t Generate(int sessions, const std::atomic<bool> &stop, std::atomic<long> &budget,
-                std::vector<double> *latencies) {
+// N sessions, once every one is open, generate keys for `seconds` (0: until `budget` keys are
+// made). Logging in verifies a password hash, which is meant to be slow: the figures start
+// when the last session is open. Returns the seconds from then; the latency of each
+// acknowledged generation in *latencies.
+double Generate(int sessions, double seconds, long budget, std::vector<double> *latencies,
+                size_t *generated) {
     std::vector<std::thread> threads;
     std::vector<std::vector<double>> each(static_cast<size_t>(sessions));
     std::atomic<size_t> made{0}, refused{0};
+    std::atomic<bool> stop{false};
+    std::atomic<long> left{budget};
+    std::latch open(sessions), go(1);
     for (int s = 0; s < sessions; ++s) {
         threads.emplace_back([&, s] {
             QSessionHandle session = Open();
-            for (long n = 0; !stop && budget-- > 0; ++n) {
+            open.count_down();
+            go.wait();
+            for (long n = 0; !stop && left-- > 0; ++n) {
                 const std::string name = "bench " + std::to_string(s) + " " + std::to_string(n) +
                                          " " +
                                          std::to_string(Clock::now().time_since_epoch().count());
@@ -69,13 +77,22 @@ size_t Generate(int sessions, const std::atomic<bool> &stop, std::atomic<long> &
             QCloseSession(&session, 0);
         });
     }
+    open.wait();
+    const auto start = Clock::now();
+    go.count_down();
+    if (seconds > 0) {
+        std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+        stop = true;
+    }
     for (std::thread &thread : threads)
         thread.join();
+    const double elapsed = Milliseconds(start) / 1000;
     // A refusal is not made quickly, and must not pass for that.
     if (refused != 0) std::fprintf(stderr, "%zu generations refused\n", refused.load());
     for (const auto &some : each)
         latencies->insert(latencies->end(), some.begin(), some.end());
-    return made;
+    *generated = made;
+    return elapsed;
 }
 
 }  // namespace
@@ -84,25 +101,16 @@ int main(int argc, char **argv) {
     if (QInitialize(0) != Q_OK) return 1;
     const std::string command = argc > 1 ? argv[1] : "";
     if (command == "generate" && argc == 4) {
-        std::atomic<bool> stop{false};
-        std::atomic<long> budget{1L << 40};
         std::vector<double> latencies;
-        const double seconds = std::atof(argv[2]);
-        std::thread timer([&] {
-            std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
-            stop = true;
-        });
-        const auto start = Clock::now();
-        const size_t made = Generate(std::atoi(argv[3]), stop, budget, &latencies);
-        timer.join();
-        std::printf("%.1f %.3f\n", made / (Milliseconds(start) / 1000), Median(latencies));
+        size_t made = 0;
+        const double elapsed =
+            Generate(std::atoi(argv[3]), std::atof(argv[2]), 1L << 40, &latencies, &made);
+        std::printf("%.1f %.3f\n", static_cast<double>(made) / elapsed, Median(latencies));
     } else if (command == "count" && argc == 4) {
-        std::atomic<bool> stop{false};
-        std::atomic<long> budget{std::atol(argv[2])};
         std::vector<double> latencies;
-        const auto start = Clock::now();
-        Generate(std::atoi(argv[3]), stop, budget, &latencies);
-        std::printf("%.3f\n", Milliseconds(start) / 1000);
+        size_t made = 0;
+        std::printf("%.3f\n",
+                    Generate(std::atoi(argv[3]), 0, std::atol(argv[2]), &latencies, &made));
     } else if (command == "rtt") {
         QSessionHandle session = Open();
         std::vector<double> times;
