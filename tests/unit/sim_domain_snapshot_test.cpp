@@ -7,18 +7,11 @@
 
 #include "replication/domain_snapshot.h"
 #include "replication/replication_journal.h"
+#include "sql_column.h"
 #include "store/schema.h"
 #include "temp_dir.h"
 
 namespace {
-
-std::string Column(sim::Database &db, const char *sql) {
-    sim::Statement read(db, sql);
-    std::string values;
-    while (read.Step())
-        values += (values.empty() ? "" : ",") + read.Text(0);
-    return values;
-}
 
 // Files in `dir` other than the two databases and SQLite's companions of them.
 std::vector<std::string> OtherFiles(const TempDir &dir) {
