@@ -83,6 +83,7 @@ class Replicator::Participant {
         RecordChange(db_, change.sequence(), change.changeset());
         BoundJournal(db_, change.sequence(), change.every_node_has(),
                      owner_.settings_.journalChanges);
+        owner_.held_ = sequence_;
         owner_.SetState(kPhase1Participant);
         return Result::kOk;
     }
@@ -98,6 +99,7 @@ class Replicator::Participant {
         const bool committed = db_.TryRun("COMMIT");
         if (!committed) Rollback();
         open_ = false;
+        owner_.held_ = 0;
         owner_.applied_++;
         if (committed) owner_.changesApplied_();
         owner_.SetState(kLiveSync);
@@ -123,6 +125,7 @@ class Replicator::Participant {
     void Rollback() {
         sqlite3_exec(db_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
         open_ = false;
+        owner_.held_ = 0;
     }
 
     // While this node's own coordinator holds the write lock and asks the others, a change
@@ -694,15 +697,15 @@ void Replicator::CatchUp() {
         std::unique_ptr<NodeLink> link;
         if (OpenLink(node.address, &link) != Result::kOk) continue;
         if (link->helloSyncPoint() <= mine) continue;
-        SetState(kUndefined);
-        while (CatchUpFrom(*link)) {
+        bool away = false;
+        while (CatchUpFrom(*link, &away)) {
         }
-        SetState(kLiveSync);
+        if (away) SetState(kLiveSync);
         return;
     }
 }
 
-bool Replicator::CatchUpFrom(NodeLink &link) {
+bool Replicator::CatchUpFrom(NodeLink &link, bool *away) {
     std::lock_guard lock(dbMutex_);
     const uint64_t mine = ReadSyncPoint(db_);
     // At 0 the node joined and holds nothing it can vouch for.
@@ -714,11 +717,23 @@ bool Replicator::CatchUpFrom(NodeLink &link) {
         if (link.Call(request, &response) != Result::kOk) return false;
         const auto &reply = response.fetch_changes();
         const bool inJournal = !reply.entries().empty() && reply.entries(0).sequence() == mine + 1;
-        const bool applied = inJournal && ApplyFetched(response);
+        // Not behind for a change that is held here, committed on its coordinator already and
+        // on its way here with its phase 2, or that was committed here since. Read in this
+        // order: a participant commits, then lets go.
+        const uint64_t heldHere = held_;
+        const bool behind = inJournal && reply.entries(0).sequence() != heldHere &&
+                            reply.entries(0).sequence() == ReadSyncPoint(db_) + 1;
+        if (behind) {
+            *away = true;
+            SetState(kUndefined);
+        }
+        const bool applied = behind && ApplyFetched(response);
         wire::WipeSecretFields(response);
         // Further on, but the journal no longer holds what comes next: a snapshot.
         if (inJournal || reply.sync_point() <= mine) return applied;
     }
+    *away = true;
+    SetState(kUndefined);
     return TakeSnapshotFrom(link);
 }
 

@@ -146,7 +146,8 @@ class Replicator final : public CommitHook {
     void CatchUp();
     void BringBackDownNodes();
     // One batch of the changes this node missed; false when there was none or it did not fit.
-    bool CatchUpFrom(NodeLink &link);
+    // Sets *away, and the state to kUndefined, once it finds this node behind.
+    bool CatchUpFrom(NodeLink &link, bool *away);
     // REQUIRES: dbMutex_ held.
     bool ApplyFetched(const wire::pb::NodeResponse &response);
     // Replaces the shared tables by the image `link`'s node makes. REQUIRES: dbMutex_ held.
@@ -179,6 +180,9 @@ class Replicator final : public CommitHook {
     std::atomic<bool> joined_{false};
     std::atomic<bool> coordinating_{false};
     std::atomic<uint64_t> pending_{0};
+    // The change a participant applied here and holds until its phase 2, 0 when none: only
+    // one can hold the write lock.
+    std::atomic<uint64_t> held_{0};
 
     std::atomic<uint32_t> state_;
     std::atomic<uint64_t> when_{0};
