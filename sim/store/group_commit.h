@@ -6,9 +6,9 @@
 // replication domain the next transaction begins as soon as this one is committed here, while
 // the other nodes confirm it; its callers hear of it once they have.
 //
-// Each caller sleeps until it is woken by name, to lead or because its write is done: at a
-// few thousand commits a second, waking every waiter to let it find that it was not meant
-// cost more than the commits themselves.
+// Each caller sleeps until it is woken by name, to lead or because its write is done. Waking
+// every waiter twice a batch, to let each find whether it was meant, cost a replicated key
+// six context switches instead of three and a half.
 
 #include <condition_variable>
 #include <cstddef>
