@@ -74,10 +74,6 @@ void Database::Execute(const char *sql) {
     if (sqlite3_exec(db_, sql, nullptr, nullptr, nullptr) != SQLITE_OK) Fail(db_, sql);
 }
 
-void Database::Run(const char *sql) {
-    if (!TryRun(sql)) Fail(db_, sql);
-}
-
 bool Database::TryRun(const char *sql) {
     sqlite3_stmt *stmt = Acquire(sql);
     const int rc = sqlite3_step(stmt);
@@ -173,7 +169,7 @@ std::string TakeChangeset(sqlite3 *db, sqlite3_session *session) {
 }  // namespace
 
 Transaction::Transaction(Database &db, Kind kind) : db_(db) {
-    db_.Run(kind == kWrite ? "BEGIN IMMEDIATE" : "BEGIN");
+    Statement(db_, kind == kWrite ? "BEGIN IMMEDIATE" : "BEGIN").Run();
     CommitHook *hook = db_.hook();
     if (kind != kWrite || hook == nullptr || !hook->Captures()) return;
     if (sqlite3session_create(db_.handle(), "main", &changes_) != SQLITE_OK) {
@@ -201,7 +197,7 @@ Confirmation Transaction::CommitUnconfirmed() {
         changes_ = nullptr;
     }
     if (changeset.empty()) {
-        db_.Run("COMMIT");
+        Statement(db_, "COMMIT").Run();
         done_ = true;
         return {};
     }

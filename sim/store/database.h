@@ -50,10 +50,9 @@ class Database {
 
     // Compiles the statements of `sql` anew each time: for scripts and one-off statements.
     void Execute(const char *sql);
-    // Run and TryRun run one statement without parameters, compiled once (as Acquire): the
-    // BEGIN, SAVEPOINT and COMMIT of every transaction. Run throws as Execute does; TryRun
-    // answers false, with the connection's error message set.
-    void Run(const char *sql);
+    // Runs one statement without parameters, compiled once (as Acquire): a COMMIT whose
+    // failure is the caller's to handle. False, with the connection's error message set.
+    // Statement(db, sql).Run() is the throwing form.
     bool TryRun(const char *sql);
     sqlite3 *handle() const { return db_; }
     CommitHook *hook() const { return hook_; }

@@ -89,14 +89,15 @@ void GroupCommit::FailAll(const Batch &batch, const std::exception_ptr &error) {
 }
 
 void GroupCommit::RunInSavepoint(Pending &pending) {
-    db_.Run("SAVEPOINT group_write");
+    Statement(db_, "SAVEPOINT group_write").Run();
     try {
         pending.result = (*pending.write)();
     } catch (...) {
         pending.error = std::current_exception();
     }
-    if (pending.error || pending.result != Result::kOk) db_.Run("ROLLBACK TO group_write");
-    db_.Run("RELEASE group_write");
+    if (pending.error || pending.result != Result::kOk)
+        Statement(db_, "ROLLBACK TO group_write").Run();
+    Statement(db_, "RELEASE group_write").Run();
 }
 
 }  // namespace sim
